@@ -1,0 +1,282 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <sdbusplus/bus.hpp>
+#include <sdbusplus/message.hpp>
+#include <xyz/openbmc_project/Software/Version/server.hpp>
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <tuple>
+#include <variant>
+
+/** The class below is all that the library exports. */
+#define WEXA_FWMGR_EXPORT __attribute__((visibility("default")))
+
+namespace wexa::core
+{
+
+/** Where the security manager, which judges BMC and BIOS images, lives.
+ *
+ *  Not `inline`: every source file that includes this header has a copy of
+ *  its own, alive from loading until unloading.
+ */
+const std::string securityMgrService = "xyz.openbmc_project.SecurityManager";
+const std::string securityMgrPath = "/xyz/openbmc_project/security";
+const std::string securityMgrInterface =
+    "xyz.openbmc_project.security.SecurityManager";
+
+/** What a firmware image is for, as the BMC's software objects say it. */
+using VersionPurpose =
+    sdbusplus::xyz::openbmc_project::Software::server::Version::VersionPurpose;
+
+/** What an upload operation learned about an image.
+ *
+ *  Empty: the image was refused; the reason stands in the log only. Otherwise
+ *  it holds at least "version" and "extendedVersion".
+ */
+using UploadResult = std::map<std::string, std::string>;
+
+/** A property of a CPLD device or image.
+ *
+ *  The order of the alternatives is part of the interface. A value of any
+ *  other D-Bus type is represented by alternative 0 with the value 0.
+ */
+using PropertyValue = std::variant<std::int32_t, std::int64_t, std::uint32_t,
+                                   std::uint64_t, std::string, bool>;
+
+/** Properties by name: the D-Bus dictionary `a{sv}`. */
+using PropertyMap = std::map<std::string, PropertyValue>;
+
+/** One CPLD component: its running version (may be empty), its properties. */
+using CpldComponentInfo = std::tuple<std::string, PropertyMap>;
+
+/** The CPLD components that can be updated, by component name. */
+using CpldComponentMap = std::map<std::string, CpldComponentInfo>;
+
+/** The device-specific part of firmware updates on a BMC.
+ *
+ *  A firmware-manager daemon constructs one object over its own D-Bus
+ *  connection and calls it when an image was uploaded, when a flash is to
+ *  start, and when systemd says that a job ended.
+ *
+ *  Every operation runs on the caller's thread, makes blocking D-Bus calls
+ *  through the caller's connection (each bounded by the connection's method
+ *  call timeout, 25 s unless set otherwise) and returns. There is no thread,
+ *  timer, subscription or retry inside. The operations of one object share
+ *  the connection and the name of the last launched flash unit: call them
+ *  from one thread at a time. They may be called in any order and any number
+ *  of times.
+ *
+ *  Integer results, except where an operation says otherwise:
+ *  |     |                                                           |
+ *  |-----|-----------------------------------------------------------|
+ *  |   0 | success                                                   |
+ *  |  -1 | the remote side answered no                               |
+ *  |  -2 | the CPLD component is not among the bound devices         |
+ *  |  -5 | a D-Bus call failed, or its reply had another type        |
+ *  | -22 | an argument that the operation does not accept            |
+ *
+ *  Failures. A call that fails and a reply that cannot be read are caught,
+ *  logged on standard error and turned into a failure result. A method call
+ *  that cannot be created (the connection was never started, or sd-bus
+ *  refuses a name) leaves every operation that makes one as
+ *  `sdbusplus::exception::SdBusError`, "sd_bus_message_new_method_call: ...".
+ *
+ *  Log. Progress goes to `std::cout`, errors to `std::cerr`, a line each.
+ *  The texts are part of the interface.
+ *
+ *  A file name that is not UTF-8 cannot be sent over D-Bus: the bus closes
+ *  the connection of whoever tries. Keep such names away from the operations.
+ */
+class WEXA_FWMGR_EXPORT FWManagerInternal
+{
+  public:
+    /** What the daemon believes an uploaded file to be.
+     *
+     *  The upload operations accept any value and look at none: an image is
+     *  told by its content. The underlying type is fixed so that a daemon may
+     *  pass values of its own.
+     */
+    enum UPLOAD_IMG_TYPE : int
+    {
+        UPLOAD_IMG_BMC,
+        UPLOAD_IMG_BIOS,
+        UPLOAD_IMG_CPLD,
+    };
+
+    /** Binds the daemon's connection; no D-Bus traffic, no log, no failure.
+     *
+     *  @param bus  stays the caller's, and must outlive the object.
+     */
+    FWManagerInternal(sdbusplus::bus::bus& bus);
+
+    /** @name BMC firmware
+     *  @{
+     */
+
+    /** Has the security manager ("verifyBmc") judge a BMC image.
+     *
+     *  @param imagePath  handed on unchanged
+     *  @param purpose    must be `VersionPurpose::BMC`
+     *  @return 0 authentic; -1 not; -5 the call failed; -22 another purpose,
+     *          and then nothing was sent
+     *  @throw std::invalid_argument  `purpose` is no enumerator at all
+     */
+    int VerifyBMC(std::string imagePath, VersionPurpose purpose, std::string);
+
+    /** Has systemd start the flash unit of a BMC image.
+     *
+     *  The unit is obmc-flash-bmc-rot2@INSTANCE.service, the instance
+     *  `bmc_rot2\x20update\x20` and the path with each "/" turned into "-";
+     *  no other character is escaped, so a "-" in the path reaches the flash
+     *  unit as "/". The image is not looked at.
+     *
+     *  @return 0 systemd accepted the job, whose end `onBMCStateChange` will
+     *          recognise; -5 the call failed
+     */
+    int UpdateBMC(std::string imagePath, VersionPurpose, std::string);
+
+    /** Tells whether a finished systemd job is the flash launched last.
+     *
+     *  The three `on*StateChange` operations are the same: there is one
+     *  launched flash, whichever kind it was of.
+     *
+     *  @param msg  a JobRemoved signal of systemd's manager (`uoss`), read
+     *              from its start
+     *  @return 0 not ours; 1 ours, and systemd's result is "done"; 2 ours,
+     *          any other result. A flash that is stopped yields a second
+     *          JobRemoved, "done", of the stop job: the first outcome counts.
+     *  @throw sdbusplus::exception::SdBusError  the body is not `uoss`
+     */
+    int onBMCStateChange(sdbusplus::message::message& msg);
+
+    /** Logs that the daemon took the BMC update for a success. */
+    void onBMCUpdateSuccess();
+
+    /** Reads, has verified and records an uploaded BMC image.
+     *
+     *  @return "version" as the image holds it, "extendedVersion" empty; or
+     *          empty: no readable version, not verified, or the version could
+     *          not be recorded as "stagingBMC"
+     */
+    UploadResult processUploadBmcImage(std::string imagePath, UPLOAD_IMG_TYPE,
+                                       std::string);
+
+    /** @}
+     *  @name Host BIOS firmware: images and capsules
+     *  @{
+     */
+
+    /** Tells whether a BIOS image was built for this board.
+     *
+     *  @return false also when the host service could not be asked
+     */
+    bool compare_boardID(std::string imagePath);
+
+    /** Has the security manager ("verifyBios") judge a BIOS image.
+     *
+     *  @return 0 authentic; -1 not; -5 the call failed
+     */
+    int VerifyBIOS(std::string imagePath, VersionPurpose, std::string);
+
+    /** As `VerifyBIOS`, for a capsule ("verifyCapsule"). */
+    int VerifyCapsule(std::string imagePath, VersionPurpose, std::string);
+
+    /** As `UpdateBMC`, with the unit obmc-flash-host-bios@INSTANCE.service
+     *  and the instance word `bios_rot2`.
+     */
+    int UpdateBIOS(std::string imagePath, VersionPurpose, std::string);
+
+    /** See `onBMCStateChange`. */
+    int onBIOSStateChange(sdbusplus::message::message& msg);
+
+    /** Logs that the daemon took the BIOS update for a success. */
+    void onBIOSUpdateSuccess();
+
+    /** Reads, has verified and records an uploaded BIOS image or capsule.
+     *
+     *  @return "version", "extendedVersion" (empty) and, where the settings
+     *          service knows it, "applyTime"; or empty
+     */
+    UploadResult processUploadBiosImage(std::string imagePath, UPLOAD_IMG_TYPE,
+                                        std::string);
+
+    /** @}
+     *  @name CPLD firmware
+     *  @{
+     */
+
+    /** What the component's device can read from an image file.
+     *
+     *  @param imagePath  a file, or a directory that holds the signed image
+     *  @return empty when the path is missing or a call failed
+     *  @throw sdbusplus::exception::SdBusError  the component is unknown
+     *  @throw std::filesystem::filesystem_error  the path cannot be examined
+     */
+    PropertyMap getCPLDImageFileInfo(std::string componentName,
+                                     std::string imagePath);
+
+    /** The version that a CPLD runs; empty when it cannot be learnt. */
+    std::string getCPLDVersionString(std::string deviceObjectPath);
+
+    /** The version of an image file; empty when it cannot be learnt.
+     *
+     *  @throw std::bad_variant_access  the device's "versionString" is no
+     *         string
+     */
+    std::string getCPLDImageFileVersionString(std::string componentName,
+                                              std::string imagePath);
+
+    /** All CPLD components; empty on any failure, never partial. */
+    CpldComponentMap getAvailableCpldCompsInfo();
+
+    /** Has the component's own device judge an image.
+     *
+     *  @return 0 good for this device; -1 not; -2 no such component; -5 a
+     *          call failed; -22 empty component name
+     */
+    int VerifyCPLD(std::string imagePath, VersionPurpose,
+                   std::string componentName);
+
+    /** As `UpdateBMC`, with the instance word `cpld_rot2` and the component
+     *  name before the path.
+     *
+     *  @return systemd's answer read as a boolean: 0 true, -1 false, -5 no
+     *          boolean or a failed call. A real systemd answers with a job's
+     *          path, so -5 does not mean that nothing was started.
+     */
+    int UpdateCPLD(std::string imagePath, VersionPurpose,
+                   std::string componentName);
+
+    /** See `onBMCStateChange`. */
+    int onCPLDStateChange(sdbusplus::message::message& msg);
+
+    /** Does nothing. */
+    void onCPLDUpdateSuccess();
+
+    /** The match rule for the CPLD update manager's signals, with a trailing
+     *  comma: the daemon may append terms.
+     */
+    std::string getCpldNotifiedRulesPattern();
+
+    /** Logs a CPLD notification; always 0. */
+    int onCPLDNotifiedSignal(std::string notification);
+
+    /** Reads and has verified an uploaded CPLD image.
+     *
+     *  @return "version", "extendedVersion" (the component) and "exposeName";
+     *          or empty
+     */
+    UploadResult processUploadCpldImage(std::string imagePath, UPLOAD_IMG_TYPE,
+                                        std::string componentName);
+
+    /** @} */
+
+  private:
+    sdbusplus::bus::bus& bus;
+    std::string serviceFile;
+};
+
+} // namespace wexa::core

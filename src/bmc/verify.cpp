@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "../common/log.hpp"
+#include "../common/verification.hpp"
+
+#include <wexa/core/fwmanager_internal.hpp>
+
+#include <xyz/openbmc_project/Software/Version/server.hpp>
+
+#include <cerrno>
+
+namespace wexa::core
+{
+
+using sdbusplus::xyz::openbmc_project::Software::server::Version;
+
+int FWManagerInternal::VerifyBMC(std::string imagePath, VersionPurpose purpose,
+                                 std::string)
+{
+    log::progress("int wexa::core::FWManagerInternal::VerifyBMC(std::string, "
+                  "wexa::core::VersionPurpose, std::string)");
+
+    if (purpose != VersionPurpose::BMC)
+    {
+        log::progress("Unsupport image type: {} !!",
+                      Version::convertVersionPurposeToString(purpose));
+        return -EINVAL;
+    }
+
+    return verifyBySecurityManager(bus, "verifyBmc", imagePath);
+}
+
+} // namespace wexa::core

@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "finished_job.hpp"
+
+#include "log.hpp"
+
+#include <sdbusplus/message/native_types.hpp>
+
+#include <cstdint>
+
+namespace wexa::core
+{
+
+int finishedJobOutcome(sdbusplus::message::message& jobRemoved,
+                       const std::string& serviceFile)
+{
+    std::uint32_t id{};
+    sdbusplus::message::object_path path;
+    std::string unit;
+    std::string result;
+    jobRemoved.read(id, path, unit, result);
+
+    log::progress("{}", id);
+    log::progress("{}", path.str);
+    log::progress("{}", unit);
+    log::progress("{}", result);
+    log::progress("serviceFile: {}", serviceFile);
+
+    if (unit != serviceFile)
+    {
+        return 0;
+    }
+    return result == "done" ? 1 : 2;
+}
+
+} // namespace wexa::core

@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "flash_launch.hpp"
+
+#include "log.hpp"
+#include "remote_call.hpp"
+
+#include <algorithm>
+#include <cerrno>
+
+namespace wexa::core
+{
+
+sdbusplus::message::message newStartUnitCall(sdbusplus::bus::bus& bus)
+{
+    return newCall(bus,
+                   {"org.freedesktop.systemd1", "/org/freedesktop/systemd1",
+                    "org.freedesktop.systemd1.Manager", "StartUnit"});
+}
+
+std::string flashUnitName(std::string_view unitTemplate,
+                          std::initializer_list<std::string_view> words,
+                          std::string imagePath)
+{
+    std::string name{unitTemplate};
+    for (const auto word : words)
+    {
+        name.append(word).append(R"(\x20)");
+    }
+    std::ranges::replace(imagePath, '/', '-');
+    return name.append(imagePath).append(".service");
+}
+
+int startUnit(sdbusplus::bus::bus& bus, sdbusplus::message::message& call,
+              const std::string& unit, const char* device)
+{
+    call.append(unit, "replace");
+
+    try
+    {
+        bus.call(call);
+        return 0;
+    }
+    catch (const RemoteError& failure)
+    {
+        log::error("Error in trying to upgrade {}: {}", device, failure.what());
+        return -EIO;
+    }
+}
+
+} // namespace wexa::core

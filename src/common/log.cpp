@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "log.hpp"
+
+#include <ostream>
+
+namespace wexa::core::log
+{
+
+static std::ostream& writeUnformatted(std::ostream& stream,
+                                      std::string_view text)
+{
+    return stream.write(text.data(), static_cast<std::streamsize>(text.size()));
+}
+
+void line(std::ostream& stream, std::string_view text)
+{
+    writeUnformatted(stream, text).put('\n').flush();
+}
+
+void errorAsIs(std::string_view text)
+{
+    writeUnformatted(std::cerr, text);
+}
+
+} // namespace wexa::core::log

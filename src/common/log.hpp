@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <fmt/format.h>
+
+#include <iosfwd>
+#include <iostream>
+#include <string_view>
+#include <utility>
+
+/** The library's log: whole lines, progress on standard output, errors on
+ *  standard error, each flushed as it is written.
+ *
+ *  Texts are bytes of the interface. They are formatted by fmt and written
+ *  unformatted, so that neither the streams' flags nor their locale, which
+ *  are the daemon's, can change them.
+ */
+namespace wexa::core::log
+{
+
+/** Writes `text` and a newline, and flushes. */
+void line(std::ostream& stream, std::string_view text);
+
+template <typename... Args>
+void progress(fmt::format_string<Args...> text, Args&&... args)
+{
+    line(std::cout, fmt::format(text, std::forward<Args>(args)...));
+}
+
+template <typename... Args>
+void error(fmt::format_string<Args...> text, Args&&... args)
+{
+    line(std::cerr, fmt::format(text, std::forward<Args>(args)...));
+}
+
+/** Writes an error text that brings its own newline; it is not flushed. */
+void errorAsIs(std::string_view text);
+
+} // namespace wexa::core::log

@@ -1,0 +1,87 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "bus_traffic.hpp"
+
+#include "message_text.hpp"
+
+#include <memory>
+#include <stdexcept>
+#include <string_view>
+
+namespace test
+{
+
+using Message =
+    std::unique_ptr<sd_bus_message, decltype(&sd_bus_message_unref)>;
+
+constexpr auto markerInterface = "test.Marker";
+
+static void becomeMonitor(sd_bus* connection)
+{
+    check(sd_bus_call_method(connection, "org.freedesktop.DBus",
+                             "/org/freedesktop/DBus",
+                             "org.freedesktop.DBus.Monitoring", "BecomeMonitor",
+                             nullptr, nullptr, "asu", 0, 0U),
+          "BecomeMonitor");
+}
+
+static Message nextMessage(sd_bus* connection)
+{
+    constexpr std::uint64_t patience = 5'000'000;
+    for (;;)
+    {
+        sd_bus_message* message = nullptr;
+        const auto worked =
+            check(sd_bus_process(connection, &message), "monitor");
+        if (message != nullptr)
+        {
+            return {message, &sd_bus_message_unref};
+        }
+        if (worked == 0 &&
+            check(sd_bus_wait(connection, patience), "monitor") == 0)
+        {
+            throw std::runtime_error("the bus monitor sees nothing");
+        }
+    }
+}
+
+static std::string text(sd_bus_message* message)
+{
+    if (sd_bus_message_is_method_call(message, nullptr, nullptr) > 0)
+    {
+        return callText(message);
+    }
+    return sd_bus_message_is_signal(message, nullptr, nullptr) > 0 ? "a signal"
+                                                                   : "a reply";
+}
+
+BusTraffic::BusTraffic(const PrivateBus& bus, std::string watched)
+    : monitor(bus.connect()), marker(bus.connect()), watched(std::move(watched))
+{
+    becomeMonitor(monitor.get());
+}
+
+std::vector<std::string> BusTraffic::sent()
+{
+    // What the watched connection sent was dispatched before this signal.
+    check(sd_bus_emit_signal(marker.get(), "/", markerInterface, "Reached", ""),
+          "emit");
+    check(sd_bus_flush(marker.get()), "flush");
+
+    std::vector<std::string> messages;
+    for (;;)
+    {
+        const auto message = nextMessage(monitor.get());
+        if (sd_bus_message_is_signal(message.get(), markerInterface,
+                                     "Reached") > 0)
+        {
+            return messages;
+        }
+        const auto* sender = sd_bus_message_get_sender(message.get());
+        if (sender != nullptr && sender == watched)
+        {
+            messages.push_back(text(message.get()));
+        }
+    }
+}
+
+} // namespace test

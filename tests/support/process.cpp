@@ -1,0 +1,161 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "process.hpp"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdlib>
+#include <cstring>
+#include <ostream>
+#include <stdexcept>
+
+namespace test
+{
+
+static void exec(const std::vector<std::string>& arguments,
+                 const std::vector<std::string>& environment)
+{
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    for (const auto& variable : environment)
+    {
+        putenv(strdup(variable.c_str()));
+    }
+    std::vector<char*> argv;
+    for (const auto& argument : arguments)
+    {
+        argv.push_back(const_cast<char*>(argument.c_str()));
+    }
+    argv.push_back(nullptr);
+    execvp(argv[0], argv.data());
+    _exit(127);
+}
+
+Process::Process(const std::vector<std::string>& arguments,
+                 const std::vector<std::string>& environment)
+    : deadline(std::chrono::steady_clock::now() + patience)
+{
+    int outPipe[2];
+    int errPipe[2];
+    if (pipe2(outPipe, O_CLOEXEC) < 0 || pipe2(errPipe, O_CLOEXEC) < 0)
+    {
+        throw std::runtime_error("pipe2");
+    }
+    child = fork();
+    if (child == 0)
+    {
+        const auto null = open("/dev/null", O_RDONLY);
+        dup2(null, STDIN_FILENO);
+        dup2(outPipe[1], STDOUT_FILENO);
+        dup2(errPipe[1], STDERR_FILENO);
+        exec(arguments, environment);
+    }
+    close(outPipe[1]);
+    close(errPipe[1]);
+    streams[0] = outPipe[0];
+    streams[1] = errPipe[0];
+}
+
+Process::~Process()
+{
+    if (child > 0)
+    {
+        kill(child, SIGKILL);
+        waitpid(child, nullptr, 0);
+    }
+    for (const auto stream : streams)
+    {
+        if (stream >= 0)
+        {
+            close(stream);
+        }
+    }
+}
+
+void Process::signal(int number) const
+{
+    kill(child, number);
+}
+
+bool Process::readSome()
+{
+    std::array<pollfd, 2> waiting{
+        {{streams[0], POLLIN, 0}, {streams[1], POLLIN, 0}}};
+    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+        deadline - std::chrono::steady_clock::now());
+    if (left.count() <= 0 || poll(waiting.data(), waiting.size(),
+                                  static_cast<int>(left.count())) == 0)
+    {
+        throw std::runtime_error("the program does not end; it said:\n" +
+                                 text[0] + text[1]);
+    }
+    for (std::size_t i = 0; i < waiting.size(); ++i)
+    {
+        if (waiting[i].revents == 0)
+        {
+            continue;
+        }
+        std::array<char, 4096> part;
+        const auto size = read(streams[i], part.data(), part.size());
+        if (size <= 0)
+        {
+            close(streams[i]);
+            streams[i] = -1;
+            continue;
+        }
+        text[i].append(part.data(), static_cast<std::size_t>(size));
+    }
+    return streams[0] >= 0 || streams[1] >= 0;
+}
+
+void Process::awaitOutput(const std::string& awaited)
+{
+    while (text[0].find(awaited) == std::string::npos)
+    {
+        if (!readSome())
+        {
+            throw std::runtime_error("the program never said: " + awaited);
+        }
+    }
+}
+
+Completed Process::wait()
+{
+    while (readSome())
+    {
+    }
+    int status = 0;
+    waitpid(child, &status, 0);
+    child = -1;
+    return {WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status),
+            text[0], text[1]};
+}
+
+Completed run(const std::vector<std::string>& arguments,
+              const std::vector<std::string>& environment)
+{
+    return Process(arguments, environment).wait();
+}
+
+void PrintTo(const Completed& completed, std::ostream* stream)
+{
+    *stream << "exit status " << completed.status << "\nstandard output:\n"
+            << completed.out << "standard error:\n"
+            << completed.err;
+}
+
+std::string fromEnvironment(const std::string& name)
+{
+    const auto* value = std::getenv(name.c_str());
+    if (value == nullptr)
+    {
+        throw std::runtime_error(name + " is not set: run me by meson test");
+    }
+    return value;
+}
+
+} // namespace test

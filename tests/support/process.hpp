@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <sys/types.h>
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace test
+{
+
+/** How a program ended and what it said. */
+struct Completed
+{
+    /** The exit status, or 128 and the number of the signal that killed it. */
+    int status;
+    std::string out;
+    std::string err;
+
+    bool operator==(const Completed&) const = default;
+};
+
+void PrintTo(const Completed& completed, std::ostream* stream);
+
+/** A running program with both streams read. Killed with the object. */
+class Process
+{
+  public:
+    /** @param arguments    the program, found in PATH, and its arguments
+     *  @param environment  variables to set, as NAME=VALUE
+     */
+    Process(const std::vector<std::string>& arguments,
+            const std::vector<std::string>& environment = {});
+    ~Process();
+
+    Process(const Process&) = delete;
+    Process& operator=(const Process&) = delete;
+
+    void signal(int number) const;
+
+    /** Waits until the program's standard output holds `text`; throws when it
+     *  does not in time.
+     */
+    void awaitOutput(const std::string& text);
+
+    /** Waits for the end; throws when it does not come in time. */
+    Completed wait();
+
+  private:
+    /** Reads what there is; false at the end of both streams. */
+    bool readSome();
+
+    static constexpr std::chrono::seconds patience{120};
+
+    pid_t child = -1;
+    int streams[2] = {-1, -1};
+    std::string text[2];
+    std::chrono::steady_clock::time_point deadline;
+};
+
+/** Runs a program to its end. */
+Completed run(const std::vector<std::string>& arguments,
+              const std::vector<std::string>& environment = {});
+
+/** A variable that the build sets for tests, such as a program's path. */
+std::string fromEnvironment(const std::string& name);
+
+} // namespace test
