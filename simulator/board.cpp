@@ -1,0 +1,137 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "board.hpp"
+
+#include "builtin_manager.hpp"
+#include "flash_units.hpp"
+#include "image_check.hpp"
+#include "services/firmware_information.hpp"
+#include "services/security_manager.hpp"
+#include "systemd_manager.hpp"
+
+#include <filesystem>
+#include <stdexcept>
+
+namespace bmcsim
+{
+
+static std::unique_ptr<UnitManager>
+startManager(ManagerKind kind, const PrivateDirectory& directory)
+{
+    if (kind == ManagerKind::systemd)
+    {
+        return std::make_unique<SystemdManager>(directory);
+    }
+    return std::make_unique<BuiltinManager>(directory);
+}
+
+Board::Board(const PrivateDirectory& directory, ManagerKind kind)
+    : directory(directory), busDaemon(directory)
+{
+    flash.write(directory);
+    writeUnits(directory, flash);
+    const auto address = directory.busAddress();
+    services.push_back(std::make_unique<SecurityManager>(address));
+    services.push_back(std::make_unique<FirmwareInformation>(address));
+    manager = startManager(kind, directory);
+}
+
+void Board::set(const std::string& what, const std::string& value)
+{
+    if (what.starts_with("flash"))
+    {
+        setFlash(what, value);
+        return;
+    }
+    if (what == "manager")
+    {
+        manager->behave(behaviourNamed(value));
+        return;
+    }
+    std::string known = "manager, flash, flash-time and flash-timeout";
+    for (const auto& service : services)
+    {
+        if (service->label() == what)
+        {
+            service->behave(behaviourNamed(value));
+            return;
+        }
+        known.insert(0, service->label() + ", ");
+    }
+    throw std::invalid_argument("there is no '" + what +
+                                "' to set; there are " + known);
+}
+
+void Board::setFlash(const std::string& what, const std::string& value)
+{
+    if (what == "flash")
+    {
+        flash.setBehaviour(value);
+    }
+    else if (what == "flash-time")
+    {
+        flash.time = millisecondsFrom(value);
+    }
+    else if (what == "flash-timeout")
+    {
+        flash.timeout = millisecondsFrom(value);
+    }
+    else
+    {
+        throw std::invalid_argument("there is no '" + what +
+                                    "' to set; of the flash there are flash, "
+                                    "flash-time and flash-timeout");
+    }
+    flash.write(directory);
+    if (what == "flash-timeout" && manager->behaviour() == Behaviour::normal)
+    {
+        writeUnits(directory, flash);
+        manager->reload();
+    }
+}
+
+static nlohmann::json partitions(const std::filesystem::path& flash)
+{
+    auto list = nlohmann::json::object();
+    for (const auto& file : std::filesystem::directory_iterator(flash))
+    {
+        const auto image = authenticate(file.path());
+        list[file.path().filename()] = {
+            {"bytes", file.file_size()},
+            {"version",
+             image ? nlohmann::json(image->version) : nlohmann::json(nullptr)}};
+    }
+    return list;
+}
+
+nlohmann::json Board::state() const
+{
+    nlohmann::json state{{"directory", directory.path()},
+                         {"manager",
+                          {{"kind", manager->kind()},
+                           {"behaviour", nameOf(manager->behaviour())}}},
+                         {"flash",
+                          {{"behaviour", flash.behaviour},
+                           {"time-ms", flash.time.count()},
+                           {"timeout-ms", flash.timeout.count()},
+                           {"partitions", partitions(directory.flash())}}},
+                         {"services", nlohmann::json::object()}};
+    for (const auto& service : services)
+    {
+        state["services"][service->label()] = service->state();
+    }
+    return state;
+}
+
+std::vector<sdbus::IConnection*> Board::connections()
+{
+    std::vector<sdbus::IConnection*> list;
+    for (const auto& service : services)
+    {
+        list.push_back(service->connection());
+    }
+    list.push_back(manager->connection());
+    std::erase(list, nullptr);
+    return list;
+}
+
+} // namespace bmcsim

@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "bus_daemon.hpp"
+#include "flash_settings.hpp"
+#include "private_directory.hpp"
+#include "services/service.hpp"
+#include "unit_manager.hpp"
+
+#include <nlohmann/json.hpp>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace bmcsim
+{
+
+/** Which manager runs the flash units. */
+enum class ManagerKind
+{
+    systemd,
+    builtin,
+};
+
+/** The simulated BMC: its bus, its services and its unit manager. */
+class Board
+{
+  public:
+    /** Brings everything up.
+     *
+     *  @throw std::runtime_error  something did not come up; what and why
+     */
+    Board(const PrivateDirectory& directory, ManagerKind manager);
+
+    /** Changes a service's behaviour or a setting; in force when it returns.
+     *
+     *  @throw std::invalid_argument  there is no such thing; names what there
+     *         is
+     */
+    void set(const std::string& what, const std::string& value);
+
+    /** All that can be known of the simulated BMC. */
+    nlohmann::json state() const;
+
+    /** Connections to be served now. */
+    std::vector<sdbus::IConnection*> connections();
+
+    UnitManager& unitManager()
+    {
+        return *manager;
+    }
+
+  private:
+    void setFlash(const std::string& what, const std::string& value);
+
+    PrivateDirectory directory;
+    BusDaemon busDaemon;
+    FlashSettings flash;
+    std::vector<std::unique_ptr<Service>> services;
+    std::unique_ptr<UnitManager> manager;
+};
+
+} // namespace bmcsim

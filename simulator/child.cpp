@@ -1,0 +1,106 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "child.hpp"
+
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <exception>
+#include <fstream>
+#include <sstream>
+#include <system_error>
+
+namespace bmcsim
+{
+
+void fail(const std::string& what)
+{
+    throw std::system_error(errno, std::generic_category(), what);
+}
+
+static std::vector<char*> pointers(const std::vector<std::string>& strings)
+{
+    std::vector<char*> list;
+    for (const auto& string : strings)
+    {
+        list.push_back(const_cast<char*>(string.c_str()));
+    }
+    list.push_back(nullptr);
+    return list;
+}
+
+static void writeTo(const std::string& log)
+{
+    const auto file = open(log.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
+    const auto null = open("/dev/null", O_RDONLY);
+    dup2(null, STDIN_FILENO);
+    dup2(file, STDOUT_FILENO);
+    dup2(file, STDERR_FILENO);
+}
+
+[[noreturn]] static void become(const Program& program)
+{
+    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    sigset_t none;
+    sigemptyset(&none);
+    sigprocmask(SIG_SETMASK, &none, nullptr);
+    writeTo(program.log);
+    try
+    {
+        program.prepare();
+    }
+    catch (const std::exception& error)
+    {
+        std::fprintf(stderr, "%s\n", error.what());
+        _exit(126);
+    }
+    auto command = pointers(program.command);
+    auto environment = pointers(program.environment);
+    execvpe(command[0], command.data(), environment.data());
+    std::perror(command[0]);
+    _exit(127);
+}
+
+pid_t start(const Program& program)
+{
+    const auto child = checked(fork(), "fork");
+    if (child == 0)
+    {
+        become(program);
+    }
+    return child;
+}
+
+void end(pid_t& process)
+{
+    if (process > 0)
+    {
+        kill(process, SIGKILL);
+        // Whoever reaps all children may have been first.
+        waitpid(process, nullptr, 0);
+    }
+    process = -1;
+}
+
+std::string tailOf(const std::string& log)
+{
+    std::ostringstream text;
+    text << std::ifstream(log).rdbuf();
+    auto tail = text.str();
+    constexpr std::size_t most = 600;
+    if (tail.size() > most)
+    {
+        tail.erase(0, tail.size() - most);
+    }
+    while (!tail.empty() && tail.back() == '\n')
+    {
+        tail.pop_back();
+    }
+    return tail;
+}
+
+} // namespace bmcsim

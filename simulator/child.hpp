@@ -1,0 +1,55 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <sys/types.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace bmcsim
+{
+
+/** A program to be started by the simulated BMC. */
+struct Program
+{
+    /** The program, found in PATH, and its arguments. */
+    std::vector<std::string> command;
+
+    /** Its whole environment, as NAME=VALUE. */
+    std::vector<std::string> environment;
+
+    /** The file to which it writes both streams. */
+    std::string log;
+
+    /** Runs in the new process first; what it throws goes to the log. */
+    std::function<void()> prepare = [] {};
+};
+
+/** Starts a program that dies with its parent.
+ *
+ *  @throw std::system_error  there can be no further process
+ */
+pid_t start(const Program& program);
+
+/** Kills and reaps a process of ours; none for -1. */
+void end(pid_t& process);
+
+/** The last lines of a log file, for an error message. */
+std::string tailOf(const std::string& log);
+
+/** Throws the errno of a failed system call, named `what`. */
+[[noreturn]] void fail(const std::string& what);
+
+/** `result`, unless it is negative: then `fail`. */
+template <typename Integer>
+Integer checked(Integer result, const std::string& what)
+{
+    if (result < 0)
+    {
+        fail(what);
+    }
+    return result;
+}
+
+} // namespace bmcsim

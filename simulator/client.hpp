@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <string>
+
+namespace bmcsim
+{
+
+/** Changes a running simulated BMC; the exit status. */
+int setBehaviour(const std::string& directory, const std::string& what,
+                 const std::string& value);
+
+/** Prints the state of a running simulated BMC; the exit status. */
+int printState(const std::string& directory, bool json);
+
+} // namespace bmcsim

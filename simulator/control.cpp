@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "control.hpp"
+
+#include <stdexcept>
+
+namespace bmcsim
+{
+
+Control::Control(Board& board, const std::string& busAddress)
+    : bus(sdbus::createSessionBusConnectionWithAddress(busAddress)),
+      object(sdbus::createObject(*bus, control::path))
+{
+    object->registerMethod("Set")
+        .onInterface(control::interface)
+        .implementedAs(
+            [&board](const std::string& what, const std::string& value)
+            {
+                try
+                {
+                    board.set(what, value);
+                }
+                catch (const std::exception& error)
+                {
+                    throw sdbus::Error(control::refusal, error.what());
+                }
+            });
+    object->registerMethod("State")
+        .onInterface(control::interface)
+        .implementedAs([&board] { return board.state().dump(); });
+    object->finishRegistration();
+    bus->requestName(control::service);
+}
+
+} // namespace bmcsim

@@ -1,0 +1,130 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "control_group.hpp"
+
+#include "child.hpp"
+#include "patience.hpp"
+
+#include <sched.h>
+#include <signal.h>
+#include <sys/mount.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <exception>
+#include <fstream>
+#include <string>
+
+namespace bmcsim::controlGroup
+{
+
+/** A mount namespace whose mounts nobody else sees. */
+static void leaveHostsMounts()
+{
+    checked(unshare(CLONE_NEWNS), "cannot have mounts of its own");
+    checked(mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr),
+            "cannot have mounts of its own");
+}
+
+static void mountHierarchy(const std::filesystem::path& where)
+{
+    checked(mount("cgroup2", where.c_str(), "cgroup2", 0, nullptr),
+            "cannot mount the control groups");
+}
+
+/** Where the calling process is in the hierarchy, such as "/user.slice". */
+static std::string ownGroup()
+{
+    const std::string prefix = "0::";
+    std::ifstream groups("/proc/self/cgroup");
+    std::string line;
+    while (std::getline(groups, line))
+    {
+        if (line.starts_with(prefix))
+        {
+            return line.substr(prefix.size());
+        }
+    }
+    return "/";
+}
+
+static std::filesystem::path groupBelow(const std::filesystem::path& hierarchy,
+                                        const PrivateDirectory& directory)
+{
+    return hierarchy.string() + ownGroup() + '/' + directory.name();
+}
+
+void enter(const PrivateDirectory& directory)
+{
+    leaveHostsMounts();
+    const auto& whole = directory.empty();
+    mountHierarchy(whole);
+    const auto group = groupBelow(whole, directory);
+    std::filesystem::create_directory(group);
+    if (!(std::ofstream(group / "cgroup.procs") << getpid() << std::flush))
+    {
+        fail("cannot enter a control group");
+    }
+    checked(unshare(CLONE_NEWCGROUP), "cannot have control groups of its own");
+    checked(umount2(whole.c_str(), MNT_DETACH), "cannot unmount");
+    mountHierarchy("/sys/fs/cgroup");
+}
+
+static void killProcesses(const std::filesystem::path& group)
+{
+    std::ifstream processes(group / "cgroup.procs");
+    pid_t process = 0;
+    while (processes >> process)
+    {
+        // 0 is a process that this namespace does not see.
+        if (process > 0)
+        {
+            kill(process, SIGKILL);
+        }
+    }
+}
+
+static void removeGroups(const std::filesystem::path& group)
+{
+    if (!std::filesystem::is_directory(group))
+    {
+        return;
+    }
+    for (const auto& entry : std::filesystem::directory_iterator(group))
+    {
+        if (entry.is_directory())
+        {
+            removeGroups(entry.path());
+        }
+    }
+    // A process that was just killed keeps its group for a moment.
+    within(std::chrono::seconds(2),
+           [&]
+           {
+               killProcesses(group);
+               return rmdir(group.c_str()) == 0;
+           });
+}
+
+void remove(const PrivateDirectory& directory) noexcept
+{
+    // The hierarchy may be mounted nowhere that this process can see.
+    const auto remover = fork();
+    if (remover == 0)
+    {
+        try
+        {
+            leaveHostsMounts();
+            mountHierarchy(directory.empty());
+            removeGroups(groupBelow(directory.empty(), directory));
+            _exit(EXIT_SUCCESS);
+        }
+        catch (const std::exception&)
+        {
+            // Where nothing can be mounted, nothing was made either.
+            _exit(EXIT_FAILURE);
+        }
+    }
+    waitpid(remover, nullptr, 0);
+}
+
+} // namespace bmcsim::controlGroup

@@ -1,0 +1,159 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "client.hpp"
+#include "exit_status.hpp"
+#include "flash_writer.hpp"
+#include "run.hpp"
+
+#include <CLI/CLI.hpp>
+
+#include <functional>
+#include <iostream>
+#include <map>
+
+// wexa-bmcsim: a BMC on a desk.
+
+namespace
+{
+
+using bmcsim::ManagerKind;
+
+/** Takes NAME=VALUE apart. */
+std::pair<std::string, std::string> assignment(const std::string& text)
+{
+    const auto equals = text.find('=');
+    if (equals == std::string::npos)
+    {
+        throw CLI::ValidationError("--set", "'" + text +
+                                                "' is not NAME=VALUE, such as "
+                                                "security=refuse");
+    }
+    return {text.substr(0, equals), text.substr(equals + 1)};
+}
+
+void declareRun(CLI::App& app, std::function<int()>& action)
+{
+    auto* run = app.add_subcommand(
+        "run", "Run a command inside a new simulated BMC\n\n"
+               "Example: wexa-bmcsim run -- wexa-fwmgr update bmc image");
+    static std::string manager = "systemd";
+    static std::vector<std::string> settings;
+    static std::vector<std::string> command;
+    run->add_option("--manager", manager,
+                    "What runs the flash units: systemd (as root) or builtin")
+        ->check(CLI::IsMember({"systemd", "builtin"}))
+        ->option_text("KIND");
+    run->add_option("--set", settings,
+                    "As the command set, from the start: security=refuse")
+        ->option_text("NAME=VALUE")
+        ->expected(1)
+        ->take_all();
+    run->add_option("COMMAND", command, "The command and its arguments")
+        ->required()
+        ->option_text(" ");
+    run->positionals_at_end();
+    run->callback(
+        [&action]
+        {
+            bmcsim::Settings made;
+            made.manager = manager == "systemd" ? ManagerKind::systemd
+                                                : ManagerKind::builtin;
+            for (const auto& setting : settings)
+            {
+                made.initial.push_back(assignment(setting));
+            }
+            action = [made] { return bmcsim::runCommand(made, command); };
+        });
+}
+
+void declareSet(CLI::App& app, std::function<int()>& action)
+{
+    auto* set = app.add_subcommand(
+        "set", "Change how a running simulated BMC behaves\n\n"
+               "Example: wexa-bmcsim set security refuse\n\n"
+               "security, fwinfo, manager: normal, absent, refuse, error, "
+               "wrong-type, silent\n"
+               "flash: normal, fail, corrupt, crash, hang\n"
+               "flash-time, flash-timeout: milliseconds");
+    static std::string directory;
+    static std::string what;
+    static std::string value;
+    set->add_option("--dir", directory,
+                    "Directory of the simulated BMC; needed outside of it")
+        ->option_text("DIRECTORY");
+    set->add_option("WHAT", what, "What to change")
+        ->required()
+        ->option_text(" ");
+    set->add_option("VALUE", value, "Its behaviour or value")
+        ->required()
+        ->option_text(" ");
+    set->callback(
+        [&action] {
+            action = []
+            { return bmcsim::setBehaviour(directory, what, value); };
+        });
+}
+
+void declareState(CLI::App& app, std::function<int()>& action)
+{
+    auto* state =
+        app.add_subcommand("state", "Show a running simulated BMC\n\n"
+                                    "Example: wexa-bmcsim state --json");
+    static std::string directory;
+    static bool json = false;
+    state
+        ->add_option("--dir", directory,
+                     "Directory of the simulated BMC; needed outside of it")
+        ->option_text("DIRECTORY");
+    state->add_flag("--json", json, "One JSON value");
+    state->callback(
+        [&action]
+        { action = [] { return bmcsim::printState(directory, json); }; });
+}
+
+/** What the flash units run; not for people. */
+void declareWriteFlash(CLI::App& app, std::function<int()>& action)
+{
+    auto* write = app.add_subcommand("write-flash", "")->group("");
+    static std::string directory;
+    static std::string instance;
+    write->add_option("DIRECTORY", directory)->required();
+    write->add_option("INSTANCE", instance)->required();
+    write->callback(
+        [&action]
+        {
+            action = [] {
+                return bmcsim::writeFlash(bmcsim::PrivateDirectory{directory},
+                                          instance);
+            };
+        });
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    CLI::App app("A BMC on a desk: a private bus, the services of a platform "
+                 "and flash units\nthat write files, around a command.",
+                 "wexa-bmcsim");
+    app.require_subcommand(1);
+    std::function<int()> action;
+    declareRun(app, action);
+    declareSet(app, action);
+    declareState(app, action);
+    declareWriteFlash(app, action);
+    try
+    {
+        app.parse(argc, argv);
+    }
+    catch (const CLI::CallForHelp& help)
+    {
+        return app.exit(help);
+    }
+    catch (const CLI::ParseError& error)
+    {
+        std::cerr << "wexa-bmcsim: " << error.what()
+                  << "; see wexa-bmcsim --help" << std::endl;
+        return bmcsim::exitStatus::wrongUsage;
+    }
+    return action();
+}

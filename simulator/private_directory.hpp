@@ -1,0 +1,81 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+namespace bmcsim
+{
+
+/** Where everything of one simulated BMC lies. */
+class PrivateDirectory
+{
+  public:
+    explicit PrivateDirectory(std::filesystem::path root)
+        : root(std::move(root))
+    {
+    }
+
+    /** Makes a new one below TMPDIR or /tmp, for its owner only.
+     *
+     *  @throw std::runtime_error  it cannot be made, or its sockets would
+     *         have names that are too long
+     */
+    static PrivateDirectory make();
+
+    /** Removes it and all it holds. */
+    void remove() const noexcept;
+
+    const std::filesystem::path& path() const
+    {
+        return root;
+    }
+
+    /** systemd joins a bus only where it lies in its runtime directory. */
+    std::filesystem::path runtime() const
+    {
+        return root / "run";
+    }
+
+    std::filesystem::path busSocket() const
+    {
+        return runtime() / "bus";
+    }
+
+    std::string busAddress() const
+    {
+        return "unix:path=" + busSocket().string();
+    }
+
+    std::filesystem::path units() const
+    {
+        return root / "units";
+    }
+
+    /** Holds nothing, ever. */
+    std::filesystem::path empty() const
+    {
+        return root / "empty";
+    }
+
+    std::filesystem::path flash() const
+    {
+        return root / "flash";
+    }
+
+    std::string log(const std::string& name) const
+    {
+        return root / "log" / name;
+    }
+
+    /** What tells this simulated BMC from others on the same machine. */
+    std::string name() const
+    {
+        return root.filename();
+    }
+
+  private:
+    std::filesystem::path root;
+};
+
+} // namespace bmcsim

@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "service.hpp"
+
+namespace bmcsim
+{
+
+/** Holds the versions that are staged, as D-Bus properties. */
+class FirmwareInformation : public Service
+{
+  public:
+    explicit FirmwareInformation(const std::string& busAddress);
+
+  private:
+    void changed() override;
+    void describe(nlohmann::json& state) const override;
+
+    void offerTexts();
+    void offerNumbers();
+    void set(const std::string& property, const std::string& version);
+
+    std::map<std::string, std::string> versions;
+    std::unique_ptr<sdbus::IObject> object;
+};
+
+} // namespace bmcsim

@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "service.hpp"
+
+namespace bmcsim
+{
+
+Service::Service(std::string label, std::string busName,
+                 const std::string& busAddress)
+    : name(std::move(label)), busName(std::move(busName)),
+      bus(sdbus::createSessionBusConnectionWithAddress(busAddress))
+{
+    bus->requestName(this->busName);
+}
+
+void Service::behave(Behaviour behaviour)
+{
+    if (behaving != Behaviour::absent && behaviour == Behaviour::absent)
+    {
+        bus->releaseName(busName);
+    }
+    if (behaving == Behaviour::absent && behaviour != Behaviour::absent)
+    {
+        bus->requestName(busName);
+    }
+    behaving = behaviour;
+    changed();
+}
+
+void Service::answerError()
+{
+    throw sdbus::Error("org.freedesktop.DBus.Error.Failed",
+                       "the simulated service was told to fail");
+}
+
+nlohmann::json Service::state() const
+{
+    nlohmann::json state{{"behaviour", nameOf(behaving)}, {"calls", calls}};
+    describe(state);
+    return state;
+}
+
+} // namespace bmcsim

@@ -1,0 +1,176 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "systemd_manager.hpp"
+
+#include "child.hpp"
+#include "control_group.hpp"
+#include "flash_settings.hpp"
+#include "flash_units.hpp"
+#include "patience.hpp"
+
+#include <signal.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <stdexcept>
+
+namespace bmcsim
+{
+
+constexpr auto busName = "org.freedesktop.systemd1";
+constexpr auto wayOut = "; --manager builtin works without systemd";
+
+/** systemd refuses to start where it is not told that systemd runs. */
+static void pretendThatSystemdRuns()
+{
+    const auto* const hidden =
+        access("/run/systemd", F_OK) == 0 ? "/run/systemd" : "/run";
+    checked(mount("tmpfs", hidden, "tmpfs", 0, "mode=755"),
+            "cannot hide the host's /run/systemd");
+    mkdir("/run/systemd", 0755);
+    checked(mkdir("/run/systemd/system", 0755), "/run/systemd/system");
+}
+
+static Program program(const PrivateDirectory& directory)
+{
+    const auto empty = directory.empty().string();
+    return {{"/lib/systemd/systemd", "--user"},
+            {"PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:"
+             "/bin",
+             "HOME=" + directory.path().string(),
+             "XDG_RUNTIME_DIR=" + directory.runtime().string(),
+             "DBUS_SESSION_BUS_ADDRESS=" + directory.busAddress(),
+             "SYSTEMD_UNIT_PATH=" + directory.units().string(),
+             "SYSTEMD_GENERATOR_PATH=" + empty,
+             "SYSTEMD_ENVIRONMENT_GENERATOR_PATH=" + empty,
+             "SYSTEMD_LOG_TARGET=console"},
+            directory.log("systemd"),
+            [directory]
+            {
+                controlGroup::enter(directory);
+                pretendThatSystemdRuns();
+                // The processes are numbered anew in this namespace.
+                checked(mount("proc", "/proc", "proc", 0, nullptr), "/proc");
+            }};
+}
+
+SystemdManager::SystemdManager(const PrivateDirectory& directory)
+    : directory(directory), client(sdbus::createSessionBusConnectionWithAddress(
+                                directory.busAddress()))
+{
+    if (geteuid() != 0)
+    {
+        throw std::runtime_error(
+            std::string("a systemd manager of its own needs root") + wayOut);
+    }
+    if (access("/lib/systemd/systemd", X_OK) != 0)
+    {
+        throw std::runtime_error(std::string("systemd is not installed") +
+                                 wayOut);
+    }
+    launch();
+}
+
+SystemdManager::~SystemdManager()
+{
+    stop();
+}
+
+void SystemdManager::launch()
+{
+    process = start(program(directory));
+    if (!within(startPatience,
+                [this] {
+                    return process < 0 || kill(process, 0) != 0 || isOnTheBus();
+                }) ||
+        !isOnTheBus())
+    {
+        const auto said = tailOf(directory.log("systemd"));
+        stop();
+        throw std::runtime_error("systemd's manager does not start" +
+                                 (said.empty() ? std::string() : ": " + said) +
+                                 wayOut);
+    }
+}
+
+void SystemdManager::stop()
+{
+    // All that it started goes with it: their control group is its own.
+    end(process);
+    within(startPatience, [this] { return !isOnTheBus(); });
+    controlGroup::remove(directory);
+}
+
+bool SystemdManager::isOnTheBus()
+{
+    const auto daemon = sdbus::createProxy(*client, "org.freedesktop.DBus",
+                                           "/org/freedesktop/DBus");
+    bool owned = false;
+    daemon->callMethod("NameHasOwner")
+        .onInterface("org.freedesktop.DBus")
+        .withArguments(busName)
+        .storeResultsTo(owned);
+    return owned;
+}
+
+void SystemdManager::reload()
+{
+    if (behaving != Behaviour::absent && behaving != Behaviour::silent)
+    {
+        sdbus::createProxy(*client, busName, "/org/freedesktop/systemd1")
+            ->callMethod("Reload")
+            .onInterface("org.freedesktop.systemd1.Manager");
+    }
+}
+
+void SystemdManager::behave(Behaviour behaviour)
+{
+    if (behaviour == Behaviour::wrongType)
+    {
+        throw std::invalid_argument(
+            "a real systemd cannot answer with another type; run with "
+            "--manager builtin");
+    }
+
+    if (behaving == Behaviour::absent && behaviour != Behaviour::absent)
+    {
+        launch();
+    }
+    if (behaving == Behaviour::silent)
+    {
+        kill(process, SIGCONT);
+    }
+    behaving = Behaviour::normal;
+
+    writeUnits(directory, FlashSettings::read(directory));
+    if (behaviour == Behaviour::refuse)
+    {
+        maskTemplates(directory);
+    }
+    if (behaviour == Behaviour::error)
+    {
+        removeTemplates(directory);
+    }
+    reload();
+
+    if (behaviour == Behaviour::absent)
+    {
+        stop();
+    }
+    if (behaviour == Behaviour::silent)
+    {
+        kill(process, SIGSTOP);
+    }
+    behaving = behaviour;
+}
+
+void SystemdManager::childEnded(pid_t child, int)
+{
+    if (child == process)
+    {
+        process = -1;
+        behaving = Behaviour::absent;
+    }
+}
+
+} // namespace bmcsim

@@ -1,0 +1,53 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "private_directory.hpp"
+#include "unit_manager.hpp"
+
+namespace bmcsim
+{
+
+/** A real systemd user manager that sees no units but the simulated BMC's.
+ *
+ *  It needs to be root: its own mounts hide what it must not touch of the
+ *  host, and its own control group is where it keeps its processes.
+ */
+class SystemdManager : public UnitManager
+{
+  public:
+    /** Starts it and waits until it is on the bus.
+     *
+     *  @throw std::runtime_error  it does not come up; why, and the way out
+     */
+    explicit SystemdManager(const PrivateDirectory& directory);
+    ~SystemdManager() override;
+
+    SystemdManager(const SystemdManager&) = delete;
+    SystemdManager& operator=(const SystemdManager&) = delete;
+
+    void behave(Behaviour behaviour) override;
+    void reload() override;
+    void childEnded(pid_t child, int status) override;
+
+    std::string kind() const override
+    {
+        return "systemd";
+    }
+
+    Behaviour behaviour() const override
+    {
+        return behaving;
+    }
+
+  private:
+    void launch();
+    void stop();
+    bool isOnTheBus();
+
+    PrivateDirectory directory;
+    std::unique_ptr<sdbus::IConnection> client;
+    pid_t process = -1;
+    Behaviour behaving = Behaviour::normal;
+};
+
+} // namespace bmcsim

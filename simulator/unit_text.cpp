@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "unit_text.hpp"
+
+#include <algorithm>
+#include <charconv>
+
+namespace bmcsim::unitText
+{
+
+static bool isAlphanumeric(char c)
+{
+    return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') ||
+           (c >= 'A' && c <= 'Z');
+}
+
+bool isValidName(const std::string& name)
+{
+    constexpr std::size_t longest = 255;
+    constexpr std::string_view others = ":-_.\\@";
+    return name.size() <= longest && name.ends_with(".service") &&
+           name.find('@') != 0 &&
+           std::ranges::all_of(
+               name, [&](char c)
+               { return isAlphanumeric(c) || others.find(c) != others.npos; });
+}
+
+std::string objectPath(const std::string& name)
+{
+    constexpr auto digits = "0123456789abcdef";
+    std::string path = "/org/freedesktop/systemd1/unit/";
+    for (const auto c : name)
+    {
+        if (isAlphanumeric(c))
+        {
+            path += c;
+            continue;
+        }
+        const auto byte = static_cast<unsigned char>(c);
+        path += '_';
+        path += digits[byte >> 4];
+        path += digits[byte & 15];
+    }
+    return path;
+}
+
+std::string unescaped(const std::string& instance)
+{
+    std::string text;
+    for (std::size_t i = 0; i < instance.size(); ++i)
+    {
+        unsigned int code = 0;
+        const auto* const hex = instance.data() + i + 2;
+        if (instance.compare(i, 2, "\\x") == 0 && i + 4 <= instance.size() &&
+            std::from_chars(hex, hex + 2, code, 16).ptr == hex + 2)
+        {
+            text += static_cast<char>(code);
+            i += 3;
+        }
+        else
+        {
+            text += instance[i] == '-' ? '/' : instance[i];
+        }
+    }
+    return text;
+}
+
+} // namespace bmcsim::unitText

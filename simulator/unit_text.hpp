@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <string>
+
+/** systemd's spellings of unit names. */
+namespace bmcsim::unitText
+{
+
+/** Whether systemd takes this for a unit name. */
+bool isValidName(const std::string& name);
+
+/** The path of a unit's D-Bus object. */
+std::string objectPath(const std::string& name);
+
+/** An instance name without its escapes, as %I in a unit file: "-" becomes
+ *  "/", "\x20" a blank.
+ */
+std::string unescaped(const std::string& instance);
+
+} // namespace bmcsim::unitText
