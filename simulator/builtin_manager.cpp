@@ -61,7 +61,8 @@ void BuiltinManager::offerManager()
     };
     const auto accept = [](sdbus::MethodCall call)
     { call.createReply().send(); };
-    offer("StartUnit", "ss", "o",
+    const auto* const started = behaving == Behaviour::wrongType ? "u" : "o";
+    offer("StartUnit", "ss", started,
           [this](sdbus::MethodCall call) { answerStart(std::move(call)); });
     offer("StopUnit", "ss", "o",
           [this](sdbus::MethodCall call) { answerStop(std::move(call)); });
