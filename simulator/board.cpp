@@ -24,8 +24,8 @@ startManager(ManagerKind kind, const PrivateDirectory& directory)
     return std::make_unique<BuiltinManager>(directory);
 }
 
-Board::Board(const PrivateDirectory& directory, ManagerKind kind)
-    : directory(directory), busDaemon(directory)
+Board::Board(const PrivateDirectory& directory, ManagerKind kind) :
+    directory(directory), busDaemon(directory)
 {
     flash.write(directory);
     writeUnits(directory, flash);

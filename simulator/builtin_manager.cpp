@@ -26,9 +26,9 @@ static sdbus::ObjectPath jobPath(std::uint32_t job)
     return std::string(managerPath) + "/job/" + std::to_string(job);
 }
 
-BuiltinManager::BuiltinManager(const PrivateDirectory& directory)
-    : directory(directory),
-      bus(sdbus::createSessionBusConnectionWithAddress(directory.busAddress()))
+BuiltinManager::BuiltinManager(const PrivateDirectory& directory) :
+    directory(directory),
+    bus(sdbus::createSessionBusConnectionWithAddress(directory.busAddress()))
 {
     offerManager();
     bus->requestName(busName);
@@ -48,10 +48,10 @@ void BuiltinManager::offerManager()
     manager.reset();
     manager = sdbus::createObject(*bus, managerPath);
     const auto offer = [this](const char* member, const char* in,
-                              const char* out, auto&& answer)
-    { manager->registerMethod(managerInterface, member, in, out, answer); };
-    const auto load = [this](sdbus::MethodCall call)
-    {
+                              const char* out, auto&& answer) {
+        manager->registerMethod(managerInterface, member, in, out, answer);
+    };
+    const auto load = [this](sdbus::MethodCall call) {
         std::string name;
         call >> name;
         this->load(name);
@@ -59,8 +59,9 @@ void BuiltinManager::offerManager()
         reply << sdbus::ObjectPath(unitText::objectPath(name));
         reply.send();
     };
-    const auto accept = [](sdbus::MethodCall call)
-    { call.createReply().send(); };
+    const auto accept = [](sdbus::MethodCall call) {
+        call.createReply().send();
+    };
     const auto* const started = behaving == Behaviour::wrongType ? "u" : "o";
     offer("StartUnit", "ss", started,
           [this](sdbus::MethodCall call) { answerStart(std::move(call)); });
@@ -68,14 +69,12 @@ void BuiltinManager::offerManager()
           [this](sdbus::MethodCall call) { answerStop(std::move(call)); });
     offer("LoadUnit", "s", "o", load);
     offer("GetUnit", "s", "o", load);
-    offer("RefUnit", "s", "",
-          [this](sdbus::MethodCall call)
-          {
-              std::string name;
-              call >> name;
-              this->load(name);
-              call.createReply().send();
-          });
+    offer("RefUnit", "s", "", [this](sdbus::MethodCall call) {
+        std::string name;
+        call >> name;
+        this->load(name);
+        call.createReply().send();
+    });
     offer("UnrefUnit", "s", "", accept);
     offer("Subscribe", "", "", accept);
     offer("Unsubscribe", "", "", accept);
@@ -109,8 +108,9 @@ BuiltinManager::Unit& BuiltinManager::load(const std::string& name)
     {
         unit.object = sdbus::createObject(*bus, unitText::objectPath(name));
         const auto offer = [&unit](const char* interface, const char* property,
-                                   const char* type, auto&& get)
-        { unit.object->registerProperty(interface, property, type, get); };
+                                   const char* type, auto&& get) {
+            unit.object->registerProperty(interface, property, type, get);
+        };
         using Reply = sdbus::PropertyGetReply;
         offer(unitInterface, "Id", "s", [name](Reply& r) { r << name; });
         offer(unitInterface, "LoadState", "s", [](Reply& r) { r << "loaded"; });

@@ -64,13 +64,11 @@ catch (const std::exception& error)
 int setBehaviour(const std::string& directory, const std::string& what,
                  const std::string& value)
 {
-    return asked(directory,
-                 [&](sdbus::IProxy& simulator)
-                 {
-                     simulator.callMethod("Set")
-                         .onInterface(control::interface)
-                         .withArguments(what, value);
-                 });
+    return asked(directory, [&](sdbus::IProxy& simulator) {
+        simulator.callMethod("Set")
+            .onInterface(control::interface)
+            .withArguments(what, value);
+    });
 }
 
 static void printCalls(const json& calls)
@@ -85,8 +83,9 @@ static void printCalls(const json& calls)
 
 static void printTable(const json& state)
 {
-    const auto row = [](const std::string& name) -> std::ostream&
-    { return std::cout << std::left << std::setw(20) << name; };
+    const auto row = [](const std::string& name) -> std::ostream& {
+        return std::cout << std::left << std::setw(20) << name;
+    };
     row("directory") << state["directory"].get<std::string>() << '\n';
     row("manager") << state["manager"]["kind"].get<std::string>() << ", "
                    << state["manager"]["behaviour"].get<std::string>() << '\n';
@@ -119,21 +118,19 @@ static void printTable(const json& state)
 
 int printState(const std::string& directory, bool asJson)
 {
-    return asked(directory,
-                 [&](sdbus::IProxy& simulator)
-                 {
-                     std::string text;
-                     simulator.callMethod("State")
-                         .onInterface(control::interface)
-                         .storeResultsTo(text);
-                     const auto state = json::parse(text);
-                     if (asJson)
-                     {
-                         std::cout << state.dump(2) << '\n';
-                         return;
-                     }
-                     printTable(state);
-                 });
+    return asked(directory, [&](sdbus::IProxy& simulator) {
+        std::string text;
+        simulator.callMethod("State")
+            .onInterface(control::interface)
+            .storeResultsTo(text);
+        const auto state = json::parse(text);
+        if (asJson)
+        {
+            std::cout << state.dump(2) << '\n';
+            return;
+        }
+        printTable(state);
+    });
 }
 
 } // namespace bmcsim

@@ -37,8 +37,7 @@ void reapChildren(int children, UnitManager& manager)
 {
     signalfd_siginfo ignored{};
     while (read(children, &ignored, sizeof(ignored)) > 0)
-    {
-    }
+    {}
     int status = 0;
     pid_t child = 0;
     while ((child = waitpid(-1, &status, WNOHANG)) > 0)
@@ -47,30 +46,13 @@ void reapChildren(int children, UnitManager& manager)
     }
 }
 
-/** Processes all that has arrived; false when the bus is gone. */
-bool process(sdbus::IConnection& connection)
-{
-    try
-    {
-        while (connection.processPendingRequest())
-        {
-        }
-        return true;
-    }
-    catch (const sdbus::Error&)
-    {
-        return false;
-    }
-}
-
 /** Serves connections until the lifeline is cut. */
 class Loop
 {
   public:
-    Loop(Board& board, Control& control, int lifeline, int children)
-        : board(board), control(control), lifeline(lifeline), children(children)
-    {
-    }
+    Loop(Board& board, Control& control, int lifeline, int children) :
+        board(board), control(control), lifeline(lifeline), children(children)
+    {}
 
     void run()
     {
@@ -87,34 +69,33 @@ class Loop
     {
         auto connections = board.connections();
         connections.push_back(control.connection());
-        std::erase_if(
-            connections, [this](auto* connection)
-            { return std::ranges::find(lost, connection) != lost.end(); });
+        std::erase_if(connections, [this](auto* connection) {
+            return std::ranges::find(lost, connection) != lost.end();
+        });
         return connections;
     }
 
-    /** Serving one connection can change which others are to be served. */
+    /** Serving one connection can bring work to another, or silence it. */
     void serveAll()
     {
-        std::vector<sdbus::IConnection*> served;
-        while (served != connections())
-        {
-            served = connections();
-            serve(served);
-        }
+        while (std::ranges::any_of(connections(), [this](auto* connection) {
+            return serve(*connection);
+        }))
+        {}
     }
 
-    void serve(const std::vector<sdbus::IConnection*>& ready)
+    /** Processes one event, if there is one. */
+    bool serve(sdbus::IConnection& connection)
     {
-        for (auto* connection : ready)
+        try
         {
-            // A service that was silenced meanwhile must stay so.
-            const auto now = connections();
-            if (std::ranges::find(now, connection) != now.end() &&
-                !process(*connection))
-            {
-                lost.push_back(connection);
-            }
+            return connection.processPendingRequest();
+        }
+        catch (const sdbus::Error&)
+        {
+            // The bus is gone; the BMC goes on without.
+            lost.push_back(&connection);
+            return false;
         }
     }
 

@@ -6,15 +6,14 @@
 namespace bmcsim
 {
 
-Control::Control(Board& board, const std::string& busAddress)
-    : bus(sdbus::createSessionBusConnectionWithAddress(busAddress)),
-      object(sdbus::createObject(*bus, control::path))
+Control::Control(Board& board, const std::string& busAddress) :
+    bus(sdbus::createSessionBusConnectionWithAddress(busAddress)),
+    object(sdbus::createObject(*bus, control::path))
 {
     object->registerMethod("Set")
         .onInterface(control::interface)
         .implementedAs(
-            [&board](const std::string& what, const std::string& value)
-            {
+            [&board](const std::string& what, const std::string& value) {
                 try
                 {
                     board.set(what, value);

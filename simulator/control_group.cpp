@@ -97,12 +97,10 @@ static void removeGroups(const std::filesystem::path& group)
         }
     }
     // A process that was just killed keeps its group for a moment.
-    within(std::chrono::seconds(2),
-           [&]
-           {
-               killProcesses(group);
-               return rmdir(group.c_str()) == 0;
-           });
+    within(std::chrono::seconds(2), [&] {
+        killProcesses(group);
+        return rmdir(group.c_str()) == 0;
+    });
 }
 
 void remove(const PrivateDirectory& directory) noexcept

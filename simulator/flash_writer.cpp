@@ -41,12 +41,11 @@ static std::string contentsOf(const std::string& path)
 class Partition
 {
   public:
-    explicit Partition(const std::string& path)
-        : path(path),
-          file(checked(open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600),
-                       path))
-    {
-    }
+    explicit Partition(const std::string& path) :
+        path(path),
+        file(checked(open(path.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600),
+                     path))
+    {}
 
     ~Partition()
     {

@@ -51,18 +51,16 @@ void declareRun(CLI::App& app, std::function<int()>& action)
         ->required()
         ->option_text(" ");
     run->positionals_at_end();
-    run->callback(
-        [&action]
+    run->callback([&action] {
+        bmcsim::Settings made;
+        made.manager =
+            manager == "systemd" ? ManagerKind::systemd : ManagerKind::builtin;
+        for (const auto& setting : settings)
         {
-            bmcsim::Settings made;
-            made.manager = manager == "systemd" ? ManagerKind::systemd
-                                                : ManagerKind::builtin;
-            for (const auto& setting : settings)
-            {
-                made.initial.push_back(assignment(setting));
-            }
-            action = [made] { return bmcsim::runCommand(made, command); };
-        });
+            made.initial.push_back(assignment(setting));
+        }
+        action = [made] { return bmcsim::runCommand(made, command); };
+    });
 }
 
 void declareSet(CLI::App& app, std::function<int()>& action)
@@ -86,11 +84,9 @@ void declareSet(CLI::App& app, std::function<int()>& action)
     set->add_option("VALUE", value, "Its behaviour or value")
         ->required()
         ->option_text(" ");
-    set->callback(
-        [&action] {
-            action = []
-            { return bmcsim::setBehaviour(directory, what, value); };
-        });
+    set->callback([&action] {
+        action = [] { return bmcsim::setBehaviour(directory, what, value); };
+    });
 }
 
 void declareState(CLI::App& app, std::function<int()>& action)
@@ -105,9 +101,9 @@ void declareState(CLI::App& app, std::function<int()>& action)
                      "Directory of the simulated BMC; needed outside of it")
         ->option_text("DIRECTORY");
     state->add_flag("--json", json, "One JSON value");
-    state->callback(
-        [&action]
-        { action = [] { return bmcsim::printState(directory, json); }; });
+    state->callback([&action] {
+        action = [] { return bmcsim::printState(directory, json); };
+    });
 }
 
 /** What the flash units run; not for people. */
@@ -118,14 +114,12 @@ void declareWriteFlash(CLI::App& app, std::function<int()>& action)
     static std::string instance;
     write->add_option("DIRECTORY", directory)->required();
     write->add_option("INSTANCE", instance)->required();
-    write->callback(
-        [&action]
-        {
-            action = [] {
-                return bmcsim::writeFlash(bmcsim::PrivateDirectory{directory},
-                                          instance);
-            };
-        });
+    write->callback([&action] {
+        action = [] {
+            return bmcsim::writeFlash(bmcsim::PrivateDirectory{directory},
+                                      instance);
+        };
+    });
 }
 
 } // namespace
@@ -135,7 +129,7 @@ int main(int argc, char** argv)
     CLI::App app("A BMC on a desk: a private bus, the services of a platform "
                  "and flash units\nthat write files, around a command.",
                  "wexa-bmcsim");
-    app.require_subcommand(1);
+    app.require_subcommand(0, 1);
     std::function<int()> action;
     declareRun(app, action);
     declareSet(app, action);
@@ -144,6 +138,10 @@ int main(int argc, char** argv)
     try
     {
         app.parse(argc, argv);
+        if (!action)
+        {
+            throw CLI::RequiredError("a command: run, set or state");
+        }
     }
     catch (const CLI::CallForHelp& help)
     {

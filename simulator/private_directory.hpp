@@ -11,10 +11,9 @@ namespace bmcsim
 class PrivateDirectory
 {
   public:
-    explicit PrivateDirectory(std::filesystem::path root)
-        : root(std::move(root))
-    {
-    }
+    explicit PrivateDirectory(std::filesystem::path root) :
+        root(std::move(root))
+    {}
 
     /** Makes a new one below TMPDIR or /tmp, for its owner only.
      *

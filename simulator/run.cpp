@@ -60,8 +60,8 @@ struct Pipe
 class Container
 {
   public:
-    explicit Container(const Settings& settings)
-        : directory(PrivateDirectory::make()), manager(settings.manager)
+    explicit Container(const Settings& settings) :
+        directory(PrivateDirectory::make()), manager(settings.manager)
     {
         process = forkContainer();
         if (process == 0)

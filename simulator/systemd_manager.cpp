@@ -45,8 +45,7 @@ static Program program(const PrivateDirectory& directory)
              "SYSTEMD_ENVIRONMENT_GENERATOR_PATH=" + empty,
              "SYSTEMD_LOG_TARGET=console"},
             directory.log("systemd"),
-            [directory]
-            {
+            [directory] {
                 controlGroup::enter(directory);
                 pretendThatSystemdRuns();
                 // The processes are numbered anew in this namespace.
@@ -54,9 +53,9 @@ static Program program(const PrivateDirectory& directory)
             }};
 }
 
-SystemdManager::SystemdManager(const PrivateDirectory& directory)
-    : directory(directory), client(sdbus::createSessionBusConnectionWithAddress(
-                                directory.busAddress()))
+SystemdManager::SystemdManager(const PrivateDirectory& directory) :
+    directory(directory),
+    client(sdbus::createSessionBusConnectionWithAddress(directory.busAddress()))
 {
     if (geteuid() != 0)
     {

@@ -18,10 +18,9 @@ bool isValidName(const std::string& name)
     constexpr std::size_t longest = 255;
     constexpr std::string_view others = ":-_.\\@";
     return name.size() <= longest && name.ends_with(".service") &&
-           name.find('@') != 0 &&
-           std::ranges::all_of(
-               name, [&](char c)
-               { return isAlphanumeric(c) || others.find(c) != others.npos; });
+           name.find('@') != 0 && std::ranges::all_of(name, [&](char c) {
+               return isAlphanumeric(c) || others.find(c) != others.npos;
+           });
 }
 
 std::string objectPath(const std::string& name)

@@ -7,10 +7,9 @@ namespace bmcsim
 constexpr auto path = "/xyz/openbmc_project/fwinfo";
 constexpr auto interface = "xyz.openbmc_project.fwinfo.FwInfoManager";
 
-FirmwareInformation::FirmwareInformation(const std::string& busAddress)
-    : Service("fwinfo", "xyz.openbmc_project.FwInfoManager", busAddress),
-      versions{
-          {"stagingBMC", ""}, {"stagingBIOS", ""}, {"stagingCapsuleMCU", ""}}
+FirmwareInformation::FirmwareInformation(const std::string& busAddress) :
+    Service("fwinfo", "xyz.openbmc_project.FwInfoManager", busAddress),
+    versions{{"stagingBMC", ""}, {"stagingBIOS", ""}, {"stagingCapsuleMCU", ""}}
 {
     changed();
 }
@@ -38,10 +37,10 @@ void FirmwareInformation::offerTexts()
         const auto& property = entry.first;
         object->registerProperty(
             interface, property, "s",
-            [this, property](sdbus::PropertyGetReply& reply)
-            { reply << versions.at(property); },
-            [this, property](sdbus::PropertySetCall& call)
-            {
+            [this, property](sdbus::PropertyGetReply& reply) {
+                reply << versions.at(property);
+            },
+            [this, property](sdbus::PropertySetCall& call) {
                 count("Set");
                 std::string version;
                 call >> version;

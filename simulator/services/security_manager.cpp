@@ -8,8 +8,8 @@ namespace bmcsim
 
 constexpr auto interface = "xyz.openbmc_project.security.SecurityManager";
 
-SecurityManager::SecurityManager(const std::string& busAddress)
-    : Service("security", "xyz.openbmc_project.SecurityManager", busAddress)
+SecurityManager::SecurityManager(const std::string& busAddress) :
+    Service("security", "xyz.openbmc_project.SecurityManager", busAddress)
 {
     changed();
 }
@@ -30,8 +30,7 @@ void SecurityManager::offer(const std::string& member, std::uint16_t kind)
 {
     object->registerMethod(interface, member, "s",
                            behaviour() == Behaviour::wrongType ? "s" : "b",
-                           [this, kind](sdbus::MethodCall call)
-                           {
+                           [this, kind](sdbus::MethodCall call) {
                                count(call.getMemberName());
                                answer(std::move(call), kind);
                            });

@@ -5,9 +5,10 @@ namespace bmcsim
 {
 
 Service::Service(std::string label, std::string busName,
-                 const std::string& busAddress)
-    : name(std::move(label)), busName(std::move(busName)),
-      bus(sdbus::createSessionBusConnectionWithAddress(busAddress))
+                 const std::string& busAddress) :
+    name(std::move(label)),
+    busName(std::move(busName)),
+    bus(sdbus::createSessionBusConnectionWithAddress(busAddress))
 {
     bus->requestName(this->busName);
 }

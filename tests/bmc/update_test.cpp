@@ -60,10 +60,10 @@ struct Path
     std::string converted;
 };
 
-class UpdateBmcNamesTheUnit : public UpdateBmc,
-                              public testing::WithParamInterface<Path>
-{
-};
+class UpdateBmcNamesTheUnit :
+    public UpdateBmc,
+    public testing::WithParamInterface<Path>
+{};
 
 TEST_P(UpdateBmcNamesTheUnit, AfterThePath)
 {
@@ -136,10 +136,10 @@ struct Refusal
     std::string what;
 };
 
-class UpdateBmcFails : public UpdateBmc,
-                       public testing::WithParamInterface<Refusal>
-{
-};
+class UpdateBmcFails :
+    public UpdateBmc,
+    public testing::WithParamInterface<Refusal>
+{};
 
 TEST_P(UpdateBmcFails, AndStillRemembersTheUnit)
 {

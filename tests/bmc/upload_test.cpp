@@ -130,10 +130,10 @@ struct Unreadable
     std::function<std::string(const Images&)> make;
 };
 
-class UploadBmcRefuses : public UploadBmc,
-                         public testing::WithParamInterface<Unreadable>
-{
-};
+class UploadBmcRefuses :
+    public UploadBmc,
+    public testing::WithParamInterface<Unreadable>
+{};
 
 TEST_P(UploadBmcRefuses, WithoutAskingAnyone)
 {
@@ -151,8 +151,7 @@ TEST_P(UploadBmcRefuses, WithoutAskingAnyone)
 
 Unreadable broken(const std::string& name, const std::string& how)
 {
-    return {name, [how](const Images& images)
-            {
+    return {name, [how](const Images& images) {
                 return images.make("broken", {"--kind", "bmc", "--version",
                                               "1.0", "--broken", how});
             }};
@@ -220,12 +219,10 @@ TEST_F(UploadBmc, EndsWhereNoCallCanBeCreated)
     FWManagerInternal onBroken{broken};
     const auto image = images.bmc("1.0");
 
-    EXPECT_EQ(thrownText<sdbusplus::exception::SdBusError>(
-                  [&]
-                  {
-                      onBroken.processUploadBmcImage(
-                          image, FWManagerInternal::UPLOAD_IMG_BMC, "");
-                  }),
+    EXPECT_EQ(thrownText<sdbusplus::exception::SdBusError>([&] {
+                  onBroken.processUploadBmcImage(
+                      image, FWManagerInternal::UPLOAD_IMG_BMC, "");
+              }),
               creationFailure);
 
     EXPECT_THAT(events(), ElementsAre(signature, verifySignature));

@@ -114,10 +114,10 @@ TEST_F(VerifyBmc, SaysOnlyItsSignatureWhereTheCallCannotBeCreated)
     auto broken = unconnected();
     wexa::core::FWManagerInternal onBroken{broken};
 
-    EXPECT_EQ(
-        thrownText<sdbusplus::exception::SdBusError>(
-            [&] { onBroken.VerifyBMC("/tmp/image", VersionPurpose::BMC, ""); }),
-        creationFailure);
+    EXPECT_EQ(thrownText<sdbusplus::exception::SdBusError>([&] {
+                  onBroken.VerifyBMC("/tmp/image", VersionPurpose::BMC, "");
+              }),
+              creationFailure);
 
     EXPECT_THAT(events(), ElementsAre(signature));
 }
@@ -128,10 +128,10 @@ struct RefusedPurpose
     std::string name;
 };
 
-class VerifyBmcRefuses : public VerifyBmc,
-                         public testing::WithParamInterface<RefusedPurpose>
-{
-};
+class VerifyBmcRefuses :
+    public VerifyBmc,
+    public testing::WithParamInterface<RefusedPurpose>
+{};
 
 TEST_P(VerifyBmcRefuses, AnyOtherPurposeWithoutAskingAnyone)
 {
@@ -161,12 +161,11 @@ TEST_F(VerifyBmc, LetsTheConversionOfAnUnheardOfPurposeFail)
 {
     for (const auto number : {-1, 7, 1000})
     {
-        EXPECT_EQ(thrownText<std::invalid_argument>(
-                      [&] {
-                          manager.VerifyBMC("/tmp/image",
-                                            static_cast<VersionPurpose>(number),
-                                            "");
-                      }),
+        EXPECT_EQ(thrownText<std::invalid_argument>([&] {
+                      manager.VerifyBMC("/tmp/image",
+                                        static_cast<VersionPurpose>(number),
+                                        "");
+                  }),
                   std::to_string(number));
         EXPECT_THAT(events(), ElementsAre(signature));
         EXPECT_THAT(sent(), IsEmpty());

@@ -30,8 +30,9 @@ struct Handler
 const auto unit =
     std::string(R"(obmc-flash-bmc-rot2@bmc_rot2\x20update\x20-tmp-a.service)");
 
-class FinishedJob : public LibraryTest,
-                    public testing::WithParamInterface<Handler>
+class FinishedJob :
+    public LibraryTest,
+    public testing::WithParamInterface<Handler>
 {
   protected:
     /** Launches the flash of /tmp/a and forgets what that did. */
@@ -189,29 +190,27 @@ TEST_P(FinishedJob, MustHoldPathUnitAndResult)
                              "System.Error.ENXIO: No such device or address";
 
     EXPECT_EQ(failure([](auto* m) { sd_bus_message_append(m, "u", 7); }), text);
-    EXPECT_EQ(
-        failure(
-            [](auto* m)
-            { sd_bus_message_append(m, "usss", 7, "/job/7", "unit", "done"); }),
-        text);
-    EXPECT_EQ(
-        failure([](auto* m)
-                { sd_bus_message_append(m, "uous", 7, "/job/7", 8, "done"); }),
-        text);
-    EXPECT_EQ(
-        failure([](auto* m)
-                { sd_bus_message_append(m, "uos", 7, "/job/7", "unit"); }),
-        text);
+    EXPECT_EQ(failure([](auto* m) {
+                  sd_bus_message_append(m, "usss", 7, "/job/7", "unit", "done");
+              }),
+              text);
+    EXPECT_EQ(failure([](auto* m) {
+                  sd_bus_message_append(m, "uous", 7, "/job/7", 8, "done");
+              }),
+              text);
+    EXPECT_EQ(failure([](auto* m) {
+                  sd_bus_message_append(m, "uos", 7, "/job/7", "unit");
+              }),
+              text);
     EXPECT_THAT(events(), IsEmpty());
 }
 
 TEST_P(FinishedJob, MayCarryMoreThanItMust)
 {
-    EXPECT_EQ(handle(signalWith(
-                  [](auto* m) {
-                      sd_bus_message_append(m, "uosss", 7, "/job/7", "unit",
-                                            "done", "more");
-                  })),
+    EXPECT_EQ(handle(signalWith([](auto* m) {
+                  sd_bus_message_append(m, "uosss", 7, "/job/7", "unit", "done",
+                                        "more");
+              })),
               0);
     EXPECT_THAT(events(), ElementsAre(out("7"), out("/job/7"), out("unit"),
                                       out("done"), out("serviceFile: ")));

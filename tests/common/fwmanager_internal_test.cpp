@@ -8,8 +8,7 @@ namespace
 {
 
 class Construction : public LibraryTest
-{
-};
+{};
 
 TEST_F(Construction, SendsAndSaysNothingAndRemembersNoUnit)
 {

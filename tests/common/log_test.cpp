@@ -12,8 +12,7 @@ namespace
 {
 
 class Log : public LibraryTest
-{
-};
+{};
 
 TEST_F(Log, KeepsItsTextsWhateverWidthAndFillTheStreamsHave)
 {

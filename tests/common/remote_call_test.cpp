@@ -107,10 +107,10 @@ struct FaultyReply
     std::string what;
 };
 
-class RemoteCallFails : public RemoteCall,
-                        public testing::WithParamInterface<FaultyReply>
-{
-};
+class RemoteCallFails :
+    public RemoteCall,
+    public testing::WithParamInterface<FaultyReply>
+{};
 
 TEST_P(RemoteCallFails, AndTheNextCallIsRight)
 {

@@ -56,10 +56,10 @@ struct Fault
     std::string what;
 };
 
-class StagedVersionIsLost : public StagedVersion,
-                            public testing::WithParamInterface<Fault>
-{
-};
+class StagedVersionIsLost :
+    public StagedVersion,
+    public testing::WithParamInterface<Fault>
+{};
 
 TEST_P(StagedVersionIsLost, AndTheUploadIsRefused)
 {

@@ -11,8 +11,7 @@ namespace
 {
 
 class UpdateSuccess : public LibraryTest
-{
-};
+{};
 
 TEST_F(UpdateSuccess, IsLoggedForTheBmc)
 {

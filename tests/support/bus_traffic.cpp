@@ -54,8 +54,8 @@ static std::string text(sd_bus_message* message)
                                                                    : "a reply";
 }
 
-BusTraffic::BusTraffic(const PrivateBus& bus, std::string watched)
-    : monitor(bus.connect()), marker(bus.connect()), watched(std::move(watched))
+BusTraffic::BusTraffic(const PrivateBus& bus, std::string watched) :
+    monitor(bus.connect()), marker(bus.connect()), watched(std::move(watched))
 {
     becomeMonitor(monitor.get());
 }

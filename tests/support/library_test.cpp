@@ -58,14 +58,12 @@ sdbusplus::message::message LibraryTest::jobRemoved(std::uint32_t id,
                                                     const std::string& unit,
                                                     const std::string& result)
 {
-    return signalWith(
-        [&](sd_bus_message* signal)
-        {
-            check(sd_bus_message_append(signal, "uoss", id,
-                                        "/org/freedesktop/systemd1/job/7",
-                                        unit.c_str(), result.c_str()),
-                  "sd_bus_message_append");
-        });
+    return signalWith([&](sd_bus_message* signal) {
+        check(sd_bus_message_append(signal, "uoss", id,
+                                    "/org/freedesktop/systemd1/job/7",
+                                    unit.c_str(), result.c_str()),
+              "sd_bus_message_append");
+    });
 }
 
 sdbusplus::bus::bus unconnected()

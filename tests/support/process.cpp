@@ -36,8 +36,8 @@ static void exec(const std::vector<std::string>& arguments,
 }
 
 Process::Process(const std::vector<std::string>& arguments,
-                 const std::vector<std::string>& environment)
-    : deadline(std::chrono::steady_clock::now() + patience)
+                 const std::vector<std::string>& environment) :
+    deadline(std::chrono::steady_clock::now() + patience)
 {
     int outPipe[2];
     int errPipe[2];
@@ -126,8 +126,7 @@ void Process::awaitOutput(const std::string& awaited)
 Completed Process::wait()
 {
     while (readSome())
-    {
-    }
+    {}
     int status = 0;
     waitpid(child, &status, 0);
     child = -1;

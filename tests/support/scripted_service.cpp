@@ -15,38 +15,41 @@ namespace reply
 
 Reply boolean(bool value)
 {
-    return [value](sd_bus_message* call)
-    { sd_bus_reply_method_return(call, "b", static_cast<int>(value)); };
+    return [value](sd_bus_message* call) {
+        sd_bus_reply_method_return(call, "b", static_cast<int>(value));
+    };
 }
 
 Reply text(std::string value)
 {
-    return [value](sd_bus_message* call)
-    { sd_bus_reply_method_return(call, "s", value.c_str()); };
+    return [value](sd_bus_message* call) {
+        sd_bus_reply_method_return(call, "s", value.c_str());
+    };
 }
 
 Reply objectPath(std::string value)
 {
-    return [value](sd_bus_message* call)
-    { sd_bus_reply_method_return(call, "o", value.c_str()); };
+    return [value](sd_bus_message* call) {
+        sd_bus_reply_method_return(call, "o", value.c_str());
+    };
 }
 
 Reply number(std::uint32_t value)
 {
-    return [value](sd_bus_message* call)
-    { sd_bus_reply_method_return(call, "u", value); };
+    return [value](sd_bus_message* call) {
+        sd_bus_reply_method_return(call, "u", value);
+    };
 }
 
 Reply nothing()
 {
-    return [](sd_bus_message* call)
-    { sd_bus_reply_method_return(call, nullptr); };
+    return
+        [](sd_bus_message* call) { sd_bus_reply_method_return(call, nullptr); };
 }
 
 Reply booleanAndText(bool value, std::string more)
 {
-    return [value, more](sd_bus_message* call)
-    {
+    return [value, more](sd_bus_message* call) {
         sd_bus_reply_method_return(call, "bs", static_cast<int>(value),
                                    more.c_str());
     };
@@ -54,8 +57,9 @@ Reply booleanAndText(bool value, std::string more)
 
 Reply error(std::string name, std::string text)
 {
-    return [name, text](sd_bus_message* call)
-    { sd_bus_reply_method_errorf(call, name.c_str(), "%s", text.c_str()); };
+    return [name, text](sd_bus_message* call) {
+        sd_bus_reply_method_errorf(call, name.c_str(), "%s", text.c_str());
+    };
 }
 
 Reply silence()
@@ -65,8 +69,7 @@ Reply silence()
 
 Reply late(std::chrono::milliseconds delay, Reply then)
 {
-    return [delay, then](sd_bus_message* call)
-    {
+    return [delay, then](sd_bus_message* call) {
         std::this_thread::sleep_for(delay);
         then(call);
     };
@@ -74,18 +77,19 @@ Reply late(std::chrono::milliseconds delay, Reply then)
 
 Reply hangUp()
 {
-    return [](sd_bus_message* call)
-    { sd_bus_close(sd_bus_message_get_bus(call)); };
+    return [](sd_bus_message* call) {
+        sd_bus_close(sd_bus_message_get_bus(call));
+    };
 }
 
 } // namespace reply
 
 ScriptedService::ScriptedService(const PrivateBus& bus, Transcript& transcript,
                                  const std::string& name,
-                                 std::vector<Method> offered)
-    : connection(bus.connect()), transcript(transcript),
-      methods(std::move(offered)),
-      stop(check(eventfd(0, EFD_CLOEXEC), "eventfd"))
+                                 std::vector<Method> offered) :
+    connection(bus.connect()),
+    transcript(transcript), methods(std::move(offered)),
+    stop(check(eventfd(0, EFD_CLOEXEC), "eventfd"))
 {
     std::vector<std::string> paths;
     for (const auto& method : methods)
@@ -134,8 +138,7 @@ void ScriptedService::serve()
     {
         int worked = 0;
         while ((worked = sd_bus_process(connection.get(), nullptr)) > 0)
-        {
-        }
+        {}
         if (worked < 0)
         {
             return;

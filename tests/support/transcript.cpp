@@ -11,10 +11,10 @@ namespace test
 class Transcript::Recorder : public std::streambuf
 {
   public:
-    Recorder(Transcript& transcript, std::ostream& stream, std::string label)
-        : transcript(transcript), stream(stream), label(std::move(label)),
-          flags(stream.flags()), tied(stream.tie(nullptr)),
-          replaced(stream.rdbuf(this))
+    Recorder(Transcript& transcript, std::ostream& stream, std::string label) :
+        transcript(transcript), stream(stream), label(std::move(label)),
+        flags(stream.flags()), tied(stream.tie(nullptr)),
+        replaced(stream.rdbuf(this))
     {
         // Otherwise every write to std::cerr would look flushed.
         stream.unsetf(std::ios::unitbuf);
@@ -67,11 +67,10 @@ class Transcript::Recorder : public std::streambuf
     std::streambuf* replaced;
 };
 
-Transcript::Transcript()
-    : out(std::make_unique<Recorder>(*this, std::cout, "out")),
-      err(std::make_unique<Recorder>(*this, std::cerr, "err"))
-{
-}
+Transcript::Transcript() :
+    out(std::make_unique<Recorder>(*this, std::cout, "out")),
+    err(std::make_unique<Recorder>(*this, std::cerr, "err"))
+{}
 
 Transcript::~Transcript() = default;
 

@@ -26,22 +26,19 @@ static std::string describe(const char* prefix, const sd_bus_error& error)
     return text;
 }
 
-SdBusError::SdBusError(int number, const char* prefix)
-    : error(errorOf(number)), text(describe(prefix, error))
-{
-}
+SdBusError::SdBusError(int number, const char* prefix) :
+    error(errorOf(number)), text(describe(prefix, error))
+{}
 
-SdBusError::SdBusError(sd_bus_error* filled, const char* prefix)
-    : error(std::exchange(*filled, SD_BUS_ERROR_NULL)),
-      text(describe(prefix, error))
-{
-}
+SdBusError::SdBusError(sd_bus_error* filled, const char* prefix) :
+    error(std::exchange(*filled, SD_BUS_ERROR_NULL)),
+    text(describe(prefix, error))
+{}
 
-SdBusError::SdBusError(SdBusError&& other) noexcept
-    : error(std::exchange(other.error, SD_BUS_ERROR_NULL)),
-      text(std::move(other.text))
-{
-}
+SdBusError::SdBusError(SdBusError&& other) noexcept :
+    error(std::exchange(other.error, SD_BUS_ERROR_NULL)),
+    text(std::move(other.text))
+{}
 
 SdBusError& SdBusError::operator=(SdBusError&& other) noexcept
 {

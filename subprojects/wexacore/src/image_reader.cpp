@@ -22,10 +22,9 @@ class File
 {
   public:
     // Not blocking: a FIFO without a writer must not hold the reader up.
-    explicit File(const char* path)
-        : descriptor(open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY))
-    {
-    }
+    explicit File(const char* path) :
+        descriptor(open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY))
+    {}
 
     ~File()
     {

@@ -57,8 +57,7 @@ const std::map<std::string, image::Fault> faults{
 /** A check that a text fits a field of the format. */
 CLI::Validator textUpTo(std::size_t limit, std::size_t least)
 {
-    return {[=](const std::string& text) -> std::string
-            {
+    return {[=](const std::string& text) -> std::string {
                 return text.size() >= least && text.size() <= limit &&
                                image::isPrintable(text)
                            ? ""

@@ -48,9 +48,9 @@ std::string read(const std::string& path, std::uint64_t limit)
 class Temporary
 {
   public:
-    explicit Temporary(const std::string& destination)
-        : path(destination + ".XXXXXX"),
-          descriptor(mkostemp(path.data(), O_CLOEXEC))
+    explicit Temporary(const std::string& destination) :
+        path(destination + ".XXXXXX"),
+        descriptor(mkostemp(path.data(), O_CLOEXEC))
     {
         if (descriptor < 0)
         {

@@ -27,8 +27,7 @@ struct exception : std::exception
 
 /** What the library itself throws, as opposed to generated bindings. */
 struct internal_exception : exception
-{
-};
+{};
 
 /** A failed step of sd-bus.
  *

@@ -23,8 +23,8 @@ struct match
 {
     using callback_t = std::function<void(message_t&)>;
 
-    match(bus_t& bus, const char* rule, callback_t callback)
-        : callback(std::make_unique<callback_t>(std::move(callback)))
+    match(bus_t& bus, const char* rule, callback_t callback) :
+        callback(std::make_unique<callback_t>(std::move(callback)))
     {
         sd_bus_slot* made = nullptr;
         sd_bus_add_match(bus_access::get(bus), &made, rule, receive,
@@ -32,10 +32,9 @@ struct match
         slot.reset(made);
     }
 
-    match(bus_t& bus, const std::string& rule, callback_t callback)
-        : match(bus, rule.c_str(), std::move(callback))
-    {
-    }
+    match(bus_t& bus, const std::string& rule, callback_t callback) :
+        match(bus, rule.c_str(), std::move(callback))
+    {}
 
     match(match&&) = default;
     match& operator=(match&&) = default;

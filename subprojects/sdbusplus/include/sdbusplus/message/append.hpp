@@ -61,8 +61,7 @@ template <typename... T>
 void append(sd_bus_message* message, const std::variant<T...>& value)
 {
     std::visit(
-        [message](const auto& held)
-        {
+        [message](const auto& held) {
             using Held = std::remove_cvref_t<decltype(held)>;
             sd_bus_message_open_container(message, SD_BUS_TYPE_VARIANT,
                                           types::signature_of<Held>);
@@ -87,9 +86,11 @@ void append(sd_bus_message* message, const std::tuple<Members...>& structure)
 {
     sd_bus_message_open_container(message, SD_BUS_TYPE_STRUCT,
                                   types::contents_of<std::tuple<Members...>>);
-    std::apply([message](const auto&... members)
-               { (details::append(message, members), ...); },
-               structure);
+    std::apply(
+        [message](const auto&... members) {
+            (details::append(message, members), ...);
+        },
+        structure);
     sd_bus_message_close_container(message);
 }
 

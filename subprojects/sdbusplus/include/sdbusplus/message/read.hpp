@@ -114,9 +114,9 @@ void read(sd_bus_message* message, std::tuple<Members...>& structure)
               message, SD_BUS_TYPE_STRUCT,
               types::contents_of<std::tuple<Members...>>),
           "sd_bus_message_enter_container tuple");
-    std::apply([message](auto&... members)
-               { (details::read(message, members), ...); },
-               structure);
+    std::apply(
+        [message](auto&... members) { (details::read(message, members), ...); },
+        structure);
     check(sd_bus_message_exit_container(message),
           "sd_bus_message_exit_container tuple");
 }

@@ -1,0 +1,105 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "job_watch.hpp"
+
+#include "failure.hpp"
+#include "systemd.hpp"
+
+#include <sdbusplus/exception.hpp>
+#include <sdbusplus/message.hpp>
+
+#include <algorithm>
+#include <string>
+
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+JobWatch::JobWatch(sdbusplus::bus::bus& bus, Handler handle) :
+    bus(bus), handle(std::move(handle)),
+    jobs(bus,
+         "type='signal',sender='org.freedesktop.systemd1',"
+         "interface='org.freedesktop.systemd1.Manager',member='JobRemoved'",
+         [this](auto& signal) { jobRemoved(signal); }),
+    owners(bus,
+           "type='signal',sender='org.freedesktop.DBus',"
+           "member='NameOwnerChanged',arg0='org.freedesktop.systemd1'",
+           [this](auto& signal) { nameOwnerChanged(signal); })
+{
+    subscribe();
+}
+
+void JobWatch::subscribe()
+{
+    try
+    {
+        auto call = bus.new_method_call(systemd::service, systemd::path,
+                                        systemd::managerInterface, "Subscribe");
+        bus.call(call, systemd::patience);
+    }
+    catch (const sdbusplus::exception::exception&)
+    {
+        // The start that follows fails in the same way, and says so.
+    }
+}
+
+void JobWatch::jobRemoved(sdbusplus::message::message& signal)
+{
+    if (outcome || failure)
+    {
+        return;
+    }
+    // Between this and whoever waits lies C, which knows no exceptions.
+    try
+    {
+        if (const auto told = handle(signal); told != 0)
+        {
+            outcome = told;
+        }
+    }
+    catch (...)
+    {
+        failure = std::current_exception();
+    }
+}
+
+void JobWatch::nameOwnerChanged(sdbusplus::message::message& signal)
+{
+    std::string name;
+    std::string before;
+    std::string after;
+    signal.read(name, before, after);
+    systemdIsGone = after.empty();
+}
+
+std::optional<int> JobWatch::wait(milliseconds limit,
+                                  const std::function<void(milliseconds)>& tick)
+{
+    constexpr milliseconds slice{100};
+    const auto start = steady_clock::now();
+    for (;;)
+    {
+        while (bus.process_discard())
+        {}
+        if (failure)
+        {
+            std::rethrow_exception(failure);
+        }
+        if (outcome)
+        {
+            return outcome;
+        }
+        if (systemdIsGone)
+        {
+            throw Failure(ExitStatus::callFailed,
+                          "systemd left the bus; whether the flash ended is "
+                          "not known");
+        }
+        const auto waited = std::chrono::duration_cast<milliseconds>(
+            steady_clock::now() - start);
+        if (waited >= limit)
+        {
+            return {};
+        }
+        tick(waited);
+        bus.wait(std::min(slice, limit - waited));
+    }
+}

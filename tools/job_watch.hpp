@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <sdbusplus/bus.hpp>
+#include <sdbusplus/bus/match.hpp>
+
+#include <chrono>
+#include <exception>
+#include <functional>
+#include <optional>
+
+/** Hears of finished systemd jobs from before the first one is started. */
+class JobWatch
+{
+  public:
+    /** Tells what a JobRemoved signal means; 0 is another's job. */
+    using Handler = std::function<int(sdbusplus::message::message&)>;
+
+    /** @param handle  called with each signal until one is not another's:
+     *                 of a flash that is stopped the first outcome counts
+     */
+    JobWatch(sdbusplus::bus::bus& bus, Handler handle);
+
+    /** Waits for the first outcome that is ours.
+     *
+     *  @param tick  called now and then with the time waited
+     *  @return the outcome; nothing when time is up
+     *  @throw Failure  systemd or the bus went away
+     */
+    std::optional<int>
+    wait(std::chrono::milliseconds limit,
+         const std::function<void(std::chrono::milliseconds)>& tick);
+
+  private:
+    void subscribe();
+    void jobRemoved(sdbusplus::message::message& signal);
+    void nameOwnerChanged(sdbusplus::message::message& signal);
+
+    sdbusplus::bus::bus& bus;
+    Handler handle;
+    std::optional<int> outcome;
+    std::exception_ptr failure;
+    bool systemdIsGone = false;
+    sdbusplus::bus::match::match jobs;
+    sdbusplus::bus::match::match owners;
+};

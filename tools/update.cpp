@@ -1,0 +1,104 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "connection.hpp"
+#include "failure.hpp"
+#include "flash_unit.hpp"
+#include "image_path.hpp"
+#include "job_watch.hpp"
+#include "library_log.hpp"
+#include "progress.hpp"
+#include "verbs.hpp"
+#include "verdict.hpp"
+
+#include <wexa/core/fwmanager_internal.hpp>
+
+#include <iomanip>
+#include <iostream>
+
+using wexa::core::FWManagerInternal;
+using wexa::core::VersionPurpose;
+
+namespace
+{
+
+/** One flash, from its start to a verdict. */
+class Flash
+{
+  public:
+    Flash(sdbusplus::bus::bus& bus, std::string image, std::string unit,
+          bool verbose) :
+        bus(bus),
+        image(std::move(image)), unit(std::move(unit)), verbose(verbose),
+        manager(bus),
+        watch(bus, [this](auto& signal) { return finished(signal); })
+    {}
+
+    void start()
+    {
+        holdUnit(bus, unit);
+        const LibraryLog log(verbose);
+        if (manager.UpdateBMC(image, VersionPurpose::BMC, "") != 0)
+        {
+            throw Failure(
+                ExitStatus::callFailed,
+                image + ": the flash could not be started: " + log.reason());
+        }
+    }
+
+    void await(std::chrono::seconds timeout)
+    {
+        Progress progress("flashing " + image);
+        const auto outcome =
+            watch.wait(timeout, [&](auto waited) { progress.show(waited); });
+        if (!outcome)
+        {
+            throw Failure(ExitStatus::timeOut,
+                          image + ": the flash has not ended after " +
+                              std::to_string(timeout.count()) +
+                              " s and may still run; see systemctl status '" +
+                              unit + "'");
+        }
+        requireFlashed(unit, jobResult, *outcome == done, outcomeOf(bus, unit));
+        const LibraryLog log(verbose);
+        manager.onBMCUpdateSuccess();
+    }
+
+  private:
+    static constexpr int done = 1;
+
+    int finished(sdbusplus::message::message& signal)
+    {
+        const LibraryLog log(verbose);
+        const auto outcome = manager.onBMCStateChange(signal);
+        // The library logs the job's number, path, unit and result.
+        jobResult = log.progress().at(3);
+        return outcome;
+    }
+
+    sdbusplus::bus::bus& bus;
+    std::string image;
+    std::string unit;
+    bool verbose;
+    FWManagerInternal manager;
+    std::string jobResult;
+    JobWatch watch;
+};
+
+} // namespace
+
+void updateBmc(const Request& request)
+{
+    const auto image = usableImage(request.image);
+    const auto unit = bmcFlashUnit(image);
+    requireFaithfulUnit(image, unit);
+    auto bus = connectTo(request.bus);
+
+    const auto start = std::chrono::steady_clock::now();
+    Flash flash(bus, image, unit, request.verbose);
+    flash.start();
+    flash.await(request.timeout);
+
+    const std::chrono::duration<double> took =
+        std::chrono::steady_clock::now() - start;
+    std::cout << image << ": flashed in " << std::fixed << std::setprecision(1)
+              << took.count() << " s\n";
+}
