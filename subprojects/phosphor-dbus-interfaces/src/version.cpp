@@ -1,23 +1,40 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <xyz/openbmc_project/Software/Version/server.hpp>
 
-#include <array>
 #include <stdexcept>
+#include <string>
 
 namespace sdbusplus::xyz::openbmc_project::Software::server
 {
 
-std::string Version::convertVersionPurposeToString(VersionPurpose purpose)
+namespace
 {
-    constexpr std::array names{"Unknown", "Other", "System",
-                               "BMC",     "Host",  "PSU"};
-    const auto number = static_cast<int>(purpose);
-    if (number < 0 || static_cast<std::size_t>(number) >= names.size())
+
+std::string nameOf(Version::VersionPurpose purpose)
+{
+    switch (purpose)
     {
-        throw std::invalid_argument(std::to_string(number));
+        case Version::VersionPurpose::Unknown:
+            return "Unknown";
+        case Version::VersionPurpose::Other:
+            return "Other";
+        case Version::VersionPurpose::System:
+            return "System";
+        case Version::VersionPurpose::BMC:
+            return "BMC";
+        case Version::VersionPurpose::Host:
+            return "Host";
+        case Version::VersionPurpose::PSU:
+            return "PSU";
     }
-    return std::string("xyz.openbmc_project.Software.Version.VersionPurpose.") +
-           names[static_cast<std::size_t>(number)];
+    throw std::invalid_argument(std::to_string(static_cast<int>(purpose)));
+}
+
+} // namespace
+
+std::string Version::convertVersionPurposeToString(VersionPurpose e)
+{
+    return "xyz.openbmc_project.Software.Version.VersionPurpose." + nameOf(e);
 }
 
 } // namespace sdbusplus::xyz::openbmc_project::Software::server

@@ -1,22 +1,35 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <sdbusplus/exception.hpp>
 
+#include <stdexcept>
 #include <utility>
 
-namespace sdbusplus::exception
+namespace sdbusplus
 {
 
-static sd_bus_error errorOf(int number)
+SdBusImpl sdbus_impl;
+
+namespace exception
 {
-    sd_bus_error error = SD_BUS_ERROR_NULL;
+
+namespace
+{
+
+sd_bus_error fromErrno(int number)
+{
+    sd_bus_error error{};
     sd_bus_error_set_errno(&error, number);
+    if (!sd_bus_error_is_set(&error))
+    {
+        throw std::runtime_error("Failed to create SdBusError");
+    }
     return error;
 }
 
-static std::string describe(const char* prefix, const sd_bus_error& error)
+std::string describe(const char* prefix, const sd_bus_error& error)
 {
     std::string text = prefix;
-    for (const auto* part : {error.name, error.message})
+    for (const char* part : {error.name, error.message})
     {
         if (part != nullptr)
         {
@@ -26,24 +39,37 @@ static std::string describe(const char* prefix, const sd_bus_error& error)
     return text;
 }
 
-SdBusError::SdBusError(int number, const char* prefix) :
-    error(errorOf(number)), text(describe(prefix, error))
-{}
+} // namespace
 
-SdBusError::SdBusError(sd_bus_error* filled, const char* prefix) :
-    error(std::exchange(*filled, SD_BUS_ERROR_NULL)),
-    text(describe(prefix, error))
-{}
+void exception::unused() const noexcept {}
 
-SdBusError::SdBusError(SdBusError&& other) noexcept :
-    error(std::exchange(other.error, SD_BUS_ERROR_NULL)),
-    text(std::move(other.text))
-{}
-
-SdBusError& SdBusError::operator=(SdBusError&& other) noexcept
+SdBusError::SdBusError(int number, const char* prefix, SdBusInterface* tag)
+    : error(fromErrno(number)), text(describe(prefix, error)), intf(tag)
 {
-    std::swap(error, other.error);
-    std::swap(text, other.text);
+}
+
+SdBusError::SdBusError(sd_bus_error* source, const char* prefix,
+                       SdBusInterface* tag)
+    : error(std::exchange(*source, {})), text(describe(prefix, error)),
+      intf(tag)
+{
+}
+
+SdBusError::SdBusError(SdBusError&& other)
+    : error(std::exchange(other.error, {})),
+      text(std::exchange(other.text, {})), intf(other.intf)
+{
+}
+
+SdBusError& SdBusError::operator=(SdBusError&& other)
+{
+    if (this != &other)
+    {
+        sd_bus_error_free(&error);
+        error = std::exchange(other.error, {});
+        text = std::exchange(other.text, {});
+        intf = other.intf;
+    }
     return *this;
 }
 
@@ -77,4 +103,5 @@ const sd_bus_error* SdBusError::get_error() const noexcept
     return &error;
 }
 
-} // namespace sdbusplus::exception
+} // namespace exception
+} // namespace sdbusplus

@@ -1,14 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <sdbusplus/details/checked.hpp>
 #include <sdbusplus/exception.hpp>
 #include <sdbusplus/message.hpp>
+#include <sdbusplus/sdbus.hpp>
 #include <systemd/sd-bus.h>
 
 #include <cstdint>
 #include <memory>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <type_traits>
 
@@ -20,238 +21,224 @@ namespace bus
 
 using busp_t = sd_bus*;
 
+namespace match
+{
+
+struct match;
+
+} // namespace match
+
 namespace details
 {
 
-struct Release
+/** Drops a reference, and the connection with it where that is asked for. */
+struct BusUnref
 {
-    void operator()(busp_t b) const
-    {
-        close ? sd_bus_flush_close_unref(b) : sd_bus_unref(b);
-    }
+    sd_bus* (*drop)(sd_bus*) = sd_bus_unref;
 
-    bool close = false;
+    void operator()(sd_bus* b) const
+    {
+        drop(b);
+    }
 };
 
 } // namespace details
 
-/** One reference to a connection to a D-Bus daemon. */
+/** A reference to a connection of sd-bus, or to none. */
 struct bus
 {
-    /** Adds a reference to `b`, which may be null. A connection must have
-     *  been started.
-     */
-    explicit bus(busp_t b) : bus(sd_bus_ref(b), std::false_type{}) {}
+    bus() = delete;
+    bus(const bus&) = delete;
+    bus& operator=(const bus&) = delete;
+    bus(bus&&) = default;
+    bus& operator=(bus&&) = default;
+    ~bus() = default;
 
-    /** Takes over the caller's reference. */
-    bus(busp_t b, std::false_type) : held(b)
+    /** Takes a reference of its own.
+     *
+     *  Waits until the connection is up; throws std::logic_error if it does
+     *  not come up, or was never started.
+     */
+    explicit bus(busp_t b) : bus(sd_bus_ref(b), std::false_type()) {}
+
+    /** Takes the caller's reference over; otherwise as the one above. */
+    bus(busp_t b, std::false_type) : owned(b)
     {
-        // Knowing its name means that the connection is up.
         if (b != nullptr)
         {
             get_unique_name();
         }
     }
 
-    bus(bus&&) = default;
-    bus& operator=(bus&&) = default;
-    bus(const bus&) = delete;
-    bus& operator=(const bus&) = delete;
-    ~bus() = default;
-
-    /** Whether the connection is flushed and closed with this handle. */
+    /** Whether the connection is flushed and closed when this object goes. */
     void set_should_close(bool shouldClose)
     {
-        held.get_deleter().close = shouldClose;
+        owned.get_deleter().drop =
+            shouldClose ? sd_bus_flush_close_unref : sd_bus_unref;
     }
 
+    /** The reference goes to the caller. */
     busp_t release()
     {
-        return held.release();
+        return owned.release();
     }
 
     void flush()
     {
-        check(sd_bus_flush(held.get()), "sd_bus_flush");
+        checked(sd_bus_flush(get()), "sd_bus_flush");
     }
 
     void close()
     {
-        sd_bus_close(held.get());
+        sd_bus_close(get());
     }
 
-    /** Waits for something to process.
-     *
-     *  @param timeout_us  in microseconds
-     */
-    void wait(std::uint64_t timeout_us)
+    /** Waits for traffic; UINT64_MAX is for ever. Failures are not seen. */
+    void wait(uint64_t timeout_us)
     {
-        sd_bus_wait(held.get(), timeout_us);
+        sd_bus_wait(get(), timeout_us);
     }
 
     void wait(std::optional<SdBusDuration> timeout = std::nullopt)
     {
-        wait(timeout ? static_cast<std::uint64_t>(timeout->count())
-                     : UINT64_MAX);
+        wait(timeout ? timeout->count() : UINT64_MAX);
     }
 
-    /** Processes one event; its message, if that was nobody's. */
+    /** Handles one message; what nobody handled comes back, else none. */
     message_t process()
     {
         sd_bus_message* m = nullptr;
-        check(sd_bus_process(held.get(), &m), "sd_bus_process");
-        return {m, std::false_type{}};
+        checked(sd_bus_process(get(), &m), "sd_bus_process");
+        return message_t(m, std::false_type());
     }
 
-    /** Processes one event; whether there was one. */
+    /** Handles one message; true if there was something to do. */
     bool process_discard()
     {
-        return check(sd_bus_process(held.get(), nullptr),
-                     "sd_bus_process discard") > 0;
+        return checked(sd_bus_process(get(), nullptr),
+                       "sd_bus_process discard") > 0;
     }
 
     void request_name(const char* service)
     {
-        check(sd_bus_request_name(held.get(), service, 0),
-              "sd_bus_request_name");
+        checked(sd_bus_request_name(get(), service, 0), "sd_bus_request_name");
     }
 
     message_t new_method_call(const char* service, const char* objpath,
                               const char* interf, const char* method)
     {
         sd_bus_message* m = nullptr;
-        check(sd_bus_message_new_method_call(held.get(), &m, service, objpath,
-                                             interf, method),
-              "sd_bus_message_new_method_call");
-        return {m, std::false_type{}};
+        checked(sd_bus_message_new_method_call(get(), &m, service, objpath,
+                                               interf, method),
+                "sd_bus_message_new_method_call");
+        return message_t(m, std::false_type());
     }
 
     message_t new_signal(const char* objpath, const char* interf,
                          const char* member)
     {
         sd_bus_message* m = nullptr;
-        check(
-            sd_bus_message_new_signal(held.get(), &m, objpath, interf, member),
-            "sd_bus_message_new_signal");
-        return {m, std::false_type{}};
+        checked(sd_bus_message_new_signal(get(), &m, objpath, interf, member),
+                "sd_bus_message_new_signal");
+        return message_t(m, std::false_type());
     }
 
-    /** Sends a call and waits for its reply.
+    /** Calls and waits for the reply; an error reply is thrown too.
      *
-     *  @param timeout_us  in microseconds; 0 is the connection's default
-     *  @throw exception::SdBusError  also where the reply is an error
+     *  @param timeout_us microseconds; 0 is the connection's own time-out.
      */
-    message_t call(message_t& m, std::uint64_t timeout_us)
+    message_t call(message_t& m, uint64_t timeout_us)
     {
-        sd_bus_error error = SD_BUS_ERROR_NULL;
         sd_bus_message* reply = nullptr;
-        if (sd_bus_call(held.get(), m.get(), timeout_us, &error, &reply) < 0)
-        {
-            throw exception::SdBusError(&error, "sd_bus_call");
-        }
-        return {reply, std::false_type{}};
+        callFor(m, timeout_us, &reply, "sd_bus_call");
+        return message_t(reply, std::false_type());
     }
 
     message_t call(message_t& m,
                    std::optional<SdBusDuration> timeout = std::nullopt)
     {
-        return call(m, microseconds(timeout));
+        return call(m, timeout ? timeout->count() : 0);
     }
 
-    void call_noreply(message_t& m, std::uint64_t timeout_us)
+    /** Calls, waits for the reply and drops it; an error reply is thrown. */
+    void call_noreply(message_t& m, uint64_t timeout_us)
     {
-        sd_bus_error error = SD_BUS_ERROR_NULL;
-        if (sd_bus_call(held.get(), m.get(), timeout_us, &error, nullptr) < 0)
-        {
-            throw exception::SdBusError(&error, "sd_bus_call noreply");
-        }
+        callFor(m, timeout_us, nullptr, "sd_bus_call noreply");
     }
 
     void call_noreply(message_t& m,
                       std::optional<SdBusDuration> timeout = std::nullopt)
     {
-        call_noreply(m, microseconds(timeout));
+        return call_noreply(m, timeout ? timeout->count() : 0);
     }
 
-    /** Such as ":1.11".
+    /** Name on the bus, such as ":1.11".
      *
-     *  @throw std::logic_error  the connection was never started
+     *  Throws std::logic_error where there is none.
      */
     std::string get_unique_name()
     {
         const char* unique = nullptr;
-        sd_bus_get_unique_name(held.get(), &unique);
-        if (unique == nullptr)
-        {
-            throw std::logic_error("the connection has no name");
-        }
+        sd_bus_get_unique_name(get(), &unique);
         return unique;
     }
 
     int get_fd()
     {
-        return sd_bus_get_fd(held.get());
+        return sd_bus_get_fd(get());
+    }
+
+    friend struct match::match;
+
+  protected:
+    busp_t get() noexcept
+    {
+        return owned.get();
     }
 
   private:
-    static int check(int result, const char* step)
+    static constexpr auto checked = sdbusplus::details::checked;
+
+    void callFor(message_t& m, uint64_t timeout_us, sd_bus_message** reply,
+                 const char* step)
     {
-        return message::details::check(result, step);
+        sd_bus_error error{};
+        if (sd_bus_call(get(), m.get(), timeout_us, &error, reply) < 0)
+        {
+            throw exception::SdBusError(&error, step);
+        }
     }
 
-    static std::uint64_t microseconds(std::optional<SdBusDuration> timeout)
-    {
-        return timeout ? static_cast<std::uint64_t>(timeout->count()) : 0;
-    }
-
-    std::unique_ptr<sd_bus, details::Release> held;
-
-    friend struct bus_access;
+    std::unique_ptr<sd_bus, details::BusUnref> owned;
 };
 
-/** For the parts of this library that hand the connection to sd-bus. */
-struct bus_access
-{
-    static busp_t get(bus& b)
-    {
-        return b.held.get();
-    }
-};
-
-namespace details
-{
-
-inline bus opened(int (*open)(sd_bus**))
-{
-    sd_bus* b = nullptr;
-    open(&b);
-    bus made(b, std::false_type{});
-    made.set_should_close(true);
-    return made;
-}
-
-} // namespace details
-
-/** The thread's default connection: to the system bus for root, else to the
- *  session bus. Null inside where there is none.
- */
+/** The calling thread's own connection, shared with others in the thread; the
+ *  system bus for services, the user's bus elsewhere. Not closed. */
 inline bus new_default()
 {
     sd_bus* b = nullptr;
     sd_bus_default(&b);
-    return {b, std::false_type{}};
+    return bus(b, std::false_type());
 }
 
-/** A new connection to the session bus; null inside where there is none. */
+/** A new connection to the user's bus; closed when the object goes. */
 inline bus new_user()
 {
-    return details::opened(sd_bus_open_user);
+    sd_bus* b = nullptr;
+    sd_bus_open_user(&b);
+    bus opened(b, std::false_type());
+    opened.set_should_close(true);
+    return opened;
 }
 
-/** A new connection to the system bus; null inside where there is none. */
+/** A new connection to the system bus; closed when the object goes. */
 inline bus new_system()
 {
-    return details::opened(sd_bus_open_system);
+    sd_bus* b = nullptr;
+    sd_bus_open_system(&b);
+    bus opened(b, std::false_type());
+    opened.set_should_close(true);
+    return opened;
 }
 
 } // namespace bus

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <sdbusplus/sdbus.hpp>
 #include <systemd/sd-bus.h>
 
 #include <exception>
@@ -12,54 +13,62 @@ namespace sdbusplus
 namespace exception
 {
 
-/** What everything thrown by this library derives from. */
-struct exception : std::exception
+/** Base of everything this library throws; catch this one. */
+struct [[gnu::visibility("default")]] exception : public std::exception
 {
-    /** The D-Bus error's name. */
+    /** D-Bus error name; null where there is none. */
     virtual const char* name() const noexcept = 0;
-
-    /** The D-Bus error's text. */
+    /** Text for people; null where there is none. */
     virtual const char* description() const noexcept = 0;
-
-    /** A positive errno. */
+    /** Positive errno; 0 where there is no error. */
     virtual int get_errno() const noexcept = 0;
+
+  private:
+    // Keeps this type's vtable and typeinfo in the shared library.
+    virtual void unused() const noexcept;
 };
 
-/** What the library itself throws, as opposed to generated bindings. */
-struct internal_exception : exception
-{};
+/** Base of the errors that the library itself finds. */
+struct [[gnu::visibility("default")]] internal_exception : public exception{};
 
-/** A failed step of sd-bus.
+/** A call of sd-bus that failed, and the step it failed in.
  *
- *  `what()` names the step, then the D-Bus error's name and its text, as far
- *  as it has them, separated by ": ".
+ *  what() is the step, then ": " and the error's name, then ": " and its
+ *  message; a part that the error lacks is left out.
  */
-class SdBusError final : public internal_exception
+class [[gnu::visibility("default")]] SdBusError final
+    : public internal_exception
 {
   public:
-    /** @param error   a positive errno
-     *  @param prefix  the step that failed
-     */
-    SdBusError(int error, const char* prefix);
+    /** @param error positive errno; 0 is no error and throws
+     *         std::runtime_error.
+     *  @param prefix name of the step that failed. */
+    SdBusError(int error, const char* prefix,
+               SdBusInterface* intf = &sdbus_impl);
 
-    /** @param error  filled by sd-bus; taken over, empty afterwards */
-    SdBusError(sd_bus_error* error, const char* prefix);
+    /** Takes the content of error over and leaves it empty.
+     *
+     *  @param prefix name of the step that failed. */
+    SdBusError(sd_bus_error * error, const char* prefix,
+               SdBusInterface* intf = &sdbus_impl);
 
-    SdBusError(SdBusError&& other) noexcept;
-    SdBusError& operator=(SdBusError&& other) noexcept;
     SdBusError(const SdBusError&) = delete;
     SdBusError& operator=(const SdBusError&) = delete;
-    ~SdBusError() override;
+    SdBusError(SdBusError && other);
+    SdBusError& operator=(SdBusError&& other);
+    virtual ~SdBusError();
 
     const char* name() const noexcept override;
     const char* description() const noexcept override;
     const char* what() const noexcept override;
     int get_errno() const noexcept override;
+    /** The error itself; it stays with this object. */
     const sd_bus_error* get_error() const noexcept;
 
   private:
     sd_bus_error error;
     std::string text;
+    SdBusInterface* intf;
 };
 
 } // namespace exception

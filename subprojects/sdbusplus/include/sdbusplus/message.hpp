@@ -1,186 +1,199 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <sdbusplus/details/checked.hpp>
 #include <sdbusplus/exception.hpp>
 #include <sdbusplus/message/append.hpp>
 #include <sdbusplus/message/native_types.hpp>
 #include <sdbusplus/message/read.hpp>
+#include <sdbusplus/sdbus.hpp>
 #include <systemd/sd-bus.h>
 
-#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <type_traits>
-#include <utility>
 
 namespace sdbusplus
 {
-
-using SdBusDuration = std::chrono::microseconds;
-
-namespace bus
-{
-struct bus;
-}
 
 namespace message
 {
 
 using msgp_t = sd_bus_message*;
 
-/** One reference to a D-Bus message. */
+namespace details
+{
+
+struct MessageUnref
+{
+    void operator()(msgp_t m) const
+    {
+        sd_bus_message_unref(m);
+    }
+};
+
+} // namespace details
+
+/** A reference to a message of sd-bus, or to none. */
 class message
 {
   public:
-    /** Adds a reference to `m`, which may be null. */
-    explicit message(msgp_t m = nullptr) : held(sd_bus_message_ref(m)) {}
+    /** Takes a reference of its own. */
+    explicit message(msgp_t m = nullptr) : owned(sd_bus_message_ref(m)) {}
 
-    /** Takes over the caller's reference. */
-    message(msgp_t m, std::false_type) : held(m) {}
-
-    message(const message& other) : message(other.held.get()) {}
-
-    message& operator=(const message& other)
-    {
-        held.reset(sd_bus_message_ref(other.held.get()));
-        return *this;
-    }
+    /** Takes the caller's reference over. */
+    message(msgp_t m, std::false_type) : owned(m) {}
 
     message(message&&) = default;
     message& operator=(message&&) = default;
+
+    message(const message& other) : message(other.owned.get()) {}
+
+    message& operator=(const message& other)
+    {
+        owned.reset(sd_bus_message_ref(other.owned.get()));
+        return *this;
+    }
+
     ~message() = default;
 
     explicit operator bool() const
     {
-        return held != nullptr;
+        return owned != nullptr;
     }
 
-    /** Gives up the reference, which becomes the caller's. */
+    /** The reference stays with this object. */
+    msgp_t get()
+    {
+        return owned.get();
+    }
+
+    /** The reference goes to the caller. */
     msgp_t release()
     {
-        return held.release();
+        return owned.release();
     }
 
-    /** Appends values in order, typed by their C++ types. */
-    template <typename... Values>
-    void append(Values&&... values)
+    /** Appends the values in order; what sd-bus refuses is left out, unseen.
+     */
+    template <typename... Args>
+    void append(Args&&... args)
     {
-        (details::append(held.get(), values), ...);
+        (details::appendOne(get(), args), ...);
     }
 
-    /** Reads values in order, typed by their C++ types.
+    /** Reads the values in order.
      *
-     *  @throw exception::SdBusError  names the step that failed
+     *  Throws SdBusError with the name of the step that failed; the values
+     *  before it have been read.
      */
-    template <typename... Values>
-    void read(Values&&... values)
+    template <typename... Args>
+    void read(Args&&... args)
     {
-        (details::read(held.get(), values), ...);
+        (details::readOne(get(), args), ...);
     }
 
-    /** The strings below live as long as the message; null where it has
-     *  none.
-     */
     const char* get_signature() const
     {
-        return sd_bus_message_get_signature(held.get(), 1);
+        return sd_bus_message_get_signature(owned.get(), true);
     }
 
     const char* get_path() const
     {
-        return sd_bus_message_get_path(held.get());
+        return sd_bus_message_get_path(owned.get());
     }
 
     const char* get_interface() const
     {
-        return sd_bus_message_get_interface(held.get());
+        return sd_bus_message_get_interface(owned.get());
     }
 
     const char* get_member() const
     {
-        return sd_bus_message_get_member(held.get());
-    }
-
-    const char* get_sender() const
-    {
-        return sd_bus_message_get_sender(held.get());
+        return sd_bus_message_get_member(owned.get());
     }
 
     const char* get_destination() const
     {
-        return sd_bus_message_get_destination(held.get());
+        return sd_bus_message_get_destination(owned.get());
     }
 
-    /** `SD_BUS_MESSAGE_METHOD_CALL` and its siblings. */
-    std::uint8_t get_type() const
+    const char* get_sender() const
     {
-        std::uint8_t type = 0;
-        details::check(sd_bus_message_get_type(held.get(), &type),
-                       "sd_bus_message_get_type");
+        return sd_bus_message_get_sender(owned.get());
+    }
+
+    /** One of SD_BUS_MESSAGE_METHOD_CALL and its like. */
+    uint8_t get_type() const
+    {
+        uint8_t type = 0;
+        checked(sd_bus_message_get_type(owned.get(), &type),
+                "sd_bus_message_get_type");
         return type;
+    }
+
+    /** Positive errno of an error reply, 0 of everything else. */
+    int get_errno() const
+    {
+        return sd_bus_message_get_errno(owned.get());
+    }
+
+    /** Error of an error reply; it stays with the message. */
+    const sd_bus_error* get_error() const
+    {
+        return sd_bus_message_get_error(owned.get());
     }
 
     bool is_method_error() const
     {
-        return sd_bus_message_is_method_error(held.get(), nullptr) != 0;
+        return sd_bus_message_is_method_error(owned.get(), nullptr);
     }
 
-    int get_errno() const
+    bool is_method_call(const char* interface, const char* method) const
     {
-        return sd_bus_message_get_errno(held.get());
-    }
-
-    bool is_method_call(const char* interface, const char* member) const
-    {
-        return sd_bus_message_is_method_call(held.get(), interface, member) !=
-               0;
+        return sd_bus_message_is_method_call(owned.get(), interface, method);
     }
 
     bool is_signal(const char* interface, const char* member) const
     {
-        return sd_bus_message_is_signal(held.get(), interface, member) != 0;
+        return sd_bus_message_is_signal(owned.get(), interface, member);
     }
 
-    /** An empty reply to this method call. */
     message new_method_return()
     {
         msgp_t reply = nullptr;
-        details::check(sd_bus_message_new_method_return(held.get(), &reply),
-                       "sd_bus_message_new_method_return");
-        return {reply, std::false_type{}};
+        checked(sd_bus_message_new_method_return(get(), &reply),
+                "sd_bus_message_new_method_return");
+        return message(reply, std::false_type());
     }
 
-    /** Sends this reply. */
+    /** @param error positive errno
+     *  @param e takes precedence over error where it is not null */
+    message new_method_errno(int error, const sd_bus_error* e = nullptr)
+    {
+        msgp_t reply = nullptr;
+        checked(sd_bus_message_new_method_errno(get(), &reply, error, e),
+                "sd_bus_message_new_method_errno");
+        return message(reply, std::false_type());
+    }
+
+    /** Sends this reply over the connection it belongs to. */
     void method_return()
     {
-        details::check(sd_bus_send(sd_bus_message_get_bus(held.get()),
-                                   held.get(), nullptr),
-                       "sd_bus_send");
+        checked(sd_bus_send(sd_bus_message_get_bus(get()), get(), nullptr),
+                "sd_bus_send");
     }
 
-    /** Sends this signal. */
+    /** Sends this signal over the connection it belongs to. */
     void signal_send()
     {
         method_return();
     }
 
-    friend struct bus::bus;
-
   private:
-    struct Release
-    {
-        void operator()(msgp_t m) const
-        {
-            sd_bus_message_unref(m);
-        }
-    };
+    static constexpr auto checked = sdbusplus::details::checked;
 
-    msgp_t get() const
-    {
-        return held.get();
-    }
-
-    std::unique_ptr<sd_bus_message, Release> held;
+    std::unique_ptr<sd_bus_message, details::MessageUnref> owned;
 };
 
 } // namespace message

@@ -3,47 +3,54 @@
 
 #include <sdbusplus/bus.hpp>
 #include <sdbusplus/message.hpp>
+#include <systemd/sd-bus.h>
 
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 
 namespace sdbusplus
 {
 
-namespace bus::match
+namespace bus
 {
 
-/** A subscription that lasts as long as the object.
+namespace match
+{
+
+/** Calls a function for each message that a rule fits, as long as it lives.
  *
- *  The callback runs while the connection is processed. It must not throw:
- *  sd-bus, which is C, lies between it and who processes.
+ *  The function runs inside process() or process_discard(). An exception that
+ *  it throws passes through sd-bus, which does not clean up behind it: catch
+ *  inside. A rule that the bus refuses is not reported.
  */
 struct match
 {
-    using callback_t = std::function<void(message_t&)>;
+    using callback_t = std::function<void(sdbusplus::message_t&)>;
 
-    match(bus_t& bus, const char* rule, callback_t callback) :
-        callback(std::make_unique<callback_t>(std::move(callback)))
-    {
-        sd_bus_slot* made = nullptr;
-        sd_bus_add_match(bus_access::get(bus), &made, rule, receive,
-                         this->callback.get());
-        slot.reset(made);
-    }
-
-    match(bus_t& bus, const std::string& rule, callback_t callback) :
-        match(bus, rule.c_str(), std::move(callback))
-    {}
-
-    match(match&&) = default;
-    match& operator=(match&&) = default;
+    match() = delete;
     match(const match&) = delete;
     match& operator=(const match&) = delete;
+    match(match&&) = default;
+    match& operator=(match&&) = default;
     ~match() = default;
 
+    match(sdbusplus::bus_t& bus, const char* rule, callback_t callback)
+        : function(std::make_unique<callback_t>(std::move(callback)))
+    {
+        sd_bus_slot* added = nullptr;
+        sd_bus_add_match(bus.get(), &added, rule, forward, function.get());
+        slot.reset(added);
+    }
+
+    match(sdbusplus::bus_t& bus, const std::string& rule, callback_t callback)
+        : match(bus, rule.c_str(), std::move(callback))
+    {
+    }
+
   private:
-    struct Release
+    struct SlotUnref
     {
         void operator()(sd_bus_slot* s) const
         {
@@ -51,22 +58,20 @@ struct match
         }
     };
 
-    static int receive(sd_bus_message* m, void* callback, sd_bus_error*)
+    static int forward(sd_bus_message* m, void* context, sd_bus_error*)
     {
         message_t received(m);
-        (*static_cast<callback_t*>(callback))(received);
+        (*static_cast<callback_t*>(context))(received);
         return 0;
     }
 
-    std::unique_ptr<callback_t> callback;
-    std::unique_ptr<sd_bus_slot, Release> slot;
+    std::unique_ptr<callback_t> function;
+    std::unique_ptr<sd_bus_slot, SlotUnref> slot;
 };
 
-} // namespace bus::match
+} // namespace match
 
-namespace bus
-{
 using match_t = match::match;
-}
 
+} // namespace bus
 } // namespace sdbusplus

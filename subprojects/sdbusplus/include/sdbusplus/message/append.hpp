@@ -1,109 +1,135 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <sdbusplus/details/type_text.hpp>
 #include <sdbusplus/message/types.hpp>
 #include <systemd/sd-bus.h>
 
-/** Appending C++ values to a message. What sd-bus says of it is not looked
- *  at: a message that could not take a value fails when it is sent.
- */
+#include <string>
+#include <tuple>
+#include <type_traits>
+#include <utility>
+#include <variant>
+
+/* Nothing here looks at what sd-bus returns: a value that sd-bus refuses is
+ * left out, and the message or its call fails later. */
+
 namespace sdbusplus::message::details
 {
 
 template <typename T>
-void append(sd_bus_message* message, const T& value);
-
-inline void append_text(sd_bus_message* message, char code, const char* text)
-{
-    sd_bus_message_append_basic(message, code, text);
-}
+void appendOne(sd_bus_message* m, const T& value);
 
 template <typename T>
-void append_basic(sd_bus_message* message, const T& value)
+void appendBasic(sd_bus_message* m, const T& value)
 {
-    if constexpr (types::CString<T>)
+    constexpr char code = basicCode<Plain<T>>;
+    if constexpr (std::is_same_v<T, bool>)
     {
-        append_text(message, 's', value);
+        // sd-bus reads a boolean as an int.
+        const int number = value;
+        sd_bus_message_append_basic(m, code, &number);
     }
-    else if constexpr (std::same_as<T, std::string>)
+    else if constexpr (std::is_same_v<T, std::string>)
     {
-        append_text(message, 's', value.c_str());
+        sd_bus_message_append_basic(m, code, value.c_str());
     }
-    else if constexpr (types::Text<T>)
+    else if constexpr (Text<T>)
     {
-        append_text(message, T::code, value.str.c_str());
+        sd_bus_message_append_basic(m, code, value.str.c_str());
     }
-    else if constexpr (std::same_as<T, bool>)
+    else if constexpr (CText<Plain<T>>)
     {
-        const int truth = value;
-        sd_bus_message_append_basic(message, 'b', &truth);
+        sd_bus_message_append_basic(m, code, value);
     }
     else
     {
-        static_assert(std::is_arithmetic_v<T>, "D-Bus has no such type");
-        sd_bus_message_append_basic(message, types::code_of<T>, &value);
+        sd_bus_message_append_basic(m, code, &value);
     }
 }
 
-template <typename T>
-void append_items(sd_bus_message* message, const T& items)
+template <typename Body>
+void enclosed(sd_bus_message* m, char code, const char* contents, Body body)
 {
-    sd_bus_message_open_container(message, SD_BUS_TYPE_ARRAY,
-                                  types::signature_of<typename T::value_type>);
-    for (const auto& item : items)
-    {
-        append(message, item);
-    }
-    sd_bus_message_close_container(message);
+    sd_bus_message_open_container(m, code, contents);
+    body();
+    sd_bus_message_close_container(m);
 }
 
-template <typename... T>
-void append(sd_bus_message* message, const std::variant<T...>& value)
+template <Container T>
+void appendContainer(sd_bus_message* m, const T& items)
+{
+    const char* type = typeText<typename T::value_type>.data();
+    enclosed(m, SD_BUS_TYPE_ARRAY, type,
+             [&]
+             {
+                 for (auto& item : items)
+                 {
+                     appendOne(m, item);
+                 }
+             });
+}
+
+template <typename First, typename Second>
+void appendPair(sd_bus_message* m, const std::pair<First, Second>& entry)
+{
+    const char* types = typeText<First, Second>.data();
+    enclosed(m, SD_BUS_TYPE_DICT_ENTRY, types,
+             [&]
+             {
+                 appendOne(m, entry.first);
+                 appendOne(m, entry.second);
+             });
+}
+
+template <typename... Ts>
+void appendTuple(sd_bus_message* m, const std::tuple<Ts...>& fields)
+{
+    enclosed(m, SD_BUS_TYPE_STRUCT, typeText<Ts...>.data(),
+             [&]
+             {
+                 std::apply([&](const auto&... field)
+                            { (appendOne(m, field), ...); },
+                            fields);
+             });
+}
+
+template <typename... Ts>
+void appendVariant(sd_bus_message* m, const std::variant<Ts...>& value)
 {
     std::visit(
-        [message](const auto& held) {
-            using Held = std::remove_cvref_t<decltype(held)>;
-            sd_bus_message_open_container(message, SD_BUS_TYPE_VARIANT,
-                                          types::signature_of<Held>);
-            details::append(message, held);
-            sd_bus_message_close_container(message);
+        [&]<typename T>(const T& held)
+        {
+            enclosed(m, SD_BUS_TYPE_VARIANT, typeText<T>.data(),
+                     [&] { appendOne(m, held); });
         },
         value);
 }
 
-template <typename Key, typename Value>
-void append(sd_bus_message* message, const std::pair<Key, Value>& entry)
-{
-    sd_bus_message_open_container(message, SD_BUS_TYPE_DICT_ENTRY,
-                                  types::contents_of<std::pair<Key, Value>>);
-    append(message, entry.first);
-    append(message, entry.second);
-    sd_bus_message_close_container(message);
-}
-
-template <typename... Members>
-void append(sd_bus_message* message, const std::tuple<Members...>& structure)
-{
-    sd_bus_message_open_container(message, SD_BUS_TYPE_STRUCT,
-                                  types::contents_of<std::tuple<Members...>>);
-    std::apply(
-        [message](const auto&... members) {
-            (details::append(message, members), ...);
-        },
-        structure);
-    sd_bus_message_close_container(message);
-}
-
 template <typename T>
-void append(sd_bus_message* message, const T& value)
+void appendOne(sd_bus_message* m, const T& value)
 {
-    if constexpr (types::List<T> || types::Dictionary<T>)
+    if constexpr (Variant<T>)
     {
-        append_items(message, value);
+        appendVariant(m, value);
+    }
+    else if constexpr (Pair<T>)
+    {
+        appendPair(m, value);
+    }
+    else if constexpr (Tuple<T>)
+    {
+        appendTuple(m, value);
+    }
+    else if constexpr (Container<T>)
+    {
+        appendContainer(m, value);
     }
     else
     {
-        append_basic(message, value);
+        static_assert(basicCode<Plain<T>> != 0,
+                      "D-Bus has no type for this C++ type");
+        appendBasic(m, value);
     }
 }
 

@@ -1,33 +1,39 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <compare>
+#include <cstddef>
+#include <functional>
 #include <string>
 #include <utility>
 
-namespace sdbusplus::message
+namespace sdbusplus
+{
+
+namespace message
 {
 
 namespace details
 {
 
-/** A text that D-Bus tells apart from a plain string by its type code. */
-template <char typeCode>
-struct typed_string
+/** Text that travels under a D-Bus type of its own.
+ *
+ *  Converts from and to std::string, and compares with it and its like.
+ */
+template <typename Kind>
+struct string_kind
 {
-    static constexpr char code = typeCode;
-
     std::string str;
 
-    typed_string() = default;
+    string_kind() = default;
 
-    typed_string(std::string text) : str(std::move(text)) {}
+    string_kind(const std::string& text) : str(text) {}
 
-    typed_string(const char* text) : str(text) {}
+    string_kind(std::string&& text) : str(std::move(text)) {}
 
-    operator const std::string&() const&
+    // "volatile" keeps the choice between these two what callers know.
+    operator const std::string&() const volatile&
     {
-        return str;
+        return const_cast<const string_kind*>(this)->str;
     }
 
     operator std::string&&() &&
@@ -35,18 +41,66 @@ struct typed_string
         return std::move(str);
     }
 
-    auto operator<=>(const typed_string&) const = default;
-    bool operator==(const typed_string&) const = default;
-
-    bool operator==(const std::string& other) const
+    friend bool operator==(const Kind& left, const Kind& right)
     {
-        return str == other;
+        return left.str == right.str;
     }
+
+    friend bool operator==(const Kind& left, const std::string& right)
+    {
+        return left.str == right;
+    }
+
+    friend bool operator<(const Kind& left, const Kind& right)
+    {
+        return left.str < right.str;
+    }
+
+    friend bool operator<(const Kind& left, const std::string& right)
+    {
+        return left.str < right;
+    }
+
+    friend bool operator<(const std::string& left, const Kind& right)
+    {
+        return left < right.str;
+    }
+};
+
+struct string_wrapper : string_kind<string_wrapper>
+{
+    using string_kind::string_kind;
+};
+
+struct string_path_wrapper : string_kind<string_path_wrapper>
+{
+    using string_kind::string_kind;
 };
 
 } // namespace details
 
-using object_path = details::typed_string<'o'>;
-using signature = details::typed_string<'g'>;
+/** D-Bus type "o". */
+using object_path = details::string_path_wrapper;
+/** D-Bus type "g". */
+using signature = details::string_wrapper;
 
-} // namespace sdbusplus::message
+} // namespace message
+} // namespace sdbusplus
+
+template <>
+struct std::hash<sdbusplus::message::signature>
+{
+    std::size_t operator()(const sdbusplus::message::signature& s) const
+    {
+        return std::hash<std::string>()(s.str);
+    }
+};
+
+template <>
+struct std::hash<sdbusplus::message::object_path>
+{
+    std::size_t operator()(const sdbusplus::message::object_path& path) const
+    {
+        return std::hash<std::string>()(path.str);
+    }
+};

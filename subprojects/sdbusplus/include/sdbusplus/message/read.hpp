@@ -1,67 +1,29 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <sdbusplus/exception.hpp>
+#include <sdbusplus/details/checked.hpp>
+#include <sdbusplus/details/type_text.hpp>
 #include <sdbusplus/message/types.hpp>
 #include <systemd/sd-bus.h>
 
-/** Reading C++ values from a message. Each step that fails throws an
- *  `SdBusError` that names it.
- */
+#include <concepts>
+#include <tuple>
+#include <utility>
+#include <variant>
+
+/* Every step that sd-bus refuses throws SdBusError with the step's own name;
+ * what was read before it stays read. Only negative results are failures: at
+ * the end of an array sd-bus answers 0 and gives no value. */
+
 namespace sdbusplus::message::details
 {
 
-/** A type that a map's entries can be read into. */
-template <typename T>
-struct Readable
-{
-    using type = T;
-};
-
-template <typename Key, typename Value>
-struct Readable<std::pair<const Key, Value>>
-{
-    using type = std::pair<Key, Value>;
-};
-
-inline int check(int result, const char* step)
-{
-    if (result < 0)
-    {
-        throw exception::SdBusError(-result, step);
-    }
-    return result;
-}
+using sdbusplus::details::checked;
 
 template <typename T>
-void read(sd_bus_message* message, T& value);
+void readOne(sd_bus_message* m, T& value);
 
-template <typename T>
-void read_basic(sd_bus_message* message, T& value)
-{
-    if constexpr (types::Text<T>)
-    {
-        const char* text = nullptr;
-        check(sd_bus_message_read_basic(message, types::code_of<T>, &text),
-              "sd_bus_message_read_basic string");
-        value = T(text);
-    }
-    else if constexpr (std::same_as<T, bool>)
-    {
-        int truth = 0;
-        check(sd_bus_message_read_basic(message, 'b', &truth),
-              "sd_bus_message_read_basic bool");
-        value = truth != 0;
-    }
-    else
-    {
-        static_assert(std::is_arithmetic_v<T>, "D-Bus has no such type");
-        check(sd_bus_message_read_basic(message, types::code_of<T>, &value),
-              "sd_bus_message_read_basic fundamental");
-    }
-}
-
-/** The names of an array's steps, which depend on what it is read into. */
+/** Names of the steps that read an array. */
 struct ArraySteps
 {
     const char* enter;
@@ -73,103 +35,154 @@ inline constexpr ArraySteps listSteps{
     "sd_bus_message_enter_container emplace_back_container",
     "sd_bus_message_at_end emplace_back_container",
     "sd_bus_message_exit_container emplace_back_container"};
-inline constexpr ArraySteps dictionarySteps{
+
+inline constexpr ArraySteps setSteps{
     "sd_bus_message_enter_container emplace_container",
     "sd_bus_message_at_end emplace_container",
     "sd_bus_message_exit_container emplace_container"};
 
-template <typename Item, typename Insert>
-void read_array(sd_bus_message* message, const ArraySteps& steps,
-                Insert&& insert)
+inline void readBool(sd_bus_message* m, bool& value)
 {
-    check(sd_bus_message_enter_container(message, SD_BUS_TYPE_ARRAY,
-                                         types::signature_of<Item>),
-          steps.enter);
-    while (check(sd_bus_message_at_end(message, 0), steps.atEnd) == 0)
+    int number = 0; // sd-bus writes a boolean as an int
+    checked(sd_bus_message_read_basic(m, SD_BUS_TYPE_BOOLEAN, &number),
+            "sd_bus_message_read_basic bool");
+    value = number != 0;
+}
+
+template <Text T>
+void readText(sd_bus_message* m, T& value)
+{
+    const char* text = nullptr;
+    checked(sd_bus_message_read_basic(m, basicCode<T>, &text),
+            "sd_bus_message_read_basic string");
+    value = T(text);
+}
+
+template <typename T>
+void readFundamental(sd_bus_message* m, T& value)
+{
+    static_assert(basicCode<T> != 0, "D-Bus has no type for this C++ type");
+    checked(sd_bus_message_read_basic(m, basicCode<T>, &value),
+            "sd_bus_message_read_basic fundamental");
+}
+
+template <typename Item, typename Insert>
+void readItems(sd_bus_message* m, const ArraySteps& steps, Insert insert)
+{
+    checked(sd_bus_message_enter_container(m, SD_BUS_TYPE_ARRAY,
+                                           typeText<Item>.data()),
+            steps.enter);
+    while (checked(sd_bus_message_at_end(m, false), steps.atEnd) == 0)
     {
         Item item{};
-        read(message, item);
+        readOne(m, item);
         insert(std::move(item));
     }
-    check(sd_bus_message_exit_container(message), steps.exit);
+    checked(sd_bus_message_exit_container(m), steps.exit);
 }
 
-template <typename Key, typename Value>
-void read(sd_bus_message* message, std::pair<Key, Value>& entry)
+template <Container T>
+void readContainer(sd_bus_message* m, T& items)
 {
-    check(sd_bus_message_enter_container(
-              message, SD_BUS_TYPE_DICT_ENTRY,
-              types::contents_of<std::pair<Key, Value>>),
-          "sd_bus_message_enter_container pair");
-    read(message, entry.first);
-    read(message, entry.second);
-    check(sd_bus_message_exit_container(message),
-          "sd_bus_message_exit_container pair");
+    using Item = Plain<typename T::value_type>;
+    if constexpr (requires(Item & item) { items.emplace_back(item); })
+    {
+        readItems<Item>(m, listSteps,
+                        [&](Item&& item)
+                        { items.emplace_back(std::move(item)); });
+    }
+    else
+    {
+        readItems<Item>(m, setSteps,
+                        [&](Item&& item) { items.emplace(std::move(item)); });
+    }
 }
 
-template <typename... Members>
-void read(sd_bus_message* message, std::tuple<Members...>& structure)
+template <Pair T>
+void readPair(sd_bus_message* m, T& entry)
 {
-    check(sd_bus_message_enter_container(
-              message, SD_BUS_TYPE_STRUCT,
-              types::contents_of<std::tuple<Members...>>),
-          "sd_bus_message_enter_container tuple");
-    std::apply(
-        [message](auto&... members) { (details::read(message, members), ...); },
-        structure);
-    check(sd_bus_message_exit_container(message),
-          "sd_bus_message_exit_container tuple");
+    checked(
+        sd_bus_message_enter_container(
+            m, SD_BUS_TYPE_DICT_ENTRY,
+            typeText<typename T::first_type, typename T::second_type>.data()),
+        "sd_bus_message_enter_container pair");
+    readOne(m, entry.first);
+    readOne(m, entry.second);
+    checked(sd_bus_message_exit_container(m),
+            "sd_bus_message_exit_container pair");
 }
 
-/** Reads the variant if it holds a T. */
-template <typename T, typename Variant>
-bool read_alternative(sd_bus_message* message, Variant& value)
+template <typename... Ts>
+void readTuple(sd_bus_message* m, std::tuple<Ts...>& fields)
 {
-    if (check(sd_bus_message_verify_type(message, SD_BUS_TYPE_VARIANT,
-                                         types::signature_of<T>),
-              "sd_bus_message_verify_type variant") == 0)
+    checked(sd_bus_message_enter_container(m, SD_BUS_TYPE_STRUCT,
+                                           typeText<Ts...>.data()),
+            "sd_bus_message_enter_container tuple");
+    std::apply([&](auto&... field) { (readOne(m, field), ...); }, fields);
+    checked(sd_bus_message_exit_container(m),
+            "sd_bus_message_exit_container tuple");
+}
+
+/** Reads the variant if it holds a T, and says whether it did. */
+template <typename T, typename... Ts>
+bool readAlternative(sd_bus_message* m, std::variant<Ts...>& value)
+{
+    const char* type = typeText<T>.data();
+    if (checked(sd_bus_message_verify_type(m, SD_BUS_TYPE_VARIANT, type),
+                "sd_bus_message_verify_type variant") == 0)
     {
         return false;
     }
-    check(sd_bus_message_enter_container(message, SD_BUS_TYPE_VARIANT,
-                                         types::signature_of<T>),
-          "sd_bus_message_enter_container variant");
+    checked(sd_bus_message_enter_container(m, SD_BUS_TYPE_VARIANT, type),
+            "sd_bus_message_enter_container variant");
     T held{};
-    read(message, held);
+    readOne(m, held);
     value = std::move(held);
-    check(sd_bus_message_exit_container(message),
-          "sd_bus_message_exit_container variant");
+    checked(sd_bus_message_exit_container(m),
+            "sd_bus_message_exit_container variant");
     return true;
 }
 
-template <typename... T>
-void read(sd_bus_message* message, std::variant<T...>& value)
+template <typename... Ts>
+void readVariant(sd_bus_message* m, std::variant<Ts...>& value)
 {
-    if (!(read_alternative<T>(message, value) || ...))
+    if (!(readAlternative<Ts>(m, value) || ...))
     {
-        check(sd_bus_message_skip(message, "v"), "sd_bus_message_skip variant");
-        value = std::variant<T...>{};
+        checked(sd_bus_message_skip(m, "v"), "sd_bus_message_skip variant");
+        value.template emplace<0>();
     }
 }
 
 template <typename T>
-void read(sd_bus_message* message, T& value)
+void readOne(sd_bus_message* m, T& value)
 {
-    if constexpr (types::List<T>)
+    if constexpr (std::same_as<T, bool>)
     {
-        read_array<typename T::value_type>(
-            message, listSteps,
-            [&value](auto&& item) { value.emplace_back(std::move(item)); });
+        readBool(m, value);
     }
-    else if constexpr (types::Dictionary<T>)
+    else if constexpr (Text<T>)
     {
-        read_array<typename Readable<typename T::value_type>::type>(
-            message, dictionarySteps,
-            [&value](auto&& item) { value.emplace(std::move(item)); });
+        readText(m, value);
+    }
+    else if constexpr (Variant<T>)
+    {
+        readVariant(m, value);
+    }
+    else if constexpr (Pair<T>)
+    {
+        readPair(m, value);
+    }
+    else if constexpr (Tuple<T>)
+    {
+        readTuple(m, value);
+    }
+    else if constexpr (Container<T>)
+    {
+        readContainer(m, value);
     }
     else
     {
-        read_basic(message, value);
+        readFundamental(m, value);
     }
 }
 

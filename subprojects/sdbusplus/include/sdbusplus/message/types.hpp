@@ -2,143 +2,104 @@
 #pragma once
 
 #include <sdbusplus/message/native_types.hpp>
+#include <systemd/sd-bus.h>
 
 #include <concepts>
+#include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <string>
 #include <tuple>
 #include <type_traits>
 #include <utility>
 #include <variant>
 
-/** The D-Bus type of a C++ type, known when compiling. */
-namespace sdbusplus::message::types
+namespace sdbusplus::message::details
 {
 
-/** Type codes, as a string. */
-template <char... codes>
-struct Codes
+template <typename T>
+struct plain
 {
-    static constexpr char text[] = {codes..., '\0'};
+    using type = T;
 };
 
-template <char... left, char... right>
-constexpr Codes<left..., right...> operator+(Codes<left...>, Codes<right...>)
+template <size_t size>
+struct plain<char[size]>
 {
-    return {};
-}
+    using type = char*;
+};
 
+template <typename First, typename Second>
+struct plain<std::pair<First, Second>>
+{
+    using type =
+        std::pair<std::remove_cvref_t<First>, std::remove_cvref_t<Second>>;
+};
+
+template <typename... Ts>
+struct plain<std::tuple<Ts...>>
+{
+    using type = std::tuple<std::remove_cvref_t<Ts>...>;
+};
+
+/** T as a value of its own: no reference, no const, neither in it a level
+ *  down (the entries of a map, a tuple of references). */
+template <typename T>
+using Plain = typename plain<std::remove_cvref_t<T>>::type;
+
+template <typename T, template <typename...> typename Template>
+inline constexpr bool madeFrom = false;
+template <template <typename...> typename Template, typename... Ts>
+inline constexpr bool madeFrom<Template<Ts...>, Template> = true;
+
+template <typename T>
+concept Variant = madeFrom<T, std::variant>;
+template <typename T>
+concept Pair = madeFrom<T, std::pair>;
+template <typename T>
+concept Tuple = madeFrom<T, std::tuple>;
+
+/** A string class; what it is on the wire is for basicCode to say. */
 template <typename T>
 concept Text = std::same_as<T, std::string> || std::same_as<T, object_path> ||
     std::same_as<T, signature>;
 
 template <typename T>
-concept CString = std::is_convertible_v<T, const char*>;
+concept CText = std::same_as<T, const char*> || std::same_as<T, char*>;
 
 template <typename T>
-concept List = !Text<T> && requires(T list, typename T::value_type value)
+concept Container = !Text<T> && requires(const T& items)
 {
-    list.emplace_back(value);
+    typename T::value_type;
+    std::cbegin(items);
 };
 
+/** Type code of a basic type; 0 where D-Bus knows none for T. */
 template <typename T>
-concept Dictionary = requires(T map, typename T::value_type value)
-{
-    map.emplace(value);
-};
+inline constexpr char basicCode = CText<T> ? SD_BUS_TYPE_STRING : 0;
+template <>
+inline constexpr char basicCode<bool> = SD_BUS_TYPE_BOOLEAN;
+template <>
+inline constexpr char basicCode<uint8_t> = SD_BUS_TYPE_BYTE;
+template <>
+inline constexpr char basicCode<int16_t> = SD_BUS_TYPE_INT16;
+template <>
+inline constexpr char basicCode<uint16_t> = SD_BUS_TYPE_UINT16;
+template <>
+inline constexpr char basicCode<int32_t> = SD_BUS_TYPE_INT32;
+template <>
+inline constexpr char basicCode<uint32_t> = SD_BUS_TYPE_UINT32;
+template <>
+inline constexpr char basicCode<int64_t> = SD_BUS_TYPE_INT64;
+template <>
+inline constexpr char basicCode<uint64_t> = SD_BUS_TYPE_UINT64;
+template <>
+inline constexpr char basicCode<double> = SD_BUS_TYPE_DOUBLE;
+template <>
+inline constexpr char basicCode<std::string> = SD_BUS_TYPE_STRING;
+template <>
+inline constexpr char basicCode<object_path> = SD_BUS_TYPE_OBJECT_PATH;
+template <>
+inline constexpr char basicCode<signature> = SD_BUS_TYPE_SIGNATURE;
 
-/** The code of each type; a class, so that containers can be told by
- *  specialising it.
- */
-template <typename T>
-struct CodesOf;
-
-template <typename T>
-using codes_of = decltype(CodesOf<std::remove_cvref_t<T>>::codes());
-
-template <char code>
-struct Basic
-{
-    static constexpr Codes<code> codes()
-    {
-        return {};
-    }
-};
-
-// clang-format off
-template <> struct CodesOf<bool> : Basic<'b'> {};
-template <> struct CodesOf<std::uint8_t> : Basic<'y'> {};
-template <> struct CodesOf<std::int16_t> : Basic<'n'> {};
-template <> struct CodesOf<std::uint16_t> : Basic<'q'> {};
-template <> struct CodesOf<std::int32_t> : Basic<'i'> {};
-template <> struct CodesOf<std::uint32_t> : Basic<'u'> {};
-template <> struct CodesOf<std::int64_t> : Basic<'x'> {};
-template <> struct CodesOf<std::uint64_t> : Basic<'t'> {};
-template <> struct CodesOf<double> : Basic<'d'> {};
-template <> struct CodesOf<std::string> : Basic<'s'> {};
-template <> struct CodesOf<object_path> : Basic<'o'> {};
-template <> struct CodesOf<signature> : Basic<'g'> {};
-template <CString T> struct CodesOf<T> : Basic<'s'> {};
-template <typename... T> struct CodesOf<std::variant<T...>> : Basic<'v'> {};
-
-// clang-format on
-
-template <List T>
-struct CodesOf<T>
-{
-    static constexpr auto codes()
-    {
-        return Codes<'a'>() + codes_of<typename T::value_type>();
-    }
-};
-
-template <Dictionary T>
-struct CodesOf<T>
-{
-    static constexpr auto codes()
-    {
-        return Codes<'a'>() + codes_of<typename T::value_type>();
-    }
-};
-
-template <typename Key, typename Value>
-struct CodesOf<std::pair<Key, Value>>
-{
-    static constexpr auto codes()
-    {
-        return Codes<'{'>() + contents() + Codes<'}'>();
-    }
-
-    static constexpr auto contents()
-    {
-        return codes_of<Key>() + codes_of<Value>();
-    }
-};
-
-template <typename... Members>
-struct CodesOf<std::tuple<Members...>>
-{
-    static constexpr auto codes()
-    {
-        return Codes<'('>() + contents() + Codes<')'>();
-    }
-
-    static constexpr auto contents()
-    {
-        return (Codes<>() + ... + codes_of<Members>());
-    }
-};
-
-/** The signature of a value of type T. */
-template <typename T>
-constexpr auto& signature_of = codes_of<T>::text;
-
-/** The signature of what a pair or a tuple holds. */
-template <typename T>
-constexpr auto& contents_of = decltype(CodesOf<T>::contents())::text;
-
-/** The type code of a value that is no container. */
-template <typename T>
-constexpr char code_of = signature_of<T>[0];
-
-} // namespace sdbusplus::message::types
+} // namespace sdbusplus::message::details

@@ -3,16 +3,30 @@
 
 #include <string>
 
-namespace sdbusplus::xyz::openbmc_project::Software::server
+namespace sdbusplus
+{
+namespace xyz
+{
+namespace openbmc_project
+{
+namespace Software
+{
+namespace server
 {
 
-/** The D-Bus interface xyz.openbmc_project.Software.Version; here only the
- *  names of its enumeration.
- */
-class Version
+/** Names of the D-Bus interface xyz.openbmc_project.Software.Version; objects
+ *  of it live on a BMC only. */
+class [[gnu::visibility("default")]] Version
 {
   public:
-    /** What a software version is for. */
+    Version() = delete;
+    Version(const Version&) = delete;
+    Version& operator=(const Version&) = delete;
+    Version(Version &&) = delete;
+    Version& operator=(Version&&) = delete;
+    virtual ~Version() = default;
+
+    /** What a firmware version is a version of. */
     enum class VersionPurpose
     {
         Unknown,
@@ -23,13 +37,17 @@ class Version
         PSU,
     };
 
-    Version() = delete;
-
-    /** The name of an enumerator on D-Bus, qualified by its interface.
+    /** "xyz.openbmc_project.Software.Version.VersionPurpose." and the
+     *  enumerator's name.
      *
-     *  @throw std::invalid_argument  no enumerator; its text is the number
+     *  Throws std::invalid_argument, whose text is the number, for a value
+     *  that is none of them.
      */
-    static std::string convertVersionPurposeToString(VersionPurpose purpose);
+    static std::string convertVersionPurposeToString(VersionPurpose e);
 };
 
-} // namespace sdbusplus::xyz::openbmc_project::Software::server
+} // namespace server
+} // namespace Software
+} // namespace openbmc_project
+} // namespace xyz
+} // namespace sdbusplus

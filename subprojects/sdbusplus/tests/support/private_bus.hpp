@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <sdbusplus/bus.hpp>
+#include <sys/types.h>
+#include <systemd/sd-bus.h>
+
+#include <filesystem>
+#include <string>
+
+namespace support
+{
+
+/** A dbus-daemon of the test's own, in a temporary folder. */
+class PrivateBus
+{
+  public:
+    PrivateBus();
+    ~PrivateBus();
+    PrivateBus(const PrivateBus&) = delete;
+    PrivateBus& operator=(const PrivateBus&) = delete;
+
+    const std::string& address() const
+    {
+        return socket;
+    }
+
+    /** A new connection that nobody has waited for; the caller's. */
+    sd_bus* open() const;
+
+    /** A new connection, closed when the object goes. */
+    sdbusplus::bus_t connect() const;
+
+    /** Kills the daemon and waits for its end. */
+    void kill();
+
+  private:
+    std::filesystem::path folder;
+    std::string socket;
+    pid_t daemon = -1;
+};
+
+} // namespace support
