@@ -61,6 +61,17 @@ TEST_F(Bus, ClosesTheConnectionIfToldToWhoeverElseHoldsIt)
     sd_bus_unref(raw);
 }
 
+TEST_F(Bus, KeepsTheConnectionForOthersIfToldTo)
+{
+    auto* raw = daemon.open();
+    auto leaving = std::make_optional<bus_t>(raw);
+    leaving->set_should_close(true);
+    leaving->set_should_close(false);
+    leaving.reset();
+    EXPECT_EQ(sd_bus_is_open(raw), 1);
+    sd_bus_unref(raw);
+}
+
 TEST_F(Bus, HandsItsReferenceOnWhenItMoves)
 {
     const auto name = bus.get_unique_name();

@@ -147,6 +147,7 @@ TEST_F(MatchDeathTest, LetsAnExceptionThroughToWhoeverProcesses)
         catch (const std::runtime_error& error)
         {
             fprintf(stderr, "caught: %s\n", error.what());
+            daemon.kill();
             _exit(42);
         }
     };

@@ -8,6 +8,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
@@ -61,6 +62,7 @@ pid_t start(const std::filesystem::path& folder, int ready)
         dup2(creat(log.c_str(), 0600), STDERR_FILENO);
         execlp("dbus-daemon", "dbus-daemon", "--nofork", "--nosyslog",
                configOption.c_str(), readyOption.c_str(), nullptr);
+        perror("cannot run dbus-daemon");
         _exit(127);
     }
     return child;
@@ -97,17 +99,15 @@ PrivateBus::PrivateBus()
     close(ready[0]);
     if (!started)
     {
+        const auto log = contentOf(folder / "log");
         kill();
-        throw std::runtime_error("dbus-daemon does not start: " +
-                                 contentOf(folder / "log"));
+        throw std::runtime_error("dbus-daemon does not start: " + log);
     }
 }
 
 PrivateBus::~PrivateBus()
 {
     kill();
-    std::error_code ignored;
-    std::filesystem::remove_all(folder, ignored);
 }
 
 void PrivateBus::kill()
@@ -118,6 +118,8 @@ void PrivateBus::kill()
         waitpid(daemon, nullptr, 0);
         daemon = -1;
     }
+    std::error_code ignored;
+    std::filesystem::remove_all(folder, ignored);
 }
 
 sd_bus* PrivateBus::open() const

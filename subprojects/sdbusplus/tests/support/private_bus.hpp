@@ -31,7 +31,7 @@ class PrivateBus
     /** A new connection, closed when the object goes. */
     sdbusplus::bus_t connect() const;
 
-    /** Kills the daemon and waits for its end. */
+    /** Kills the daemon, waits for its end and removes its folder. */
     void kill();
 
   private:
