@@ -48,10 +48,14 @@ void declareRun(CLI::App& app, std::function<int()>& action)
         ->expected(1)
         ->take_all();
     run->add_option("COMMAND", command, "The command and its arguments")
-        ->required()
         ->option_text(" ");
     run->positionals_at_end();
-    run->callback([&action] {
+    run->final_callback([&action] {
+        // Not required(), which would hide an unknown option's error.
+        if (command.empty())
+        {
+            throw CLI::RequiredError("COMMAND");
+        }
         bmcsim::Settings made;
         made.manager =
             manager == "systemd" ? ManagerKind::systemd : ManagerKind::builtin;

@@ -70,14 +70,14 @@ void JobWatch::nameOwnerChanged(sdbusplus::message::message& signal)
     systemdIsGone = after.empty();
 }
 
-std::optional<int> JobWatch::wait(milliseconds limit,
-                                  const std::function<void(milliseconds)>& tick)
+std::optional<int> JobWatch::wait(steady_clock::time_point deadline,
+                                  const std::function<void()>& tick)
 {
     constexpr milliseconds slice{100};
-    const auto start = steady_clock::now();
+    outcome.reset();
     for (;;)
     {
-        while (bus.process_discard())
+        while (!outcome && bus.process_discard())
         {}
         if (failure)
         {
@@ -93,13 +93,13 @@ std::optional<int> JobWatch::wait(milliseconds limit,
                           "systemd left the bus; whether the flash ended is "
                           "not known");
         }
-        const auto waited = std::chrono::duration_cast<milliseconds>(
-            steady_clock::now() - start);
-        if (waited >= limit)
+        const auto left =
+            std::chrono::ceil<milliseconds>(deadline - steady_clock::now());
+        if (left <= milliseconds::zero())
         {
             return {};
         }
-        tick(waited);
-        bus.wait(std::min(slice, limit - waited));
+        tick();
+        bus.wait(std::min(slice, left));
     }
 }

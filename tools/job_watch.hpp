@@ -16,20 +16,17 @@ class JobWatch
     /** Tells what a JobRemoved signal means; 0 is another's job. */
     using Handler = std::function<int(sdbusplus::message::message&)>;
 
-    /** @param handle  called with each signal until one is not another's:
-     *                 of a flash that is stopped the first outcome counts
-     */
+    /** @param handle  called with each signal until one is not another's */
     JobWatch(sdbusplus::bus::bus& bus, Handler handle);
 
-    /** Waits for the first outcome that is ours.
+    /** Waits for the next outcome that is ours.
      *
-     *  @param tick  called now and then with the time waited
+     *  @param tick  called now and then
      *  @return the outcome; nothing when time is up
      *  @throw Failure  systemd or the bus went away
      */
-    std::optional<int>
-    wait(std::chrono::milliseconds limit,
-         const std::function<void(std::chrono::milliseconds)>& tick);
+    std::optional<int> wait(std::chrono::steady_clock::time_point deadline,
+                            const std::function<void()>& tick);
 
   private:
     void subscribe();

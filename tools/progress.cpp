@@ -22,7 +22,7 @@ Progress::~Progress()
     }
 }
 
-void Progress::show(std::chrono::milliseconds elapsed)
+void Progress::show(std::chrono::nanoseconds elapsed)
 {
     constexpr seconds interval{10};
     const auto now = duration_cast<seconds>(elapsed);

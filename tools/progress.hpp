@@ -18,7 +18,7 @@ class Progress
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
-    void show(std::chrono::milliseconds elapsed);
+    void show(std::chrono::nanoseconds elapsed);
 
   private:
     std::string what;

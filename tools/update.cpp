@@ -14,6 +14,7 @@
 #include <iomanip>
 #include <iostream>
 
+using std::chrono::steady_clock;
 using wexa::core::FWManagerInternal;
 using wexa::core::VersionPurpose;
 
@@ -46,18 +47,28 @@ class Flash
 
     void await(std::chrono::seconds timeout)
     {
+        const auto start = steady_clock::now();
         Progress progress("flashing " + image);
-        const auto outcome =
-            watch.wait(timeout, [&](auto waited) { progress.show(waited); });
-        if (!outcome)
+        const auto show = [&] { progress.show(steady_clock::now() - start); };
+        UnitOutcome ended;
+        std::optional<int> outcome;
+        do
         {
-            throw Failure(ExitStatus::timeOut,
-                          image + ": the flash has not ended after " +
-                              std::to_string(timeout.count()) +
-                              " s and may still run; see systemctl status '" +
-                              unit + "'");
-        }
-        requireFlashed(unit, jobResult, *outcome == done, outcomeOf(bus, unit));
+            outcome = watch.wait(start + timeout, show);
+            if (!outcome)
+            {
+                throw Failure(ExitStatus::timeOut,
+                              image + ": the flash has not ended after " +
+                                  std::to_string(timeout.count()) +
+                                  " s and may still run; see systemctl "
+                                  "status '" +
+                                  unit + "'");
+            }
+            ended = outcomeOf(bus, unit);
+            // A job can be done while the flash still runs: somebody else's.
+        } while (*outcome == done && ended.activeState == "activating");
+
+        requireFlashed(unit, jobResult, *outcome == done, ended);
         const LibraryLog log(verbose);
         manager.onBMCUpdateSuccess();
     }

@@ -30,10 +30,13 @@ static void requireJobDone(const std::string& unit,
                       "the flash was not run: systemd ended its job with '" +
                           jobResult + "'; see systemctl status '" + unit + "'");
     }
+    // A canceled job leaves the unit still on its way down.
+    const auto unitResult = jobResult == "canceled"
+                                ? ""
+                                : ", the unit with '" + outcome.result + "'";
     throw Failure(ExitStatus::flashFailed,
                   "the flash failed: systemd ended its job with '" + jobResult +
-                      "', the unit with '" + outcome.result +
-                      "'; see journalctl -u '" + unit + "'");
+                      "'" + unitResult + "; see journalctl -u '" + unit + "'");
 }
 
 void requireFlashed(const std::string& unit, const std::string& jobResult,

@@ -112,15 +112,18 @@ bool Process::readSome()
     return streams[0] >= 0 || streams[1] >= 0;
 }
 
-void Process::awaitOutput(const std::string& awaited)
+std::string Process::awaitOutput(const std::string& awaited)
 {
-    while (text[0].find(awaited) == std::string::npos)
+    std::size_t found = 0;
+    while ((found = text[0].find(awaited)) == std::string::npos)
     {
         if (!readSome())
         {
-            throw std::runtime_error("the program never said: " + awaited);
+            throw std::runtime_error("the program never said: " + awaited +
+                                     "\n" + text[0] + text[1]);
         }
     }
+    return text[0].substr(0, found + awaited.size());
 }
 
 Completed Process::wait()

@@ -40,10 +40,15 @@ class Process
 
     void signal(int number) const;
 
-    /** Waits until the program's standard output holds `text`; throws when it
-     *  does not in time.
+    pid_t id() const
+    {
+        return child;
+    }
+
+    /** Waits until the program's standard output holds `text`, and returns
+     *  it up to there; throws when it does not in time.
      */
-    void awaitOutput(const std::string& text);
+    std::string awaitOutput(const std::string& text);
 
     /** Waits for the end; throws when it does not come in time. */
     Completed wait();

@@ -1,0 +1,99 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "../support/process.hpp"
+#include "../support/temporary_directory.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+using namespace test;
+
+namespace
+{
+
+constexpr int refused = 1;
+constexpr int wrongUsage = 2;
+constexpr int noBoard = 3;
+
+Completed bmcsim(std::vector<std::string> arguments,
+                 const std::vector<std::string>& environment = {})
+{
+    arguments.insert(arguments.begin(), fromEnvironment("WEXA_BMCSIM"));
+    return run(arguments, environment);
+}
+
+Completed refusal(int status, const std::string& line)
+{
+    return {status, "", "wexa-bmcsim: " + line + "\n"};
+}
+
+Completed usage(const std::string& line)
+{
+    return refusal(wrongUsage, line + "; see wexa-bmcsim --help");
+}
+
+TEST(BmcsimCommandLine, NeedsACommand)
+{
+    EXPECT_EQ(bmcsim({}), usage("a command: run, set or state is required"));
+    EXPECT_EQ(bmcsim({"stop"}),
+              usage("The following argument was not expected: stop"));
+    EXPECT_EQ(bmcsim({"run"}), usage("COMMAND is required"));
+}
+
+TEST(BmcsimCommandLine, RefusesUnknownOptionsAndManagers)
+{
+    EXPECT_EQ(bmcsim({"run", "--fast"}),
+              usage("The following argument was not expected: --fast"));
+    EXPECT_EQ(bmcsim({"run", "--manager", "cron", "--", "true"}),
+              usage("--manager: cron not in {systemd,builtin}"));
+    EXPECT_EQ(bmcsim({"run", "--set", "security", "--", "true"}),
+              usage("--set: 'security' is not NAME=VALUE, such as "
+                    "security=refuse"));
+}
+
+TEST(BmcsimCommandLine, SaysWhatCanBeSetFromTheStart)
+{
+    EXPECT_EQ(bmcsim({"run", "--set", "usb=absent", "--", "true"}),
+              refusal(noBoard,
+                      "there is no 'usb' to set; there are fwinfo, security, "
+                      "manager, flash, flash-time and flash-timeout"));
+    EXPECT_EQ(bmcsim({"run", "--set", "security=odd", "--", "true"}),
+              refusal(noBoard, "no behaviour 'odd'; there are normal, absent, "
+                               "refuse, error, wrong-type and silent"));
+}
+
+TEST(BmcsimCommandLine, SaysThatThereIsNoSimulatedBmc)
+{
+    EXPECT_EQ(bmcsim({"state"}),
+              refusal(refused, "no simulated BMC here; run inside "
+                               "'wexa-bmcsim run', or name its directory with "
+                               "--dir"));
+    EXPECT_EQ(bmcsim({"set", "security", "refuse", "--dir", "/nonexistent"}),
+              refusal(refused, "no simulated BMC runs in /nonexistent"));
+}
+
+TEST(BmcsimCommandLine, RefusesATemporaryDirectoryThatIsTooLongForSockets)
+{
+    const TemporaryDirectory directory;
+    const auto deep = directory.file(std::string(90, 'x'));
+    std::filesystem::create_directory(deep);
+
+    EXPECT_EQ(bmcsim({"run", "--", "true"}, {"TMPDIR=" + deep}),
+              refusal(noBoard, "the path " + deep +
+                                   " is too long for sockets; set TMPDIR to "
+                                   "a shorter one"));
+}
+
+TEST(BmcsimCommandLine, HelpsWithAnExample)
+{
+    for (const std::string command : {"run", "set", "state"})
+    {
+        const auto help = bmcsim({command, "--help"});
+        EXPECT_EQ(help.status, 0);
+        EXPECT_THAT(help.out,
+                    testing::HasSubstr("Example: wexa-bmcsim " + command));
+    }
+}
+
+} // namespace

@@ -1,0 +1,224 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "../support/simulation.hpp"
+#include "../support/temporary_directory.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <thread>
+
+// A simulated BMC ends with its command and leaves nothing behind, however it
+// ends.
+
+using namespace test;
+using testing::IsEmpty;
+
+namespace
+{
+
+class Run : public testing::TestWithParam<const char*>
+{
+  protected:
+    Completed bmcsim(const std::vector<std::string>& command) const
+    {
+        std::vector<std::string> words{fromEnvironment("WEXA_BMCSIM"), "run",
+                                       "--manager", GetParam(), "--"};
+        words.insert(words.end(), command.begin(), command.end());
+        return run(words, {"TMPDIR=" + temporary.path().string()});
+    }
+
+    /** What there is of this test's simulated BMCs: directories, control
+     *  groups and processes.
+     */
+    std::string traces() const
+    {
+        std::string found;
+        for (const auto& left :
+             std::filesystem::directory_iterator(temporary.path()))
+        {
+            found += left.path().string() + '\n';
+        }
+        if (const auto now = controlGroups(); now != before)
+        {
+            found += now;
+        }
+        for (const auto& process : std::filesystem::directory_iterator("/proc"))
+        {
+            const auto words = textOf(process.path() / "cmdline") +
+                               textOf(process.path() / "environ");
+            if (words.find(temporary.path().string() + "/wexa-bmcsim.") !=
+                std::string::npos)
+            {
+                found += process.path().string() + '\n';
+            }
+        }
+        return found;
+    }
+
+    /** Traces go as soon as the processes have. */
+    void expectNoTraces() const
+    {
+        for (auto tries = 0; tries < 500 && !traces().empty(); ++tries)
+        {
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        }
+        EXPECT_EQ(traces(), "");
+    }
+
+    TemporaryDirectory temporary;
+
+  private:
+    static std::string controlGroups()
+    {
+        return run({"find", "/sys/fs/cgroup", "-name", "wexa-bmcsim*"}).out;
+    }
+
+    /** Empty where there is no such file, or no longer. */
+    static std::string textOf(const std::filesystem::path& file)
+    {
+        std::ostringstream text;
+        text << std::ifstream(file).rdbuf();
+        return text.str();
+    }
+
+    std::string before = controlGroups();
+};
+
+INSTANTIATE_TEST_SUITE_P(Managers, Run, testing::Values("systemd", "builtin"),
+                         [](const auto& row) {
+                             return std::string(row.param);
+                         });
+
+TEST_P(Run, EndsWithTheCommandsExitStatus)
+{
+    EXPECT_EQ(bmcsim({"sh", "-c", "echo out; echo err >&2; exit 42"}),
+              (Completed{42, "out\n", "err\n"}));
+    EXPECT_EQ(bmcsim({"true"}), (Completed{0, "", ""}));
+    expectNoTraces();
+}
+
+TEST_P(Run, SaysWhichSignalKilledTheCommand)
+{
+    EXPECT_EQ(bmcsim({"sh", "-c", "kill -TERM $$"}).status, 128 + SIGTERM);
+    expectNoTraces();
+}
+
+TEST_P(Run, SaysThatTheCommandCannotBeRun)
+{
+    EXPECT_EQ(bmcsim({"/nonexistent"}),
+              (Completed{127, "",
+                         "wexa-bmcsim: cannot run /nonexistent: No such file "
+                         "or directory\n"}));
+    EXPECT_EQ(
+        bmcsim({"/"}),
+        (Completed{126, "", "wexa-bmcsim: cannot run /: Permission denied\n"}));
+    expectNoTraces();
+}
+
+TEST_P(Run, GivesTheCommandTheAddressesOfItsBus)
+{
+    EXPECT_EQ(bmcsim({"sh", "-c",
+                      "test $DBUS_SYSTEM_BUS_ADDRESS = "
+                      "unix:path=$WEXA_BMCSIM_DIR/run/bus && test "
+                      "$DBUS_SESSION_BUS_ADDRESS = $DBUS_SYSTEM_BUS_ADDRESS "
+                      "&& busctl status org.freedesktop.systemd1 >/dev/null"})
+                  .status,
+              0);
+}
+
+TEST_P(Run, LeavesTheHostsSystemdAlone)
+{
+    const auto listing =
+        "ls -A /run /run/systemd 2>&1; find /sys/fs/cgroup -type d | grep -v "
+        "wexa-bmcsim | wc -l";
+    const auto before = run({"sh", "-c", listing});
+
+    EXPECT_EQ(bmcsim({"sh", "-c", listing}).out, before.out);
+    EXPECT_EQ(run({"sh", "-c", listing}).out, before.out);
+}
+
+/** Ends a simulated BMC by a signal to the simulator. */
+class RunEnds : public Run
+{
+  protected:
+    Completed endBy(int number, const std::string& command)
+    {
+        Process simulator({fromEnvironment("WEXA_BMCSIM"), "run", "--manager",
+                           GetParam(), "--", "sh", "-c", command},
+                          {"TMPDIR=" + temporary.path().string()});
+        simulator.awaitOutput("up\n");
+        EXPECT_NE(traces(), "");
+        simulator.signal(number);
+        return simulator.wait();
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(Managers, RunEnds,
+                         testing::Values("systemd", "builtin"),
+                         [](const auto& row) {
+                             return std::string(row.param);
+                         });
+
+TEST_P(RunEnds, WithTheCommandThatGetsItsSignals)
+{
+    for (const auto number : {SIGINT, SIGTERM, SIGHUP})
+    {
+        EXPECT_EQ(endBy(number, "echo up; exec sleep 60").status, 128 + number);
+        expectNoTraces();
+    }
+}
+
+TEST_P(RunEnds, OnlyWhenTheCommandHasCleanedUp)
+{
+    EXPECT_EQ(endBy(SIGTERM, "trap 'echo cleaned; exit 5' TERM; echo up; "
+                             "while :; do sleep 0.05; done"),
+              (Completed{5, "up\ncleaned\n", ""}));
+    expectNoTraces();
+}
+
+TEST_P(RunEnds, EvenWhereTheSimulatorIsKilled)
+{
+    EXPECT_EQ(endBy(SIGKILL, "echo up; exec sleep 60").status, 128 + SIGKILL);
+    expectNoTraces();
+}
+
+TEST_P(RunEnds, WhereItsContainerIsKilled)
+{
+    Process simulator({fromEnvironment("WEXA_BMCSIM"), "run", "--manager",
+                       GetParam(), "--", "sh", "-c", "echo up; exec sleep 60"},
+                      {"TMPDIR=" + temporary.path().string()});
+    simulator.awaitOutput("up\n");
+    run({"pkill", "-KILL", "-P", std::to_string(simulator.id()),
+         "wexa-bmcsim"});
+
+    EXPECT_EQ(simulator.wait(),
+              (Completed{3, "up\n",
+                         "wexa-bmcsim: the simulated BMC ended too early\n"}));
+    expectNoTraces();
+}
+
+TEST_P(RunEnds, ByItselfAlsoWithoutItsBus)
+{
+    EXPECT_EQ(bmcsim({"sh", "-c",
+                      "pkill -KILL -f $WEXA_BMCSIM_DIR/bus.conf; sleep 0.2; "
+                      "exit 9"})
+                  .status,
+              9);
+    expectNoTraces();
+}
+
+TEST_P(RunEnds, ByItselfAlsoWithoutItsManager)
+{
+    EXPECT_EQ(bmcsim({"sh", "-c",
+                      "pkill -KILL -f '^/lib/systemd/systemd --user' -n; "
+                      "sleep 0.2; exit 9"})
+                  .status,
+              9);
+    expectNoTraces();
+}
+
+} // namespace

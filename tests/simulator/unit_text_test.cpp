@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "../../simulator/unit_text.hpp"
+#include "../support/process.hpp"
+
+#include <gtest/gtest.h>
+
+// The built-in manager spells unit names as systemd does.
+
+using namespace bmcsim::unitText;
+
+namespace
+{
+
+TEST(UnitText, UnescapesAsSystemdDoes)
+{
+    for (const std::string instance :
+         {R"(bmc_rot2\x20update\x20-tmp-images_bmc)", "a-b", "-", "--",
+          R"(\x41\x2d)", "plain", R"(a\x2fb)"})
+    {
+        // systemd-escape takes an instance that looks like an option only
+        // behind "--".
+        const auto systemd =
+            test::run({"systemd-escape", "--unescape", "--", instance});
+        ASSERT_EQ(systemd.status, 0) << systemd.err;
+        EXPECT_EQ(unescaped(instance) + '\n', systemd.out);
+    }
+}
+
+TEST(UnitText, KeepsWhatIsNoEscape)
+{
+    EXPECT_EQ(unescaped(R"(\x2)"), R"(\x2)");
+    EXPECT_EQ(unescaped(R"(\xzz)"), R"(\xzz)");
+    EXPECT_EQ(unescaped(R"(\)"), R"(\)");
+}
+
+TEST(UnitText, KnowsValidNames)
+{
+    EXPECT_TRUE(isValidName(R"(a@b\x20c.service)"));
+    EXPECT_TRUE(isValidName(std::string(247, 'a') + ".service"));
+
+    EXPECT_FALSE(isValidName(std::string(248, 'a') + ".service"));
+    EXPECT_FALSE(isValidName("a b@c.service"));
+    EXPECT_FALSE(isValidName("a@b/c.service"));
+    EXPECT_FALSE(isValidName("a@\xc3\xa4.service"));
+    EXPECT_FALSE(isValidName("@a.service"));
+    EXPECT_FALSE(isValidName("a"));
+    EXPECT_FALSE(isValidName(""));
+}
+
+TEST(UnitText, MakesObjectPathsOfNames)
+{
+    EXPECT_EQ(objectPath("a@b.service"),
+              "/org/freedesktop/systemd1/unit/a_40b_2eservice");
+}
+
+} // namespace

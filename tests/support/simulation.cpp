@@ -1,0 +1,104 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "simulation.hpp"
+
+#include <signal.h>
+
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+
+namespace test
+{
+
+static std::vector<std::string>
+runUntilTold(const std::vector<std::string>& options)
+{
+    std::vector<std::string> command{fromEnvironment("WEXA_BMCSIM"), "run"};
+    command.insert(command.end(), options.begin(), options.end());
+    for (const auto* word :
+         {"--", "sh", "-c", "echo in $WEXA_BMCSIM_DIR.; exec sleep 600"})
+    {
+        command.emplace_back(word);
+    }
+    return command;
+}
+
+Simulation::Simulation(const std::vector<std::string>& options) :
+    simulator(runUntilTold(options))
+{
+    const auto said = simulator.awaitOutput(".\n");
+    where = said.substr(3, said.size() - 5);
+}
+
+std::vector<std::string> Simulation::environment() const
+{
+    return {"WEXA_BMCSIM_DIR=" + where,
+            "DBUS_SYSTEM_BUS_ADDRESS=unix:path=" + where + "/run/bus"};
+}
+
+Completed Simulation::run(std::vector<std::string> command) const
+{
+    if (command.front() == "wexa-fwmgr")
+    {
+        command.front() = fromEnvironment("WEXA_FWMGR");
+    }
+    if (command.front() == "wexa-bmcsim")
+    {
+        command.front() = fromEnvironment("WEXA_BMCSIM");
+    }
+    return test::run(command, environment());
+}
+
+void Simulation::set(const std::string& what, const std::string& value) const
+{
+    const auto done = run({"wexa-bmcsim", "set", what, value});
+    if (done != Completed{0, "", ""})
+    {
+        throw std::runtime_error(done.err);
+    }
+}
+
+Completed Simulation::call(const std::vector<std::string>& words) const
+{
+    std::vector<std::string> command{
+        "busctl", "--address=unix:path=" + where + "/run/bus", "call"};
+    command.insert(command.end(), words.begin(), words.end());
+    return run(command);
+}
+
+void Simulation::replaceFlashUnit(const std::string& sections) const
+{
+    std::ofstream(where + "/units/obmc-flash-bmc-rot2@.service") << sections;
+    const auto done =
+        call({"org.freedesktop.systemd1", "/org/freedesktop/systemd1",
+              "org.freedesktop.systemd1.Manager", "Reload"});
+    if (done.status != 0)
+    {
+        throw std::runtime_error(done.err);
+    }
+}
+
+std::string Simulation::flash(const std::string& partition) const
+{
+    return bytesOf(where + "/flash/" + partition);
+}
+
+Completed Simulation::end()
+{
+    simulator.signal(SIGTERM);
+    return simulator.wait();
+}
+
+std::string bytesOf(const std::string& path)
+{
+    std::ostringstream bytes;
+    std::ifstream file(path, std::ios::binary);
+    if (!file)
+    {
+        throw std::runtime_error("no file " + path);
+    }
+    bytes << file.rdbuf();
+    return bytes.str();
+}
+
+} // namespace test

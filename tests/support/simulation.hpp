@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "process.hpp"
+
+#include <string>
+#include <vector>
+
+namespace test
+{
+
+/** A running simulated BMC, to which commands can be sent one after another. */
+class Simulation
+{
+  public:
+    /** @param options  of `wexa-bmcsim run` */
+    explicit Simulation(const std::vector<std::string>& options = {});
+
+    /** Runs a command inside; its first word may be wexa-fwmgr or wexa-bmcsim.
+     */
+    Completed run(std::vector<std::string> command) const;
+
+    /** The environment of a command inside. */
+    std::vector<std::string> environment() const;
+
+    /** `wexa-bmcsim set`, which must succeed. */
+    void set(const std::string& what, const std::string& value) const;
+
+    /** `busctl call` of a method, with its arguments as busctl takes them. */
+    Completed call(const std::vector<std::string>& words) const;
+
+    /** Replaces the unit template of the BMC's flash by one whose [Unit] and
+     *  [Service] sections are given, and has systemd take it up.
+     */
+    void replaceFlashUnit(const std::string& sections) const;
+
+    /** The bytes of the file that stands for a flash partition. */
+    std::string flash(const std::string& partition) const;
+
+    const std::string& directory() const
+    {
+        return where;
+    }
+
+    /** Asks the simulator to end, and waits for it. */
+    Completed end();
+
+    void signal(int number) const
+    {
+        simulator.signal(number);
+    }
+
+  private:
+    Process simulator;
+    std::string where;
+};
+
+/** The bytes of a file. */
+std::string bytesOf(const std::string& path);
+
+} // namespace test

@@ -1,0 +1,88 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tool_test.hpp"
+
+using namespace test;
+
+namespace
+{
+
+class Upload : public ToolTest
+{
+  protected:
+    std::string staged() const
+    {
+        return bmc
+            .run({"busctl",
+                  "--address=unix:path=" + bmc.directory() + "/run/bus",
+                  "get-property", "xyz.openbmc_project.FwInfoManager",
+                  "/xyz/openbmc_project/fwinfo",
+                  "xyz.openbmc_project.fwinfo.FwInfoManager", "stagingBMC"})
+            .out;
+    }
+};
+
+TEST_F(Upload, RecordsTheVersionOfAnAcceptedImage)
+{
+    const auto image = images.bmc("2.14.0");
+
+    EXPECT_EQ(fwmgr({"upload", "bmc", image}),
+              (Completed{0,
+                         image + ": accepted, version 2.14.0, recorded as "
+                                 "staged\n",
+                         ""}));
+    EXPECT_EQ(staged(), "s \"2.14.0\"\n");
+}
+
+TEST_F(Upload, RefusesAFileThatIsNoImageWithTheLibrarysWords)
+{
+    EXPECT_EQ(fwmgr({"upload", "bmc", "/etc/passwd"}),
+              refusal(imageRefused, "/etc/passwd: refused: Unable to read "
+                                    "version from image"));
+    EXPECT_EQ(staged(), "s \"\"\n");
+}
+
+TEST_F(Upload, RefusesAnImageThatIsNotAuthentic)
+{
+    const auto image = images.make(
+        "bad", {"--kind", "bmc", "--version", "1", "--broken", "digest"});
+
+    EXPECT_EQ(
+        fwmgr({"upload", "bmc", image}),
+        refusal(imageRefused, image +
+                                  ": refused: Verify false; Error !! VerifyBMC "
+                                  "failed. image: " +
+                                  image));
+    EXPECT_EQ(staged(), "s \"\"\n");
+}
+
+TEST_F(Upload, TellsAFailedVerificationCallFromARefusal)
+{
+    const auto image = images.bmc("1");
+    bmc.set("security", "absent");
+
+    EXPECT_EQ(fwmgr({"upload", "bmc", image}),
+              refusal(callFailed,
+                      image +
+                          ": could not be examined: " + securityManagerAbsent +
+                          "; Error !! VerifyBMC failed. image: " + image));
+    EXPECT_EQ(staged(), "s \"\"\n");
+}
+
+TEST_F(Upload, SaysThatTheVersionCouldNotBeRecorded)
+{
+    const auto image = images.bmc("1");
+    bmc.set("fwinfo", "refuse");
+
+    EXPECT_EQ(
+        fwmgr({"upload", "bmc", image}),
+        refusal(callFailed,
+                image +
+                    ": could not be examined: Error in fwinfo method call for "
+                    "(/xyz/openbmc_project/fwinfo, "
+                    "xyz.openbmc_project.fwinfo.FwInfoManager: sd_bus_call: "
+                    "org.freedesktop.DBus.Error.AccessDenied: the simulated "
+                    "service was told to refuse"));
+    EXPECT_EQ(staged(), "s \"\"\n");
+}
+
+} // namespace

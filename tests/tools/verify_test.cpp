@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tool_test.hpp"
+
+using namespace test;
+
+namespace
+{
+
+class Verify : public ToolTest
+{};
+
+TEST_F(Verify, SaysThatAnImageIsAuthentic)
+{
+    const auto image = images.bmc("2.14.0");
+
+    EXPECT_EQ(fwmgr({"verify", "bmc", image}),
+              (Completed{0, image + ": authentic\n", ""}));
+}
+
+TEST_F(Verify, RefusesAnImageWithAnotherDigestWithTheLibrarysWords)
+{
+    const auto image = images.make(
+        "bad", {"--kind", "bmc", "--version", "2.14.0", "--broken", "digest"});
+
+    EXPECT_EQ(fwmgr({"verify", "bmc", image}),
+              refusal(imageRefused, image + ": not authentic: Verify false"));
+}
+
+TEST_F(Verify, TellsAFailedCallFromARefusal)
+{
+    const auto image = images.bmc("2.14.0");
+    bmc.set("security", "absent");
+
+    EXPECT_EQ(fwmgr({"verify", "bmc", image}),
+              refusal(callFailed, image + ": could not be verified: " +
+                                      securityManagerAbsent));
+}
+
+TEST_F(Verify, SaysThatAnAnswerHadAnotherType)
+{
+    const auto image = images.bmc("2.14.0");
+    bmc.set("security", "wrong-type");
+
+    EXPECT_EQ(
+        fwmgr({"verify", "bmc", image}),
+        refusal(callFailed,
+                image +
+                    ": could not be verified: Error in security method call "
+                    "for (/xyz/openbmc_project/security, "
+                    "xyz.openbmc_project.security.SecurityManager: "
+                    "sd_bus_message_read_basic bool: System.Error.ENXIO: No "
+                    "such device or address"));
+}
+
+TEST_F(Verify, ShowsTheLibrarysLogWhenAskedTo)
+{
+    const auto image = images.bmc("2.14.0");
+
+    EXPECT_EQ(fwmgr({"verify", "bmc", image, "--verbose"}),
+              (Completed{0, image + ": authentic\n",
+                         "int wexa::core::FWManagerInternal::VerifyBMC("
+                         "std::string, wexa::core::VersionPurpose, "
+                         "std::string)\n"
+                         "verify image: " +
+                             image + "\nVerify OK\n"}));
+}
+
+} // namespace
