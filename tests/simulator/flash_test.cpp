@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "../support/bytes.hpp"
 #include "../support/images.hpp"
 #include "../support/private_bus.hpp"
 #include "../support/simulation.hpp"

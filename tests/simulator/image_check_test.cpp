@@ -1,12 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "../../simulator/image_check.hpp"
+#include "../support/bytes.hpp"
 #include "../support/images.hpp"
-#include "../support/simulation.hpp"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-
-#include <fstream>
 
 using bmcsim::authenticate;
 
@@ -47,7 +45,7 @@ TEST(ImageCheck, RefusesAnImageWithAnyByteChanged)
     {
         auto changed = bytes;
         changed[i] = static_cast<char>(changed[i] ^ 0x40);
-        std::ofstream(path, std::ios::binary) << changed;
+        test::writeBytes(path, changed);
         EXPECT_FALSE(authenticate(path)) << "byte " << i;
     }
 }

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "simulation.hpp"
 
+#include "bytes.hpp"
+
 #include <signal.h>
 
-#include <fstream>
-#include <sstream>
 #include <stdexcept>
 
 namespace test
@@ -68,7 +68,7 @@ Completed Simulation::call(const std::vector<std::string>& words) const
 
 void Simulation::replaceFlashUnit(const std::string& sections) const
 {
-    std::ofstream(where + "/units/obmc-flash-bmc-rot2@.service") << sections;
+    writeBytes(where + "/units/obmc-flash-bmc-rot2@.service", sections);
     const auto done =
         call({"org.freedesktop.systemd1", "/org/freedesktop/systemd1",
               "org.freedesktop.systemd1.Manager", "Reload"});
@@ -87,18 +87,6 @@ Completed Simulation::end()
 {
     simulator.signal(SIGTERM);
     return simulator.wait();
-}
-
-std::string bytesOf(const std::string& path)
-{
-    std::ostringstream bytes;
-    std::ifstream file(path, std::ios::binary);
-    if (!file)
-    {
-        throw std::runtime_error("no file " + path);
-    }
-    bytes << file.rdbuf();
-    return bytes.str();
 }
 
 } // namespace test

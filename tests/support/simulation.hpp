@@ -55,7 +55,4 @@ class Simulation
     std::string where;
 };
 
-/** The bytes of a file. */
-std::string bytesOf(const std::string& path);
-
 } // namespace test

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "../support/bytes.hpp"
 #include "tool_test.hpp"
 
 #include <sys/stat.h>

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "../support/bytes.hpp"
 #include "tool_test.hpp"
 
 #include <signal.h>
 
 #include <algorithm>
-#include <fstream>
 #include <regex>
 
 // A flash from its start to its end, on the real systemd manager: done only
@@ -167,9 +167,9 @@ class UpdateSeesThrough :
 
 TEST_P(UpdateSeesThrough, AUnit)
 {
-    std::ofstream(bmc.directory() + "/units/broken.service")
-        << "[Unit]\nDefaultDependencies=no\n"
-           "[Service]\nType=oneshot\nExecStart=/bin/false\n";
+    writeBytes(bmc.directory() + "/units/broken.service",
+               "[Unit]\nDefaultDependencies=no\n"
+               "[Service]\nType=oneshot\nExecStart=/bin/false\n");
     bmc.replaceFlashUnit("[Unit]\nDefaultDependencies=no\n" +
                          GetParam().sections);
 

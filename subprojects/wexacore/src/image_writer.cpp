@@ -67,8 +67,6 @@ std::string broken(std::string image, Fault fault)
 {
     switch (fault)
     {
-        case Fault::none:
-            return image;
         case Fault::empty:
             return {};
         case Fault::headerOnly:

@@ -26,7 +26,6 @@ std::string bytes(const Contents& contents);
 /** The ways in which an image can be broken on purpose. */
 enum class Fault
 {
-    none,
     empty,
     headerOnly,
     truncated,

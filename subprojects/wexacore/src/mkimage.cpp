@@ -22,13 +22,15 @@ constexpr int wrongUsage = 2;
 
 struct Options
 {
-    image::Contents contents;
+    std::string kind;
+    std::string version;
     std::optional<std::string> date;
+    int board = 0;
     std::optional<std::uint16_t> capsuleKind;
     std::string payloadFile;
     std::uint64_t size = 65536;
     std::uint32_t seed = 1;
-    image::Fault fault = image::Fault::none;
+    std::string fault;
     bool force = false;
     std::string output;
 };
@@ -54,6 +56,25 @@ const std::map<std::string, image::Fault> faults{
     {"digest", image::Fault::digest},
 };
 
+/** A check that a text is one of a table's names. */
+template <typename Value>
+CLI::Validator nameIn(const std::map<std::string, Value>& table)
+{
+    return {[&table](const std::string& text) -> std::string {
+                if (table.contains(text))
+                {
+                    return "";
+                }
+                std::string names;
+                for (const auto& [name, value] : table)
+                {
+                    names += (names.empty() ? "" : ", ") + name;
+                }
+                return "no '" + text + "'; there are " + names;
+            },
+            "NAME"};
+}
+
 /** A check that a text fits a field of the format. */
 CLI::Validator textUpTo(std::size_t limit, std::size_t least)
 {
@@ -70,11 +91,11 @@ CLI::Validator textUpTo(std::size_t limit, std::size_t least)
 
 void declare(CLI::App& app, Options& options)
 {
-    app.add_option("--kind", options.contents.kind, "Kind of firmware")
+    app.add_option("--kind", options.kind, "Kind of firmware")
         ->required()
-        ->transform(CLI::CheckedTransformer(kinds))
+        ->check(nameIn(kinds))
         ->option_text("bmc|bios|capsule|cpld");
-    app.add_option("--version", options.contents.version,
+    app.add_option("--version", options.version,
                    "Version, 1 to 255 printable ASCII characters")
         ->required()
         ->check(textUpTo(image::maxVersion, 1))
@@ -84,8 +105,9 @@ void declare(CLI::App& app, Options& options)
                    "01/01/2024 unless given")
         ->check(textUpTo(image::maxDate, 0))
         ->option_text("TEXT");
-    app.add_option("--board", options.contents.board,
+    app.add_option("--board", options.board,
                    "Board identifier, 0 to 65535; 0 unless given")
+        ->check(CLI::Range(0, 65535))
         ->option_text("NUMBER");
     app.add_option("--capsule-kind", options.capsuleKind,
                    "Kind of a capsule, 1 to 3; 1 unless given")
@@ -108,29 +130,12 @@ void declare(CLI::App& app, Options& options)
                    "Break the image: empty, header-only, truncated, trailing, "
                    "magic, kind, no-version, unprintable-version, "
                    "version-length, payload-length, digest")
-        ->transform(CLI::CheckedTransformer(faults))
+        ->check(nameIn(faults))
         ->option_text("HOW");
     app.add_flag("--force", options.force, "Replace a file that exists");
     app.add_option("OUTPUT", options.output, "The image file")
         ->required()
-        ->option_text("FILE");
-}
-
-/** Settles what depends on the kind. */
-void complete(Options& options)
-{
-    auto& contents = options.contents;
-    if (options.capsuleKind && contents.kind != image::Kind::capsule)
-    {
-        throw CLI::ValidationError("--capsule-kind",
-                                   "is for --kind capsule only; leave it away");
-    }
-    if (contents.kind == image::Kind::capsule)
-    {
-        contents.capsuleKind = options.capsuleKind.value_or(1);
-    }
-    contents.date = options.date.value_or(
-        contents.kind == image::Kind::bios ? "01/01/2024" : "");
+        ->option_text(" ");
 }
 
 std::string madeUpPayload(std::uint64_t size, std::uint32_t seed)
@@ -159,16 +164,37 @@ std::string payload(const Options& options)
     return bytes;
 }
 
-void make(Options& options)
+image::Contents contentsOf(const Options& options)
 {
-    options.contents.payload = payload(options);
-    const auto sound = image::bytes(options.contents);
-    const auto made = image::broken(sound, options.fault);
+    const auto kind = kinds.at(options.kind);
+    if (options.capsuleKind && kind != image::Kind::capsule)
+    {
+        throw CLI::ValidationError("--capsule-kind",
+                                   "is for --kind capsule only; leave it away");
+    }
+    image::Contents contents;
+    contents.kind = kind;
+    contents.capsuleKind =
+        kind == image::Kind::capsule ? options.capsuleKind.value_or(1) : 0;
+    contents.board = static_cast<std::uint16_t>(options.board);
+    contents.version = options.version;
+    contents.date =
+        options.date.value_or(kind == image::Kind::bios ? "01/01/2024" : "");
+    contents.payload = payload(options);
+    return contents;
+}
+
+void make(const Options& options)
+{
+    const auto sound = image::bytes(contentsOf(options));
+    const auto made = options.fault.empty()
+                          ? sound
+                          : image::broken(sound, faults.at(options.fault));
     wholeFile::write(options.output, made, options.force);
 
     std::cout << options.output << ": " << made.size() << " bytes, version "
-              << options.contents.version;
-    if (options.fault == image::Fault::none)
+              << options.version;
+    if (options.fault.empty())
     {
         std::cout << ", SHA-256 " << image::digestText(made) << '\n';
     }
@@ -196,7 +222,6 @@ int main(int argc, char** argv)
     try
     {
         app.parse(argc, argv);
-        complete(options);
         make(options);
     }
     catch (const CLI::CallForHelp& help)

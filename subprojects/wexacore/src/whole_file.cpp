@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
@@ -96,6 +97,10 @@ class Temporary
 
 void write(const std::string& path, const std::string& bytes, bool replace)
 {
+    if (std::filesystem::is_directory(path))
+    {
+        throw std::runtime_error(path + " is a directory; name a file");
+    }
     const Temporary file(path);
     if (!file.fill(bytes) || !file.takePlaceOf(path, replace))
     {
