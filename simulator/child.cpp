@@ -22,9 +22,10 @@ void fail(const std::string& what)
     throw std::system_error(errno, std::generic_category(), what);
 }
 
-static std::vector<char*> pointers(const std::vector<std::string>& strings)
+std::vector<char*> pointersTo(const std::vector<std::string>& strings)
 {
     std::vector<char*> list;
+    list.reserve(strings.size() + 1);
     for (const auto& string : strings)
     {
         list.push_back(const_cast<char*>(string.c_str()));
@@ -58,8 +59,8 @@ static void writeTo(const std::string& log)
         std::fprintf(stderr, "%s\n", error.what());
         _exit(126);
     }
-    auto command = pointers(program.command);
-    auto environment = pointers(program.environment);
+    auto command = pointersTo(program.command);
+    auto environment = pointersTo(program.environment);
     execvpe(command[0], command.data(), environment.data());
     std::perror(command[0]);
     _exit(127);

@@ -26,6 +26,9 @@ struct Program
     std::function<void()> prepare = [] {};
 };
 
+/** What the exec functions take: the strings, and null at the end. */
+std::vector<char*> pointersTo(const std::vector<std::string>& strings);
+
 /** Starts a program that dies with its parent.
  *
  *  @throw std::system_error  there can be no further process

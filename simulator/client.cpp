@@ -21,22 +21,20 @@ using nlohmann::json;
 static std::unique_ptr<sdbus::IConnection> connect(const std::string& directory)
 {
     const auto* const inside = std::getenv("WEXA_BMCSIM_DIR");
-    if (directory.empty() && inside == nullptr)
+    const std::string surrounding = inside == nullptr ? "" : inside;
+    const PrivateDirectory where{directory.empty() ? surrounding : directory};
+    if (where.path().empty())
     {
         throw std::runtime_error("no simulated BMC here; run inside "
                                  "'wexa-bmcsim run', or name its directory "
                                  "with --dir");
     }
-    const PrivateDirectory where{directory.empty() ? inside : directory};
-    try
-    {
-        return sdbus::createSessionBusConnectionWithAddress(where.busAddress());
-    }
-    catch (const sdbus::Error&)
+    if (!std::filesystem::is_socket(where.busSocket()))
     {
         throw std::runtime_error("no simulated BMC runs in " +
                                  where.path().string());
     }
+    return sdbus::createSessionBusConnectionWithAddress(where.busAddress());
 }
 
 /** Calls `ask` with the simulator's control object; the exit status. */

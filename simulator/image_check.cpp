@@ -24,6 +24,21 @@ constexpr std::uint64_t maxPayload = 268435456;
 constexpr std::uint64_t maxSize =
     headerSize + 255 + 63 + maxPayload + digestSize;
 
+std::optional<std::string> readBytes(int file, std::size_t size)
+{
+    std::string bytes(size, '\0');
+    for (std::size_t filled = 0; filled < size;)
+    {
+        const auto got = read(file, bytes.data() + filled, size - filled);
+        if (got <= 0)
+        {
+            return {};
+        }
+        filled += static_cast<std::size_t>(got);
+    }
+    return bytes;
+}
+
 /** The bytes of a regular file of a size that an image may have. */
 std::optional<std::string> bytesOf(const std::string& path)
 {
@@ -39,19 +54,7 @@ std::optional<std::string> bytesOf(const std::string& path)
         static_cast<std::uint64_t>(status.st_size) >= headerSize + digestSize &&
         static_cast<std::uint64_t>(status.st_size) <= maxSize)
     {
-        bytes.emplace(static_cast<std::size_t>(status.st_size), '\0');
-        std::size_t filled = 0;
-        ssize_t got = 0;
-        while (filled < bytes->size() &&
-               (got = read(file, bytes->data() + filled,
-                           bytes->size() - filled)) > 0)
-        {
-            filled += static_cast<std::size_t>(got);
-        }
-        if (filled != bytes->size())
-        {
-            bytes.reset();
-        }
+        bytes = readBytes(file, static_cast<std::size_t>(status.st_size));
     }
     close(file);
     return bytes;

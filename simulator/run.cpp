@@ -177,12 +177,7 @@ class Container
     setenv("DBUS_SYSTEM_BUS_ADDRESS", directory.busAddress().c_str(), 1);
     setenv("DBUS_SESSION_BUS_ADDRESS", directory.busAddress().c_str(), 1);
     setenv("WEXA_BMCSIM_DIR", directory.path().c_str(), 1);
-    std::vector<char*> argv;
-    for (const auto& argument : command)
-    {
-        argv.push_back(const_cast<char*>(argument.c_str()));
-    }
-    argv.push_back(nullptr);
+    auto argv = pointersTo(command);
     execvp(argv[0], argv.data());
     const auto missing = errno == ENOENT;
     std::cerr << "wexa-bmcsim: cannot run " << command[0] << ": "

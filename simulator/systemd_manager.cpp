@@ -35,8 +35,7 @@ static Program program(const PrivateDirectory& directory)
 {
     const auto empty = directory.empty().string();
     return {{"/lib/systemd/systemd", "--user"},
-            {"PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:"
-             "/bin",
+            {"PATH=/usr/sbin:/usr/bin:/sbin:/bin",
              "HOME=" + directory.path().string(),
              "XDG_RUNTIME_DIR=" + directory.runtime().string(),
              "DBUS_SESSION_BUS_ADDRESS=" + directory.busAddress(),

@@ -19,7 +19,8 @@ bool isValidName(const std::string& name)
     constexpr std::string_view others = ":-_.\\@";
     return name.size() <= longest && name.ends_with(".service") &&
            name.find('@') != 0 && std::ranges::all_of(name, [&](char c) {
-               return isAlphanumeric(c) || others.find(c) != others.npos;
+               return isAlphanumeric(c) ||
+                      others.find(c) != std::string_view::npos;
            });
 }
 

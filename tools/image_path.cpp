@@ -44,7 +44,7 @@ static bool isCarried(char c)
 {
     constexpr std::string_view others = "/:_.@";
     return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') ||
-           (c >= 'A' && c <= 'Z') || others.find(c) != others.npos;
+           (c >= 'A' && c <= 'Z') || others.find(c) != std::string_view::npos;
 }
 
 void requireFaithfulUnit(const std::string& imagePath, const std::string& unit)

@@ -7,7 +7,7 @@ namespace bmcsim
 {
 
 /** Holds the versions that are staged, as D-Bus properties. */
-class FirmwareInformation : public Service
+class FirmwareInformation final : public Service
 {
   public:
     explicit FirmwareInformation(const std::string& busAddress);

@@ -9,7 +9,7 @@ namespace bmcsim
 {
 
 /** Judges images by structure, kind and digest. */
-class SecurityManager : public Service
+class SecurityManager final : public Service
 {
   public:
     explicit SecurityManager(const std::string& busAddress);

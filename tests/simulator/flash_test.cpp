@@ -54,7 +54,7 @@ class ManagerClient
         {
             sd_bus_message_append(message, "s", word.c_str());
         }
-        sd_bus_error error = SD_BUS_ERROR_NULL;
+        sd_bus_error error = {};
         sd_bus_call(connection.get(), message, 0, &error, nullptr);
         sd_bus_message_unref(message);
         const auto text = error.name == nullptr

@@ -137,9 +137,8 @@ TEST_F(Update, EndsTheFlashEvenIfNobodyWaits)
     {
         Process tool({fromEnvironment("WEXA_FWMGR"), "update", "bmc", image},
                      bmc.environment());
-        while (
-            !bmc.run({"test", "-s", bmc.directory() + "/flash/bmc"}).status ==
-            0)
+        while (bmc.run({"test", "-s", bmc.directory() + "/flash/bmc"}).status !=
+               0)
         {}
         tool.signal(SIGKILL);
         EXPECT_EQ(tool.wait().status, 128 + SIGKILL);

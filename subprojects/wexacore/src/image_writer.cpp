@@ -58,8 +58,8 @@ static std::string withoutVersion(std::string image)
 {
     const auto length =
         static_cast<unsigned char>(image[offset::versionLength]);
-    image.erase(headerSize, length);
     put(image, offset::versionLength, std::uint16_t{0});
+    image.erase(headerSize, length);
     return resealed(std::move(image));
 }
 

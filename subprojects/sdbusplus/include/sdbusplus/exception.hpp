@@ -36,8 +36,8 @@ struct [[gnu::visibility("default")]] internal_exception : public exception{};
  *  what() is the step, then ": " and the error's name, then ": " and its
  *  message; a part that the error lacks is left out.
  */
-class [[gnu::visibility("default")]] SdBusError final
-    : public internal_exception
+class [[gnu::visibility("default")]] SdBusError final :
+    public internal_exception
 {
   public:
     /** @param error positive errno; 0 is no error and throws

@@ -27,8 +27,7 @@ class SdBusInterface
 
 /** Tag of the system's own sd-bus, the only one there is. */
 class SdBusImpl : public SdBusInterface
-{
-};
+{};
 
 [[gnu::visibility("default")]] extern SdBusImpl sdbus_impl;
 

@@ -55,8 +55,9 @@ class Call : public testing::Test
     std::string complaintOver(const char* name, const char* text)
     {
         const sd_bus_error error{name, text, 0};
-        Service service(daemon, [&](message_t& m)
-                        { m.new_method_errno(0, &error).method_return(); });
+        Service service(daemon, [&](message_t& m) {
+            m.new_method_errno(0, &error).method_return();
+        });
         return complaint();
     }
 
@@ -66,15 +67,13 @@ class Call : public testing::Test
 
 TEST_F(Call, BringsTheReply)
 {
-    Service service(daemon,
-                    [](message_t& m)
-                    {
-                        std::string text;
-                        m.read(text);
-                        auto reply = m.new_method_return();
-                        reply.append(text + " back", uint32_t(1));
-                        reply.method_return();
-                    });
+    Service service(daemon, [](message_t& m) {
+        std::string text;
+        m.read(text);
+        auto reply = m.new_method_return();
+        reply.append(text + " back", uint32_t(1));
+        reply.method_return();
+    });
     auto m = callFor(bus);
     m.append("there and");
     auto reply = bus.call(m);
@@ -90,12 +89,10 @@ TEST_F(Call, BringsTheReply)
 TEST_F(Call, WithoutReplyStillWaitsForIt)
 {
     std::atomic<bool> answered = false;
-    Service service(daemon,
-                    [&](message_t& m)
-                    {
-                        answered = true;
-                        m.new_method_return().method_return();
-                    });
+    Service service(daemon, [&](message_t& m) {
+        answered = true;
+        m.new_method_return().method_return();
+    });
     auto m = callFor(bus);
     bus.call_noreply(m);
     EXPECT_TRUE(answered);
@@ -121,8 +118,9 @@ TEST_F(Call, ThrowsTheErrorReply)
 
 TEST_F(Call, ThrowsTheErrorReplyWithItsErrno)
 {
-    Service service(daemon, [](message_t& m)
-                    { m.new_method_errno(EACCES).method_return(); });
+    Service service(daemon, [](message_t& m) {
+        m.new_method_errno(EACCES).method_return();
+    });
     auto m = callFor(bus);
     try
     {

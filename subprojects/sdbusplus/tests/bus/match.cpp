@@ -38,8 +38,7 @@ class Match : public testing::Test
 
     match_t::callback_t note()
     {
-        return [this](message_t& m)
-        {
+        return [this](message_t& m) {
             uint32_t number = 0;
             m.read(number);
             seen.push_back(number);
@@ -135,11 +134,10 @@ using MatchDeathTest = Match;
 
 TEST_F(MatchDeathTest, LetsAnExceptionThroughToWhoeverProcesses)
 {
-    auto processAndReport = [&]
-    {
-        match_t match(bus, rule,
-                      [](message_t&)
-                      { throw std::runtime_error("thrown by the function"); });
+    auto processAndReport = [&] {
+        match_t match(bus, rule, [](message_t&) {
+            throw std::runtime_error("thrown by the function");
+        });
         try
         {
             emit("Changed", 1);

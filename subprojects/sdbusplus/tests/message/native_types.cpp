@@ -16,8 +16,7 @@ using sdbusplus::message::signature;
 
 template <typename T>
 class NativeText : public testing::Test
-{
-};
+{};
 
 using Kinds = testing::Types<object_path, signature>;
 TYPED_TEST_SUITE(NativeText, Kinds);

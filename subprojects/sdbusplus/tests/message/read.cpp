@@ -30,9 +30,9 @@ class Read : public testing::Test
     template <typename... Values>
     sdbusplus::message_t holding(const char* types, Values... values)
     {
-        return wire.sealed(
-            [&](auto* m)
-            { ASSERT_GE(sd_bus_message_append(m, types, values...), 0); });
+        return wire.sealed([&](auto* m) {
+            ASSERT_GE(sd_bus_message_append(m, types, values...), 0);
+        });
     }
 
     Wire wire;

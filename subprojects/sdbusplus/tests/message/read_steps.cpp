@@ -41,8 +41,8 @@ class ReadStep : public testing::Test
   protected:
     sdbusplus::message_t text()
     {
-        return wire.sealed([](auto* m)
-                           { sd_bus_message_append(m, "s", "text"); });
+        return wire.sealed(
+            [](auto* m) { sd_bus_message_append(m, "s", "text"); });
     }
 
     sdbusplus::message_t number()
@@ -53,12 +53,10 @@ class ReadStep : public testing::Test
     /** An empty array of type, with the reader inside. */
     sdbusplus::message_t insideEmptyArray(const char* type)
     {
-        auto m = wire.sealed(
-            [&](auto* empty)
-            {
-                sd_bus_message_open_container(empty, 'a', type);
-                sd_bus_message_close_container(empty);
-            });
+        auto m = wire.sealed([&](auto* empty) {
+            sd_bus_message_open_container(empty, 'a', type);
+            sd_bus_message_close_container(empty);
+        });
         sd_bus_message_enter_container(m.get(), 'a', type);
         return m;
     }
@@ -104,8 +102,8 @@ TEST_F(ReadStep, OfSeveralValuesIsThatOfTheFirstThatFails)
     EXPECT_EQ(complaintOf([&] { job.read(id, path, unit, result); }),
               "sd_bus_message_read_basic fundamental" + otherType);
 
-    auto half = wire.sealed([](auto* m)
-                            { sd_bus_message_append(m, "uo", 9, "/job/9"); });
+    auto half = wire.sealed(
+        [](auto* m) { sd_bus_message_append(m, "uo", 9, "/job/9"); });
     EXPECT_EQ(complaintOf([&] { half.read(id, path, unit, result); }),
               "sd_bus_message_read_basic string" + otherType);
     EXPECT_EQ(id, 9U);

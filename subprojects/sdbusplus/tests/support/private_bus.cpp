@@ -84,8 +84,8 @@ bool answers(int ready)
 
 } // namespace
 
-PrivateBus::PrivateBus()
-    : folder(makeFolder()), socket("unix:path=" + (folder / "bus").string())
+PrivateBus::PrivateBus() :
+    folder(makeFolder()), socket("unix:path=" + (folder / "bus").string())
 {
     writeConfig(folder / "config.xml", socket);
     int ready[2];

@@ -24,8 +24,8 @@ class Service
 
     static constexpr auto name = "a.Service";
 
-    Service(const PrivateBus& bus, Answer function)
-        : connection(bus.connect()), answer(std::move(function))
+    Service(const PrivateBus& bus, Answer function) :
+        connection(bus.connect()), answer(std::move(function))
     {
         connection.request_name(name);
         thread = std::jthread([this](std::stop_token stop) { serve(stop); });

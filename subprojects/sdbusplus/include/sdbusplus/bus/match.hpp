@@ -36,18 +36,17 @@ struct match
     match& operator=(match&&) = default;
     ~match() = default;
 
-    match(sdbusplus::bus_t& bus, const char* rule, callback_t callback)
-        : function(std::make_unique<callback_t>(std::move(callback)))
+    match(sdbusplus::bus_t& bus, const char* rule, callback_t callback) :
+        function(std::make_unique<callback_t>(std::move(callback)))
     {
         sd_bus_slot* added = nullptr;
         sd_bus_add_match(bus.get(), &added, rule, forward, function.get());
         slot.reset(added);
     }
 
-    match(sdbusplus::bus_t& bus, const std::string& rule, callback_t callback)
-        : match(bus, rule.c_str(), std::move(callback))
-    {
-    }
+    match(sdbusplus::bus_t& bus, const std::string& rule, callback_t callback) :
+        match(bus, rule.c_str(), std::move(callback))
+    {}
 
   private:
     struct SlotUnref

@@ -60,46 +60,38 @@ template <Container T>
 void appendContainer(sd_bus_message* m, const T& items)
 {
     const char* type = typeText<typename T::value_type>.data();
-    enclosed(m, SD_BUS_TYPE_ARRAY, type,
-             [&]
-             {
-                 for (auto& item : items)
-                 {
-                     appendOne(m, item);
-                 }
-             });
+    enclosed(m, SD_BUS_TYPE_ARRAY, type, [&] {
+        for (auto& item : items)
+        {
+            appendOne(m, item);
+        }
+    });
 }
 
 template <typename First, typename Second>
 void appendPair(sd_bus_message* m, const std::pair<First, Second>& entry)
 {
     const char* types = typeText<First, Second>.data();
-    enclosed(m, SD_BUS_TYPE_DICT_ENTRY, types,
-             [&]
-             {
-                 appendOne(m, entry.first);
-                 appendOne(m, entry.second);
-             });
+    enclosed(m, SD_BUS_TYPE_DICT_ENTRY, types, [&] {
+        appendOne(m, entry.first);
+        appendOne(m, entry.second);
+    });
 }
 
 template <typename... Ts>
 void appendTuple(sd_bus_message* m, const std::tuple<Ts...>& fields)
 {
-    enclosed(m, SD_BUS_TYPE_STRUCT, typeText<Ts...>.data(),
-             [&]
-             {
-                 std::apply([&](const auto&... field)
-                            { (appendOne(m, field), ...); },
-                            fields);
-             });
+    enclosed(m, SD_BUS_TYPE_STRUCT, typeText<Ts...>.data(), [&] {
+        std::apply([&](const auto&... field) { (appendOne(m, field), ...); },
+                   fields);
+    });
 }
 
 template <typename... Ts>
 void appendVariant(sd_bus_message* m, const std::variant<Ts...>& value)
 {
     std::visit(
-        [&]<typename T>(const T& held)
-        {
+        [&]<typename T>(const T& held) {
             enclosed(m, SD_BUS_TYPE_VARIANT, typeText<T>.data(),
                      [&] { appendOne(m, held); });
         },
