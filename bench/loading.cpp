@@ -1,12 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <benchmark/benchmark.h>
 #include <dlfcn.h>
+#include <link.h>
 #include <unistd.h>
 
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
+#include <stdexcept>
 #include <string>
+#include <vector>
 
 // How long the library takes to load into a process that already has its
 // dependencies, and how large it is without its symbols.
@@ -15,6 +18,33 @@ namespace
 {
 
 std::string library;
+
+int addName(dl_phdr_info* object, std::size_t, void* names)
+{
+    static_cast<std::vector<std::string>*>(names)->emplace_back(
+        object->dlpi_name);
+    return 0;
+}
+
+/** Loads what the library needs, to stay. */
+void loadDependencies()
+{
+    void* handle = dlopen(library.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (handle == nullptr)
+    {
+        throw std::runtime_error(dlerror());
+    }
+    std::vector<std::string> loaded;
+    dl_iterate_phdr(addName, &loaded);
+    for (const auto& object : loaded)
+    {
+        if (object != library)
+        {
+            dlopen(object.c_str(), RTLD_NOW | RTLD_LOCAL);
+        }
+    }
+    dlclose(handle);
+}
 
 void load(benchmark::State& state)
 {
@@ -66,5 +96,14 @@ int main(int argc, char** argv)
         return 2;
     }
     library = argv[1];
+    try
+    {
+        loadDependencies();
+    }
+    catch (const std::exception& error)
+    {
+        std::cerr << "bench_loading: " << error.what() << '\n';
+        return 1;
+    }
     benchmark::RunSpecifiedBenchmarks();
 }
