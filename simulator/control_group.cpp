@@ -17,12 +17,22 @@
 namespace bmcsim::controlGroup
 {
 
-/** A mount namespace whose mounts nobody else sees. */
+/** A mount namespace whose mounts nobody else sees.
+ *
+ *  Making "/" private would do where it is a mount, which it is not in a
+ *  chroot. So a private copy of all mounts is put over /proc, which is one,
+ *  and becomes the root.
+ */
 static void leaveHostsMounts()
 {
-    checked(unshare(CLONE_NEWNS), "cannot have mounts of its own");
-    checked(mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr),
-            "cannot have mounts of its own");
+    const auto what = "cannot have mounts of its own";
+    const auto place = "/proc";
+    checked(unshare(CLONE_NEWNS), what);
+    checked(mount(nullptr, place, nullptr, MS_PRIVATE, nullptr), what);
+    checked(mount("/", place, nullptr, MS_BIND | MS_REC, nullptr), what);
+    checked(mount(nullptr, place, nullptr, MS_PRIVATE | MS_REC, nullptr), what);
+    checked(chroot(place), what);
+    checked(chdir("/"), what);
 }
 
 static void mountHierarchy(const std::filesystem::path& where)

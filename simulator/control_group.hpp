@@ -10,7 +10,8 @@ namespace bmcsim::controlGroup
  *  and makes that group all that it sees of the hierarchy: what systemd makes
  *  in there can be removed afterwards, whole.
  *
- *  The process gets a private mount namespace on the way.
+ *  The process gets a private mount namespace, and so a root of its own, on
+ *  the way.
  *
  *  @throw std::system_error  the kernel does not allow it
  */
