@@ -47,6 +47,27 @@ Reply nothing()
         [](sd_bus_message* call) { sd_bus_reply_method_return(call, nullptr); };
 }
 
+Reply textVariant(std::string value)
+{
+    return [value](sd_bus_message* call) {
+        sd_bus_reply_method_return(call, "v", "s", value.c_str());
+    };
+}
+
+Reply shortVariant(std::uint16_t value)
+{
+    return [value](sd_bus_message* call) {
+        sd_bus_reply_method_return(call, "v", "q", value);
+    };
+}
+
+Reply numberVariant(std::uint32_t value)
+{
+    return [value](sd_bus_message* call) {
+        sd_bus_reply_method_return(call, "v", "u", value);
+    };
+}
+
 Reply booleanAndText(bool value, std::string more)
 {
     return [value, more](sd_bus_message* call) {

@@ -27,6 +27,11 @@ Reply objectPath(std::string value);
 Reply number(std::uint32_t value);
 Reply nothing();
 
+/** A variant that holds a string, or a number of 16 or 32 bits. */
+Reply textVariant(std::string value);
+Reply shortVariant(std::uint16_t value);
+Reply numberVariant(std::uint32_t value);
+
 /** A boolean with a string behind it. */
 Reply booleanAndText(bool value, std::string more);
 

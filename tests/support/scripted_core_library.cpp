@@ -1,0 +1,121 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "scripted_core_library.hpp"
+
+#include <core_library.hpp>
+#include <dlfcn.h>
+
+#include <algorithm>
+#include <stdexcept>
+
+namespace test
+{
+
+ScriptedCoreLibrary* ScriptedCoreLibrary::current = nullptr;
+
+ScriptedCoreLibrary::ScriptedCoreLibrary()
+{
+    current = this;
+}
+
+ScriptedCoreLibrary::~ScriptedCoreLibrary()
+{
+    current = nullptr;
+}
+
+/** The library's own routine, which the one below of the same name hides. */
+template <typename Routine>
+static Routine* hidden(const char* symbol)
+{
+    auto* const found = dlsym(RTLD_NEXT, symbol);
+    if (found == nullptr)
+    {
+        throw std::runtime_error(dlerror());
+    }
+    return reinterpret_cast<Routine*>(found);
+}
+
+static void note(const std::string& call)
+{
+    if (ScriptedCoreLibrary::current != nullptr)
+    {
+        ScriptedCoreLibrary::current->calls.push_back(call);
+    }
+}
+
+static std::string describe(const char* buffer, int size)
+{
+    const auto isClean = std::all_of(buffer, buffer + size,
+                                     [](char byte) { return byte == '\0'; });
+    return ' ' + std::to_string(size) + (isClean ? "" : " dirty");
+}
+
+static std::optional<int>
+scripted(std::optional<int> ScriptedCoreLibrary::*answer)
+{
+    return ScriptedCoreLibrary::current == nullptr
+               ? std::nullopt
+               : ScriptedCoreLibrary::current->*answer;
+}
+
+static void fillIfTold(char* version, int size)
+{
+    if (ScriptedCoreLibrary::current != nullptr &&
+        ScriptedCoreLibrary::current->fillsVersion)
+    {
+        std::fill_n(version, size, 'v');
+    }
+}
+
+} // namespace test
+
+namespace wexa::core
+{
+
+using test::ScriptedCoreLibrary;
+
+int check_bios_seamless_capsule(char* imagePath)
+{
+    test::note(std::string("check_bios_seamless_capsule ") + imagePath);
+    const auto answer = test::scripted(&ScriptedCoreLibrary::capsuleKind);
+    return answer ? *answer
+                  : test::hidden<int(char*)>(
+                        "_ZN4wexa4core27check_bios_seamless_capsuleEPc")(
+                        imagePath);
+}
+
+int get_bios_board_id(char* imagePath)
+{
+    test::note(std::string("get_bios_board_id ") + imagePath);
+    const auto answer = test::scripted(&ScriptedCoreLibrary::board);
+    return answer ? *answer
+                  : test::hidden<int(char*)>(
+                        "_ZN4wexa4core17get_bios_board_idEPc")(imagePath);
+}
+
+int get_bios_version_from_image(char* imagePath, char* versionOut,
+                                int versionSize, char* dateOut, int dateSize)
+{
+    test::note(std::string("get_bios_version_from_image ") + imagePath +
+               test::describe(versionOut, versionSize) +
+               test::describe(dateOut, dateSize));
+    const auto result = test::hidden<int(char*, char*, int, char*, int)>(
+        "_ZN4wexa4core27get_bios_version_from_imageEPcS1_iS1_i")(
+        imagePath, versionOut, versionSize, dateOut, dateSize);
+    test::fillIfTold(versionOut, versionSize);
+    return test::scripted(&ScriptedCoreLibrary::versionResult).value_or(result);
+}
+
+int get_capsule_version_from_image(char* imagePath, char* versionOut,
+                                   int versionSize, int capsuleKind)
+{
+    test::note(std::string("get_capsule_version_from_image ") + imagePath +
+               test::describe(versionOut, versionSize) + ' ' +
+               std::to_string(capsuleKind));
+    const auto result = test::hidden<int(char*, char*, int, int)>(
+        "_ZN4wexa4core30get_capsule_version_from_imageEPcS1_ii")(
+        imagePath, versionOut, versionSize, capsuleKind);
+    test::fillIfTold(versionOut, versionSize);
+    return test::scripted(&ScriptedCoreLibrary::versionResult).value_or(result);
+}
+
+} // namespace wexa::core
