@@ -5,7 +5,9 @@
 #include "flash_units.hpp"
 #include "image_check.hpp"
 #include "services/firmware_information.hpp"
+#include "services/host.hpp"
 #include "services/security_manager.hpp"
+#include "services/settings.hpp"
 #include "systemd_manager.hpp"
 
 #include <filesystem>
@@ -32,6 +34,8 @@ Board::Board(const PrivateDirectory& directory, ManagerKind kind) :
     const auto address = directory.busAddress();
     services.push_back(std::make_unique<SecurityManager>(address));
     services.push_back(std::make_unique<FirmwareInformation>(address));
+    services.push_back(std::make_unique<Host>(address));
+    services.push_back(std::make_unique<Settings>(address));
     manager = startManager(kind, directory);
 }
 
@@ -47,18 +51,35 @@ void Board::set(const std::string& what, const std::string& value)
         manager->behave(behaviourNamed(value));
         return;
     }
-    std::string known = "manager, flash, flash-time and flash-timeout";
     for (const auto& service : services)
     {
-        if (service->label() == what)
+        if (what == service->label())
         {
             service->behave(behaviourNamed(value));
             return;
         }
-        known.insert(0, service->label() + ", ");
+        if (what == service->valueName())
+        {
+            service->setValue(value);
+            return;
+        }
     }
     throw std::invalid_argument("there is no '" + what +
-                                "' to set; there are " + known);
+                                "' to set; there are " + namesToSet());
+}
+
+std::string Board::namesToSet() const
+{
+    std::string names;
+    for (const auto& service : services)
+    {
+        names += service->label() + ", ";
+        if (!service->valueName().empty())
+        {
+            names += service->valueName() + ", ";
+        }
+    }
+    return names + "manager, flash, flash-time and flash-timeout";
 }
 
 void Board::setFlash(const std::string& what, const std::string& value)

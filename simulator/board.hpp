@@ -52,6 +52,7 @@ class Board
     }
 
   private:
+    std::string namesToSet() const;
     void setFlash(const std::string& what, const std::string& value);
 
     PrivateDirectory directory;

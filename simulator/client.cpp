@@ -93,10 +93,9 @@ static void printTable(const json& state)
                    << (service["calls"].empty() ? "" : "; calls: ");
         printCalls(service["calls"]);
         std::cout << '\n';
-        const auto staged = service.value("staged", json::object());
-        for (const auto& [property, version] : staged.items())
+        for (const auto& [name, value] : service["values"].items())
         {
-            row("  " + property) << version.get<std::string>() << '\n';
+            row("  " + name) << value.get<std::string>() << '\n';
         }
     }
     const auto& flash = state["flash"];

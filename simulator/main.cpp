@@ -72,8 +72,11 @@ void declareSet(CLI::App& app, std::function<int()>& action)
     auto* set = app.add_subcommand(
         "set", "Change how a running simulated BMC behaves\n\n"
                "Example: wexa-bmcsim set security refuse\n\n"
-               "security, fwinfo, manager: normal, absent, refuse, error, "
-               "wrong-type, silent\n"
+               "security, fwinfo, host, settings, manager: normal, absent, "
+               "refuse, error,\n  wrong-type, silent\n"
+               "board-id: 0 to 65535\n"
+               "apply-time: OnReset, Immediate, OnStartUpdateRequest, or any "
+               "other text\n"
                "flash: normal, fail, corrupt, crash, hang\n"
                "flash-time, flash-timeout: milliseconds");
     static std::string directory;

@@ -1,21 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "flash_unit.hpp"
 
+#include "patience.hpp"
 #include "systemd.hpp"
 
 #include <sdbusplus/exception.hpp>
 #include <sdbusplus/message.hpp>
 
-#include <algorithm>
 #include <cstdint>
 #include <variant>
-
-std::string bmcFlashUnit(std::string imagePath)
-{
-    std::ranges::replace(imagePath, '/', '-');
-    return R"(obmc-flash-bmc-rot2@bmc_rot2\x20update\x20)" + imagePath +
-           ".service";
-}
 
 static auto managerCall(sdbusplus::bus::bus& bus, const char* member)
 {
@@ -29,7 +22,7 @@ void holdUnit(sdbusplus::bus::bus& bus, const std::string& unit)
     {
         auto call = managerCall(bus, "RefUnit");
         call.append(unit);
-        bus.call(call, systemd::patience);
+        bus.call(call, patience);
     }
     catch (const sdbusplus::exception::exception&)
     {
@@ -45,7 +38,7 @@ static Value property(sdbusplus::bus::bus& bus, const std::string& object,
                                     "org.freedesktop.DBus.Properties", "Get");
     call.append(interface, name);
     std::variant<Value> value;
-    bus.call(call, systemd::patience).read(value);
+    bus.call(call, patience).read(value);
     return std::get<Value>(value);
 }
 
@@ -57,7 +50,7 @@ UnitOutcome outcomeOf(sdbusplus::bus::bus& bus, const std::string& unit)
     auto call = managerCall(bus, "LoadUnit");
     call.append(unit);
     sdbusplus::message::object_path object;
-    bus.call(call, systemd::patience).read(object);
+    bus.call(call, patience).read(object);
 
     UnitOutcome outcome;
     outcome.type = property<std::string>(bus, object.str, ofService, "Type");

@@ -5,9 +5,6 @@
 
 #include <string>
 
-/** The name of the unit that `UpdateBMC` starts for an image. */
-std::string bmcFlashUnit(std::string imagePath);
-
 /** Keeps systemd from forgetting how the unit ended: a unit that is not
  *  referenced is unloaded, and with it its result. Lasts as long as the
  *  connection. Failures are left to the start of the unit, which has the same.

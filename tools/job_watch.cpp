@@ -2,6 +2,7 @@
 #include "job_watch.hpp"
 
 #include "failure.hpp"
+#include "patience.hpp"
 #include "systemd.hpp"
 
 #include <sdbusplus/exception.hpp>
@@ -33,7 +34,7 @@ void JobWatch::subscribe()
     {
         auto call = bus.new_method_call(systemd::service, systemd::path,
                                         systemd::managerInterface, "Subscribe");
-        bus.call(call, systemd::patience);
+        bus.call(call, patience);
     }
     catch (const sdbusplus::exception::exception&)
     {

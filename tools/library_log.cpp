@@ -96,6 +96,14 @@ std::string LibraryLog::reason() const
 bool LibraryLog::tellsOfAFailedCall() const
 {
     return std::ranges::any_of(errors(), [](const auto& line) {
-        return line.starts_with("Error in ");
+        return line.starts_with("Error in ") ||
+               line.starts_with("boardID is mismatch: ");
+    });
+}
+
+bool LibraryLog::tellsOfAnotherBoard() const
+{
+    return std::ranges::any_of(errors(), [](const auto& line) {
+        return line == "boardID is mismatch";
     });
 }

@@ -30,6 +30,9 @@ class LibraryLog
     /** Whether an operation failed because a service could not be asked. */
     bool tellsOfAFailedCall() const;
 
+    /** Whether a BIOS image was refused because it is for another board. */
+    bool tellsOfAnotherBoard() const;
+
   private:
     class Listener;
 

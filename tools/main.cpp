@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "failure.hpp"
+#include "firmware_kind.hpp"
 #include "verbs.hpp"
 
 #include <CLI/CLI.hpp>
 #include <sdbusplus/exception.hpp>
 
 #include <iostream>
-#include <map>
+#include <vector>
 
 // wexa-fwmgr: firmware updates by hand, through the library.
 
@@ -15,48 +16,50 @@ namespace
 
 using Verb = void (*)(const Request&);
 
-/** A verb of the command line and what it does with each kind. */
 struct Declaration
 {
     const char* name;
     const char* description;
-    std::map<std::string, Verb> kinds;
+    Verb verb;
 };
 
 const std::vector<Declaration> declarations{
     {"upload",
      "Read an image's version, have the image verified, record it as staged\n\n"
      "Example: wexa-fwmgr upload bmc /tmp/image",
-     {{"bmc", uploadBmc}}},
+     upload},
     {"verify",
      "Have the security manager judge an image\n\n"
      "Example: wexa-fwmgr verify bmc /tmp/image",
-     {{"bmc", verifyBmc}}},
+     verify},
     {"update",
      "Flash an image, which is not verified again, and wait for the end\n\n"
      "Example: wexa-fwmgr update bmc /tmp/image",
-     {{"bmc", updateBmc}}},
+     update},
 };
 
 void declare(CLI::App& app, const Declaration& declaration, Request& request,
-             std::string& kind, Verb& chosen)
+             Verb& chosen)
 {
     auto* verb = app.add_subcommand(declaration.name, declaration.description);
     std::vector<std::string> kinds;
-    for (const auto& entry : declaration.kinds)
+    for (const auto* kind : firmwareKinds())
     {
-        kinds.push_back(entry.first);
+        kinds.push_back(kind->name());
     }
-    verb->add_option("KIND", kind, "Kind of firmware: bmc")
+    verb->add_option_function<std::string>(
+            "KIND",
+            [&request](const std::string& name) {
+                request.kind = &firmwareKindNamed(name);
+            },
+            "Kind of firmware: " + CLI::detail::join(kinds, " or "))
         ->required()
         ->check(CLI::IsMember(kinds))
         ->option_text(" ");
     verb->add_option("IMAGE", request.image, "Path of the image file")
         ->required()
         ->option_text(" ");
-    verb->callback([&declaration, &kind, &chosen] {
-        chosen = declaration.kinds.at(kind);
-    });
+    verb->callback([&declaration, &chosen] { chosen = declaration.verb; });
     if (std::string(declaration.name) == "update")
     {
         verb->add_option_function<unsigned int>(
@@ -85,8 +88,8 @@ int main(int argc, char** argv)
                  "wexa-fwmgr");
     app.require_subcommand(0, 1);
     app.fallthrough();
-    Request request{"system", {}};
-    std::string kind;
+    Request request;
+    request.bus = "system";
     Verb verb = nullptr;
     app.add_option("--bus", request.bus,
                    "Address of the bus, or system, which is the default")
@@ -95,7 +98,7 @@ int main(int argc, char** argv)
                  "Show the library's own log lines on standard error");
     for (const auto& declaration : declarations)
     {
-        declare(app, declaration, request, kind, verb);
+        declare(app, declaration, request, verb);
     }
 
     try

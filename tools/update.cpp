@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "connection.hpp"
 #include "failure.hpp"
+#include "firmware_kind.hpp"
 #include "flash_unit.hpp"
 #include "image_path.hpp"
 #include "job_watch.hpp"
@@ -9,14 +10,11 @@
 #include "verbs.hpp"
 #include "verdict.hpp"
 
-#include <wexa/core/fwmanager_internal.hpp>
-
 #include <iomanip>
 #include <iostream>
 
 using std::chrono::steady_clock;
 using wexa::core::FWManagerInternal;
-using wexa::core::VersionPurpose;
 
 namespace
 {
@@ -25,11 +23,11 @@ namespace
 class Flash
 {
   public:
-    Flash(sdbusplus::bus::bus& bus, std::string image, std::string unit,
-          bool verbose) :
+    Flash(sdbusplus::bus::bus& bus, const FirmwareKind& kind, std::string image,
+          std::string unit, bool verbose) :
         bus(bus),
-        image(std::move(image)), unit(std::move(unit)), verbose(verbose),
-        manager(bus),
+        kind(kind), image(std::move(image)), unit(std::move(unit)),
+        verbose(verbose), manager(bus),
         watch(bus, [this](auto& signal) { return finished(signal); })
     {}
 
@@ -37,7 +35,7 @@ class Flash
     {
         holdUnit(bus, unit);
         const LibraryLog log(verbose);
-        if (manager.UpdateBMC(image, VersionPurpose::BMC, "") != 0)
+        if (kind.update(manager, image) != 0)
         {
             throw Failure(
                 ExitStatus::callFailed,
@@ -70,7 +68,7 @@ class Flash
 
         requireFlashed(unit, jobResult, *outcome == done, ended);
         const LibraryLog log(verbose);
-        manager.onBMCUpdateSuccess();
+        kind.succeeded(manager);
     }
 
   private:
@@ -79,13 +77,14 @@ class Flash
     int finished(sdbusplus::message::message& signal)
     {
         const LibraryLog log(verbose);
-        const auto outcome = manager.onBMCStateChange(signal);
+        const auto outcome = kind.stateChanged(manager, signal);
         // The library logs the job's number, path, unit and result.
         jobResult = log.progress().at(3);
         return outcome;
     }
 
     sdbusplus::bus::bus& bus;
+    const FirmwareKind& kind;
     std::string image;
     std::string unit;
     bool verbose;
@@ -96,15 +95,15 @@ class Flash
 
 } // namespace
 
-void updateBmc(const Request& request)
+void update(const Request& request)
 {
     const auto image = usableImage(request.image);
-    const auto unit = bmcFlashUnit(image);
+    const auto unit = request.kind->flashUnit(image);
     requireFaithfulUnit(image, unit);
     auto bus = connectTo(request.bus);
 
     const auto start = std::chrono::steady_clock::now();
-    Flash flash(bus, image, unit, request.verbose);
+    Flash flash(bus, *request.kind, image, unit, request.verbose);
     flash.start();
     flash.await(request.timeout);
 

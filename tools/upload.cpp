@@ -1,22 +1,21 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "board_mismatch.hpp"
 #include "connection.hpp"
 #include "failure.hpp"
+#include "firmware_kind.hpp"
 #include "image_path.hpp"
 #include "library_log.hpp"
 #include "verbs.hpp"
 
-#include <wexa/core/fwmanager_internal.hpp>
-
 #include <iostream>
 
-using wexa::core::FWManagerInternal;
-
-static wexa::core::UploadResult upload(sdbusplus::bus::bus& bus,
-                                       const std::string& image, bool verbose)
+static wexa::core::UploadResult accepted(sdbusplus::bus::bus& bus,
+                                         const FirmwareKind& kind,
+                                         const std::string& image, bool verbose)
 {
     const LibraryLog log(verbose);
-    auto result = FWManagerInternal(bus).processUploadBmcImage(
-        image, FWManagerInternal::UPLOAD_IMG_BMC, "");
+    FirmwareKind::Manager manager(bus);
+    auto result = kind.upload(manager, image);
     if (!result.empty())
     {
         return result;
@@ -26,15 +25,22 @@ static wexa::core::UploadResult upload(sdbusplus::bus::bus& bus,
         throw Failure(ExitStatus::callFailed,
                       image + ": could not be examined: " + log.reason());
     }
+    const auto boards =
+        log.tellsOfAnotherBoard() ? " (" + boardsInWords(bus, image) + ")" : "";
     throw Failure(ExitStatus::imageRefused,
-                  image + ": refused: " + log.reason());
+                  image + ": refused: " + log.reason() + boards);
 }
 
-void uploadBmc(const Request& request)
+void upload(const Request& request)
 {
     const auto image = usableImage(request.image);
     auto bus = connectTo(request.bus);
-    const auto result = upload(bus, image, request.verbose);
-    std::cout << image << ": accepted, version " << result.at("version")
-              << ", recorded as staged\n";
+    const auto result = accepted(bus, *request.kind, image, request.verbose);
+    std::cout << image << ": accepted as " << request.kind->wordsFor(image)
+              << ", version " << result.at("version") << ", recorded as staged";
+    if (const auto applied = result.find("applyTime"); applied != result.end())
+    {
+        std::cout << ", apply time " << applied->second;
+    }
+    std::cout << '\n';
 }

@@ -4,21 +4,24 @@
 #include <chrono>
 #include <string>
 
+class FirmwareKind;
+
 /** What a verb works on. */
 struct Request
 {
     std::string bus;
+    const FirmwareKind* kind = nullptr;
     std::string image;
     bool verbose = false;
     /** How long `update` waits for the end of the flash. */
     std::chrono::seconds timeout{600};
 };
 
-/** Each does what it says with a BMC image and prints the result on standard
+/** Each does what it says with an image and prints the result on standard
  *  output.
  *
  *  @throw Failure  it could not; with the reason
  */
-void uploadBmc(const Request& request);
-void verifyBmc(const Request& request);
-void updateBmc(const Request& request);
+void upload(const Request& request);
+void verify(const Request& request);
+void update(const Request& request);

@@ -1,24 +1,20 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "connection.hpp"
 #include "failure.hpp"
+#include "firmware_kind.hpp"
 #include "image_path.hpp"
 #include "library_log.hpp"
 #include "verbs.hpp"
 
-#include <wexa/core/fwmanager_internal.hpp>
-
 #include <cerrno>
 #include <iostream>
 
-using wexa::core::FWManagerInternal;
-using wexa::core::VersionPurpose;
-
-static void verify(sdbusplus::bus::bus& bus, const std::string& image,
-                   bool verbose)
+static void requireAuthentic(sdbusplus::bus::bus& bus, const FirmwareKind& kind,
+                             const std::string& image, bool verbose)
 {
     const LibraryLog log(verbose);
-    const auto result =
-        FWManagerInternal(bus).VerifyBMC(image, VersionPurpose::BMC, "");
+    FirmwareKind::Manager manager(bus);
+    const auto result = kind.verify(manager, image);
     if (result == -EIO)
     {
         throw Failure(ExitStatus::callFailed,
@@ -31,10 +27,11 @@ static void verify(sdbusplus::bus::bus& bus, const std::string& image,
     }
 }
 
-void verifyBmc(const Request& request)
+void verify(const Request& request)
 {
     const auto image = usableImage(request.image);
     auto bus = connectTo(request.bus);
-    verify(bus, image, request.verbose);
-    std::cout << image << ": authentic\n";
+    requireAuthentic(bus, *request.kind, image, request.verbose);
+    std::cout << image << ": authentic " << request.kind->wordsFor(image)
+              << '\n';
 }

@@ -9,7 +9,7 @@ constexpr auto interface = "xyz.openbmc_project.fwinfo.FwInfoManager";
 
 FirmwareInformation::FirmwareInformation(const std::string& busAddress) :
     Service("fwinfo", "xyz.openbmc_project.FwInfoManager", busAddress),
-    versions{{"stagingBMC", ""}, {"stagingBIOS", ""}, {"stagingCapsuleMCU", ""}}
+    staged{{"stagingBMC", ""}, {"stagingBIOS", ""}, {"stagingCapsuleMCU", ""}}
 {
     changed();
 }
@@ -32,13 +32,13 @@ void FirmwareInformation::changed()
 
 void FirmwareInformation::offerTexts()
 {
-    for (const auto& entry : versions)
+    for (const auto& entry : staged)
     {
         const auto& property = entry.first;
         object->registerProperty(
             interface, property, "s",
             [this, property](sdbus::PropertyGetReply& reply) {
-                reply << versions.at(property);
+                reply << staged.at(property);
             },
             [this, property](sdbus::PropertySetCall& call) {
                 count("Set");
@@ -51,7 +51,7 @@ void FirmwareInformation::offerTexts()
 
 void FirmwareInformation::offerNumbers()
 {
-    for (const auto& entry : versions)
+    for (const auto& entry : staged)
     {
         object->registerProperty(
             interface, entry.first, "u",
@@ -63,22 +63,14 @@ void FirmwareInformation::offerNumbers()
 void FirmwareInformation::set(const std::string& property,
                               const std::string& version)
 {
-    if (behaviour() == Behaviour::refuse)
-    {
-        throw sdbus::Error("org.freedesktop.DBus.Error.AccessDenied",
-                           "the simulated service was told to refuse");
-    }
-    if (behaviour() == Behaviour::error)
-    {
-        answerError();
-    }
-    versions.at(property) = version;
+    answerErrorIfTold();
+    staged.at(property) = version;
     object->emitPropertiesChangedSignal(interface, {property});
 }
 
-void FirmwareInformation::describe(nlohmann::json& state) const
+std::map<std::string, std::string> FirmwareInformation::values() const
 {
-    state["staged"] = versions;
+    return staged;
 }
 
 } // namespace bmcsim

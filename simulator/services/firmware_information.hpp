@@ -14,13 +14,13 @@ class FirmwareInformation final : public Service
 
   private:
     void changed() override;
-    void describe(nlohmann::json& state) const override;
+    std::map<std::string, std::string> values() const override;
 
     void offerTexts();
     void offerNumbers();
     void set(const std::string& property, const std::string& version);
 
-    std::map<std::string, std::string> versions;
+    std::map<std::string, std::string> staged;
     std::unique_ptr<sdbus::IObject> object;
 };
 

@@ -40,21 +40,20 @@ void SecurityManager::answer(sdbus::MethodCall call, std::uint16_t kind)
 {
     std::string path;
     call >> path;
-    if (behaviour() == Behaviour::error)
-    {
-        answerError();
-    }
-
     auto reply = call.createReply();
     if (behaviour() == Behaviour::wrongType)
     {
         reply << "authentic";
     }
+    else if (behaviour() == Behaviour::refuse)
+    {
+        reply << false;
+    }
     else
     {
+        answerErrorIfTold();
         const auto image = authenticate(path);
-        reply << (behaviour() != Behaviour::refuse && image &&
-                  image->kind == kind);
+        reply << (image && image->kind == kind);
     }
     reply.send();
 }

@@ -27,17 +27,25 @@ void Service::behave(Behaviour behaviour)
     changed();
 }
 
-void Service::answerError()
+void Service::answerErrorIfTold() const
 {
-    throw sdbus::Error("org.freedesktop.DBus.Error.Failed",
-                       "the simulated service was told to fail");
+    if (behaving == Behaviour::refuse)
+    {
+        throw sdbus::Error("org.freedesktop.DBus.Error.AccessDenied",
+                           "the simulated service was told to refuse");
+    }
+    if (behaving == Behaviour::error)
+    {
+        throw sdbus::Error("org.freedesktop.DBus.Error.Failed",
+                           "the simulated service was told to fail");
+    }
 }
 
 nlohmann::json Service::state() const
 {
-    nlohmann::json state{{"behaviour", nameOf(behaving)}, {"calls", calls}};
-    describe(state);
-    return state;
+    return {{"behaviour", nameOf(behaving)},
+            {"calls", calls},
+            {"values", values()}};
 }
 
 } // namespace bmcsim

@@ -43,7 +43,16 @@ class Service
         return behaving == Behaviour::silent ? nullptr : bus.get();
     }
 
-    /** Behaviour, the calls it got, by member, and what else it tells. */
+    /** The name of a value that it tells and that can be changed; or none. */
+    virtual std::string valueName() const
+    {
+        return "";
+    }
+
+    /** @throw std::invalid_argument  it cannot be this; says what it can */
+    virtual void setValue(const std::string&) {}
+
+    /** Behaviour, the calls it got, by member, and the values it holds. */
     nlohmann::json state() const;
 
   protected:
@@ -62,14 +71,17 @@ class Service
         ++calls[member];
     }
 
-    /** The error that a service answers when told to. */
-    [[noreturn]] static void answerError();
+    /** Answers an error where the service was told to refuse or to fail. */
+    void answerErrorIfTold() const;
 
     /** Called when the behaviour has changed. */
     virtual void changed() {}
 
-    /** What a service adds to its state. */
-    virtual void describe(nlohmann::json&) const {}
+    /** The values that a service holds, by name. */
+    virtual std::map<std::string, std::string> values() const
+    {
+        return {};
+    }
 
   private:
     std::string name;

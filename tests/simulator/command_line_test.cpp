@@ -54,10 +54,12 @@ TEST(BmcsimCommandLine, RefusesUnknownOptionsAndManagers)
 
 TEST(BmcsimCommandLine, SaysWhatCanBeSetFromTheStart)
 {
-    EXPECT_EQ(bmcsim({"run", "--set", "usb=absent", "--", "true"}),
-              refusal(noBoard,
-                      "there is no 'usb' to set; there are fwinfo, security, "
-                      "manager, flash, flash-time and flash-timeout"));
+    EXPECT_EQ(
+        bmcsim({"run", "--set", "usb=absent", "--", "true"}),
+        refusal(
+            noBoard,
+            "there is no 'usb' to set; there are security, fwinfo, "
+            "host, board-id, settings, apply-time, manager, flash, flash-time and flash-timeout"));
     EXPECT_EQ(bmcsim({"run", "--set", "security=odd", "--", "true"}),
               refusal(noBoard, "no behaviour 'odd'; there are normal, absent, "
                                "refuse, error, wrong-type and silent"));

@@ -35,7 +35,35 @@ class SimulatedService : public testing::Test
     {
         bmc->set("security", "normal");
         bmc->set("fwinfo", "normal");
+        bmc->set("host", "normal");
+        bmc->set("settings", "normal");
     }
+
+    static Completed board()
+    {
+        return bmc->call({"--timeout=1", "com.WEXA.Host", "/com/WEXA/Host",
+                          "org.freedesktop.DBus.Properties", "Get", "ss",
+                          "com.WEXA.Host", "BoardId"});
+    }
+
+    static Completed applyTime(const std::vector<std::string>& words)
+    {
+        std::vector<std::string> command{
+            "--timeout=1", "xyz.openbmc_project.Settings",
+            "/xyz/openbmc_project/software/apply_time",
+            "org.freedesktop.DBus.Properties"};
+        command.insert(command.end(), words.begin(), words.end());
+        return bmc->call(command);
+    }
+
+    static Completed applyTime()
+    {
+        return applyTime(
+            {"Get", "ss", applyTimeInterface, "RequestedApplyTime"});
+    }
+
+    static constexpr auto applyTimeInterface =
+        "xyz.openbmc_project.Software.ApplyTime";
 
     static Completed security(const std::string& member,
                               const std::string& path)
@@ -171,6 +199,63 @@ TEST_F(SimulatedService, OfFirmwareInformationBehavesAsItIsTold)
     EXPECT_EQ(get("stagingBMC"), (Completed{0, "v s \"\"\n", ""}));
 }
 
+TEST_F(SimulatedService, TellsTheBoardThatItIsSetTo)
+{
+    EXPECT_EQ(board(), (Completed{0, "v q 1\n", ""}));
+    bmc->set("board-id", "65535");
+    EXPECT_EQ(board(), (Completed{0, "v q 65535\n", ""}));
+    bmc->set("board-id", "1");
+}
+
+TEST_F(SimulatedService, OfTheHostBehavesAsItIsTold)
+{
+    bmc->set("host", "refuse");
+    EXPECT_EQ(board(), failed("Access denied"));
+    bmc->set("host", "error");
+    EXPECT_EQ(board(), failed("the simulated service was told to fail"));
+    bmc->set("host", "wrong-type");
+    EXPECT_EQ(board(), (Completed{0, "v s \"1\"\n", ""}));
+    bmc->set("host", "silent");
+    EXPECT_EQ(board(), failed("Connection timed out"));
+    bmc->set("host", "absent");
+    EXPECT_EQ(board(), failed("The name com.WEXA.Host was not provided by any "
+                              ".service files"));
+}
+
+TEST_F(SimulatedService, KeepsTheApplyTimeThatItIsTold)
+{
+    const std::string prefix =
+        "xyz.openbmc_project.Software.ApplyTime.RequestedApplyTimes.";
+    const auto holds = [](const std::string& value) {
+        return Completed{0, "v s \"" + value + "\"\n", ""};
+    };
+    EXPECT_EQ(applyTime(), holds(prefix + "Immediate"));
+    bmc->set("apply-time", "OnReset");
+    EXPECT_EQ(applyTime(), holds(prefix + "OnReset"));
+    bmc->set("apply-time", "some.Text");
+    EXPECT_EQ(applyTime(), holds("some.Text"));
+    EXPECT_EQ(applyTime({"Set", "ssv", applyTimeInterface, "RequestedApplyTime",
+                         "s", prefix + "Immediate"}),
+              (Completed{0, "", ""}));
+    EXPECT_EQ(applyTime(), holds(prefix + "Immediate"));
+}
+
+TEST_F(SimulatedService, OfSettingsBehavesAsItIsTold)
+{
+    bmc->set("settings", "refuse");
+    EXPECT_EQ(applyTime(), failed("Access denied"));
+    bmc->set("settings", "error");
+    EXPECT_EQ(applyTime(), failed("the simulated service was told to fail"));
+    bmc->set("settings", "wrong-type");
+    EXPECT_EQ(applyTime(), (Completed{0, "v u 0\n", ""}));
+    bmc->set("settings", "silent");
+    EXPECT_EQ(applyTime(), failed("Connection timed out"));
+    bmc->set("settings", "absent");
+    EXPECT_EQ(applyTime(),
+              failed("The name xyz.openbmc_project.Settings was not provided "
+                     "by any .service files"));
+}
+
 TEST_F(SimulatedService, CanBeToldHowToBehaveFromTheStart)
 {
     const Simulation other({"--manager", "builtin", "--set", "security=refuse",
@@ -187,7 +272,13 @@ TEST_F(SimulatedService, CanBeToldHowToBehaveFromTheStart)
                              "  stagingBIOS       \n"
                              "  stagingBMC        \n"
                              "  stagingCapsuleMCU \n"
+                             "host                normal\n"
+                             "  board-id          1\n"
                              "security            refuse\n"
+                             "settings            normal\n"
+                             "  apply-time        "
+                             "xyz.openbmc_project.Software.ApplyTime."
+                             "RequestedApplyTimes.Immediate\n"
                              "flash               normal, 300 ms, given up "
                              "after 90000 ms\n",
                          ""}));
@@ -220,16 +311,31 @@ TEST_F(SimulatedService, IsShownWithWhatItWasAsked)
     "fwinfo": {
       "behaviour": "normal",
       "calls": {},
-      "staged": {
+      "values": {
         "stagingBIOS": "",
         "stagingBMC": "",
         "stagingCapsuleMCU": ""
+      }
+    },
+    "host": {
+      "behaviour": "normal",
+      "calls": {},
+      "values": {
+        "board-id": "1"
       }
     },
     "security": {
       "behaviour": "normal",
       "calls": {
         "verifyBmc": 1
+      },
+      "values": {}
+    },
+    "settings": {
+      "behaviour": "normal",
+      "calls": {},
+      "values": {
+        "apply-time": "xyz.openbmc_project.Software.ApplyTime.RequestedApplyTimes.Immediate"
       }
     }
   }
@@ -256,6 +362,14 @@ TEST_F(SimulatedService, RefusesABehaviourThatItDoesNotHave)
               (Completed{1, "",
                          "wexa-bmcsim: 'soon' is no number of milliseconds "
                          "from 1 to 3600000\n"}));
+    for (const auto* value : {"-1", "65536", "", "7x", " 7"})
+    {
+        EXPECT_EQ(bmc->run({"wexa-bmcsim", "set", "board-id", value}),
+                  (Completed{1, "",
+                             "wexa-bmcsim: '" + std::string(value) +
+                                 "' is no board identifier from 0 to "
+                                 "65535\n"}));
+    }
     EXPECT_EQ(bmc->run({"wexa-bmcsim", "set", "flash-colour", "red"}),
               (Completed{1, "",
                          "wexa-bmcsim: there is no 'flash-colour' to set; of "

@@ -58,6 +58,11 @@ void Simulation::set(const std::string& what, const std::string& value) const
     }
 }
 
+nlohmann::json Simulation::state() const
+{
+    return nlohmann::json::parse(run({"wexa-bmcsim", "state", "--json"}).out);
+}
+
 Completed Simulation::call(const std::vector<std::string>& words) const
 {
     std::vector<std::string> command{

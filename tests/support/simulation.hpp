@@ -3,11 +3,17 @@
 
 #include "process.hpp"
 
+#include <nlohmann/json.hpp>
+
+#include <map>
 #include <string>
 #include <vector>
 
 namespace test
 {
+
+/** How often each member of a service was called. */
+using Calls = std::map<std::string, int>;
 
 /** A running simulated BMC, to which commands can be sent one after another. */
 class Simulation
@@ -25,6 +31,15 @@ class Simulation
 
     /** `wexa-bmcsim set`, which must succeed. */
     void set(const std::string& what, const std::string& value) const;
+
+    /** What `wexa-bmcsim state --json` tells. */
+    nlohmann::json state() const;
+
+    /** The calls that a service got, by member. */
+    Calls calls(const std::string& service) const
+    {
+        return state()["services"][service]["calls"];
+    }
 
     /** `busctl call` of a method, with its arguments as busctl takes them. */
     Completed call(const std::vector<std::string>& words) const;

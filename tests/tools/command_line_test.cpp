@@ -44,7 +44,7 @@ TEST_F(CommandLine, RefusesAnUnknownOption)
 TEST_F(CommandLine, RefusesAnUnknownKind)
 {
     EXPECT_EQ(fwmgr({"verify", "psu", "image"}),
-              refusal("KIND: psu not in {bmc}"));
+              refusal("KIND: psu not in {bmc,bios}"));
 }
 
 TEST_F(CommandLine, NeedsAnImage)
@@ -84,7 +84,7 @@ TEST_F(CommandLine, NamesTheBusByItsAddress)
 
     EXPECT_EQ(fwmgr({"--bus", "unix:path=" + bmc.directory() + "/run/bus",
                      "verify", "bmc", image}),
-              (Completed{0, image + ": authentic\n", ""}));
+              (Completed{0, image + ": authentic BMC image\n", ""}));
 }
 
 TEST_F(CommandLine, HelpsWithAnExampleForEachVerb)

@@ -82,7 +82,7 @@ TEST_F(ImagePath, IsMadeAbsoluteForTheServices)
     EXPECT_EQ(bmc.run({"sh", "-c",
                        "cd " + images.folder() + " && " +
                            fromEnvironment("WEXA_FWMGR") + " verify bmc bmc"}),
-              (Completed{0, image + ": authentic\n", ""}));
+              (Completed{0, image + ": authentic BMC image\n", ""}));
 }
 
 TEST_F(ImagePath, MustNotHoldADashToBeFlashed)

@@ -76,6 +76,32 @@ TEST_F(Update, FlashesTwiceInARow)
     EXPECT_TRUE(bmc.flash("bmc") == bytesOf(image));
 }
 
+TEST_F(Update, FlashesABiosImageAndACapsule)
+{
+    for (const auto* kind : {"bios", "capsule"})
+    {
+        image = images.make(kind, {"--kind", kind, "--version", "1.4b"});
+        const auto done = fwmgr({"update", "bios", image});
+
+        EXPECT_EQ(done.status, 0);
+        EXPECT_EQ(done.err, "flashing " + image + "\n");
+        EXPECT_TRUE(bmc.flash("bios") == bytesOf(image));
+    }
+}
+
+TEST_F(Update, SaysThatTheFlashOfABiosImageFailed)
+{
+    bmc.set("flash", "fail");
+    auto path = image;
+    std::ranges::replace(path, '/', '-');
+    EXPECT_EQ(fwmgr({"update", "bios", image}),
+              ended(flashFailed,
+                    "the flash failed: systemd ended its job with 'failed', "
+                    "the unit with 'exit-code'; see journalctl -u "
+                    R"('obmc-flash-host-bios@bios_rot2\x20update\x20)" +
+                        path + ".service'"));
+}
+
 TEST_F(Update, SaysThatTheFlashFailed)
 {
     for (const auto& [behaviour, result] :

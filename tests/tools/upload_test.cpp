@@ -9,14 +9,14 @@ namespace
 class Upload : public ToolTest
 {
   protected:
-    std::string staged() const
+    std::string staged(const std::string& property = "stagingBMC") const
     {
         return bmc
             .run({"busctl",
                   "--address=unix:path=" + bmc.directory() + "/run/bus",
                   "get-property", "xyz.openbmc_project.FwInfoManager",
                   "/xyz/openbmc_project/fwinfo",
-                  "xyz.openbmc_project.fwinfo.FwInfoManager", "stagingBMC"})
+                  "xyz.openbmc_project.fwinfo.FwInfoManager", property})
             .out;
     }
 };
@@ -27,8 +27,8 @@ TEST_F(Upload, RecordsTheVersionOfAnAcceptedImage)
 
     EXPECT_EQ(fwmgr({"upload", "bmc", image}),
               (Completed{0,
-                         image + ": accepted, version 2.14.0, recorded as "
-                                 "staged\n",
+                         image + ": accepted as BMC image, version 2.14.0, "
+                                 "recorded as staged\n",
                          ""}));
     EXPECT_EQ(staged(), "s \"2.14.0\"\n");
 }

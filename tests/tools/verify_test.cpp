@@ -14,7 +14,28 @@ TEST_F(Verify, SaysThatAnImageIsAuthentic)
     const auto image = images.bmc("2.14.0");
 
     EXPECT_EQ(fwmgr({"verify", "bmc", image}),
-              (Completed{0, image + ": authentic\n", ""}));
+              (Completed{0, image + ": authentic BMC image\n", ""}));
+}
+
+TEST_F(Verify, TellsABiosImageFromACapsuleByItsContent)
+{
+    const auto image = images.make("i", {"--kind", "bios", "--version", "1"});
+    const auto capsule =
+        images.make("c", {"--kind", "capsule", "--version", "1"});
+
+    EXPECT_EQ(fwmgr({"verify", "bios", image}),
+              (Completed{0, image + ": authentic BIOS image\n", ""}));
+    EXPECT_EQ(fwmgr({"verify", "bios", capsule}),
+              (Completed{0, capsule + ": authentic BIOS capsule\n", ""}));
+    EXPECT_EQ(bmc.calls("security"),
+              (Calls{{"verifyBios", 1}, {"verifyCapsule", 1}}));
+}
+
+TEST_F(Verify, RefusesABmcImageAsBios)
+{
+    const auto image = images.bmc("1");
+    EXPECT_EQ(fwmgr({"verify", "bios", image}),
+              refusal(imageRefused, image + ": not authentic: Verify false"));
 }
 
 TEST_F(Verify, RefusesAnImageWithAnotherDigestWithTheLibrarysWords)
@@ -57,7 +78,7 @@ TEST_F(Verify, ShowsTheLibrarysLogWhenAskedTo)
     const auto image = images.bmc("2.14.0");
 
     EXPECT_EQ(fwmgr({"verify", "bmc", image, "--verbose"}),
-              (Completed{0, image + ": authentic\n",
+              (Completed{0, image + ": authentic BMC image\n",
                          "int wexa::core::FWManagerInternal::VerifyBMC("
                          "std::string, wexa::core::VersionPurpose, "
                          "std::string)\n"

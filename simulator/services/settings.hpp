@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "service.hpp"
+
+namespace bmcsim
+{
+
+/** Keeps when the user wants an update applied; over D-Bus too. */
+class Settings final : public Service
+{
+  public:
+    explicit Settings(const std::string& busAddress);
+
+    std::string valueName() const override
+    {
+        return "apply-time";
+    }
+
+    /** Any text: what holds no "." is made a name of the enumeration. */
+    void setValue(const std::string& value) override;
+
+  private:
+    void changed() override;
+    std::map<std::string, std::string> values() const override;
+
+    void offerText();
+    void offerNumber();
+
+    std::string applyTime;
+    std::unique_ptr<sdbus::IObject> object;
+};
+
+} // namespace bmcsim

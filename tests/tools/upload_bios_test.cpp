@@ -1,0 +1,109 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "tool_test.hpp"
+
+// What is special to BIOS images and capsules in `wexa-fwmgr upload bios`.
+
+using namespace test;
+
+namespace
+{
+
+class UploadBios : public ToolTest
+{
+  protected:
+    /** For board 1, which the simulated BMC is from the start. */
+    std::string image(const std::string& board = "1") const
+    {
+        return images.make("image", {"--kind", "bios", "--version", "1.4b",
+                                     "--board", board, "--force"});
+    }
+
+    std::string value(const std::string& service, const std::string& name) const
+    {
+        return bmc.state()["services"][service]["values"][name];
+    }
+};
+
+TEST_F(UploadBios, ShowsVersionAndApplyTimeOfAnImage)
+{
+    bmc.set("apply-time", "OnReset");
+    EXPECT_EQ(fwmgr({"upload", "bios", image()}),
+              (Completed{0,
+                         image() + ": accepted as BIOS image, version 1.4b, "
+                                   "recorded as staged, apply time OnReset\n",
+                         ""}));
+    EXPECT_EQ(value("fwinfo", "stagingBIOS"), "BIOS Date: 01/01/2024 Ver 1.4b");
+}
+
+TEST_F(UploadBios, ShowsVersionAndApplyTimeOfACapsule)
+{
+    const auto capsule =
+        images.make("capsule", {"--kind", "capsule", "--version", "1.7",
+                                "--capsule-kind", "3"});
+    EXPECT_EQ(fwmgr({"upload", "bios", capsule}),
+              (Completed{0,
+                         capsule + ": accepted as BIOS capsule, version 1.7, "
+                                   "recorded as staged, apply time "
+                                   "Immediate\n",
+                         ""}));
+    EXPECT_EQ(value("fwinfo", "stagingCapsuleMCU"), "1.7");
+}
+
+TEST_F(UploadBios, AcceptsAnImageWhoseApplyTimeIsNotKnown)
+{
+    const Completed accepted{
+        0,
+        image() + ": accepted as BIOS image, version 1.4b, recorded as "
+                  "staged\n",
+        ""};
+    bmc.set("apply-time", "Sometime");
+    EXPECT_EQ(fwmgr({"upload", "bios", image()}), accepted);
+    bmc.set("settings", "wrong-type");
+    EXPECT_EQ(fwmgr({"upload", "bios", image()}), accepted);
+    bmc.set("settings", "absent");
+    EXPECT_EQ(fwmgr({"upload", "bios", image()}), accepted);
+}
+
+TEST_F(UploadBios, SaysBothBoardsWhereTheyDiffer)
+{
+    EXPECT_EQ(fwmgr({"upload", "bios", image("8")}),
+              refusal(imageRefused,
+                      image("8") + ": refused: boardID is mismatch (the image "
+                                   "is for board 8, this is board 1)"));
+    EXPECT_EQ(value("fwinfo", "stagingBIOS"), "");
+    EXPECT_EQ(bmc.calls("security"), Calls());
+}
+
+TEST_F(UploadBios, SaysThatTheHostAnswersWithAnotherType)
+{
+    bmc.set("host", "wrong-type");
+    EXPECT_EQ(fwmgr({"upload", "bios", image()}),
+              refusal(imageRefused,
+                      image() + ": refused: boardID is mismatch (the image is "
+                                "for board 1, the host service tells this "
+                                "board's identifier in a type that is not "
+                                "'q', which counts as board 0)"));
+}
+
+TEST_F(UploadBios, TellsAHostThatIsNotThereFromAnotherBoard)
+{
+    bmc.set("host", "absent");
+    EXPECT_EQ(fwmgr({"upload", "bios", image()}),
+              refusal(callFailed,
+                      image() +
+                          ": could not be examined: boardID is mismatch: "
+                          "sd_bus_call: "
+                          "org.freedesktop.DBus.Error.ServiceUnknown: The "
+                          "name com.WEXA.Host was not provided by any "
+                          ".service files"));
+}
+
+TEST_F(UploadBios, RefusesAFileOfAnotherKindWithTheLibrarysWords)
+{
+    const auto other = images.bmc("1");
+    EXPECT_EQ(fwmgr({"upload", "bios", other}),
+              refusal(imageRefused, other + ": refused: Unable to read "
+                                            "version from bios image"));
+}
+
+} // namespace

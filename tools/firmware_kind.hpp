@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <wexa/core/fwmanager_internal.hpp>
+
+#include <string>
+#include <vector>
+
+/** How the library's operations are called for one kind of firmware. */
+class FirmwareKind
+{
+  public:
+    using Manager = wexa::core::FWManagerInternal;
+
+    virtual ~FirmwareKind() = default;
+
+    /** What the command line calls it. */
+    virtual std::string name() const = 0;
+
+    /** What a file of this kind is, in words. */
+    virtual std::string wordsFor(std::string image) const = 0;
+
+    /** The name of the unit that `update` starts. */
+    virtual std::string flashUnit(const std::string& image) const = 0;
+
+    virtual wexa::core::UploadResult upload(Manager& manager,
+                                            const std::string& image) const = 0;
+    virtual int verify(Manager& manager, const std::string& image) const = 0;
+    virtual int update(Manager& manager, const std::string& image) const = 0;
+    virtual int stateChanged(Manager& manager,
+                             sdbusplus::message::message& job) const = 0;
+    virtual void succeeded(Manager& manager) const = 0;
+};
+
+/** All that there are. */
+const std::vector<const FirmwareKind*>& firmwareKinds();
+
+/** @param name  of one that there is */
+const FirmwareKind& firmwareKindNamed(const std::string& name);
