@@ -76,6 +76,18 @@ Reply booleanAndText(bool value, std::string more)
     };
 }
 
+Reply built(std::function<void(sd_bus_message* reply)> append)
+{
+    return [append](sd_bus_message* call) {
+        sd_bus_message* reply = nullptr;
+        check(sd_bus_message_new_method_return(call, &reply),
+              "sd_bus_message_new_method_return");
+        append(reply);
+        check(sd_bus_message_send(reply), "sd_bus_message_send");
+        sd_bus_message_unref(reply);
+    };
+}
+
 Reply error(std::string name, std::string text)
 {
     return [name, text](sd_bus_message* call) {

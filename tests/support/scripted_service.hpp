@@ -35,6 +35,9 @@ Reply numberVariant(std::uint32_t value);
 /** A boolean with a string behind it. */
 Reply booleanAndText(bool value, std::string more);
 
+/** What `append` puts into the reply. */
+Reply built(std::function<void(sd_bus_message* reply)> append);
+
 /** A D-Bus error. */
 Reply error(std::string name, std::string text);
 

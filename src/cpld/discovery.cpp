@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "../common/log.hpp"
+#include "registry.hpp"
+
+namespace wexa::core
+{
+
+CpldComponentMap FWManagerInternal::getAvailableCpldCompsInfo()
+{
+    log::progress("[getAvailableCpldCompsInfo]");
+
+    auto call = newBoundDevicesCall(bus);
+    CpldComponentMap components;
+    try
+    {
+        for (const auto& [name, record] : callFor<CpldDeviceMap>(bus, call))
+        {
+            const auto& [path, driver, properties] = record;
+            log::progress("Add component {}, dev {}, drv {}", name, path,
+                          driver);
+            components[name] = {getCPLDVersionString(path), properties};
+        }
+        return components;
+    }
+    catch (const std::exception& failure)
+    {
+        log::error("ERROR !! Failed to prepare CPLD info: {}", failure.what());
+        return {};
+    }
+}
+
+} // namespace wexa::core

@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "../common/log.hpp"
+
+#include <wexa/core/fwmanager_internal.hpp>
+
+namespace wexa::core
+{
+
+UploadResult FWManagerInternal::processUploadCpldImage(
+    std::string imagePath, UPLOAD_IMG_TYPE, std::string componentName)
+{
+    log::progress(
+        "std::map<std::__cxx11::basic_string<char>, "
+        "std::__cxx11::basic_string<char> > "
+        "wexa::core::FWManagerInternal::processUploadCpldImage(std::string, "
+        "wexa::core::FWManagerInternal::UPLOAD_IMG_TYPE, std::string)");
+
+    const auto version =
+        getCPLDImageFileVersionString(componentName, imagePath);
+    if (version.empty())
+    {
+        log::error("Error !! Failed to get version string from image file: {}",
+                   imagePath);
+        return {};
+    }
+
+    // No enumerator: a purpose of its own, which nobody looks at.
+    constexpr auto cpld = static_cast<VersionPurpose>(7);
+    if (VerifyCPLD(imagePath, cpld, componentName) != 0)
+    {
+        log::error("Error !! VerifyCPLD failed. comp: {}, image: {}",
+                   componentName, imagePath);
+        return {};
+    }
+
+    return {{"version", version},
+            {"extendedVersion", componentName},
+            {"exposeName", "Staging_" + componentName}};
+}
+
+} // namespace wexa::core
