@@ -4,12 +4,14 @@
 #include "builtin_manager.hpp"
 #include "flash_units.hpp"
 #include "image_check.hpp"
+#include "services/cpld_manager.hpp"
 #include "services/firmware_information.hpp"
 #include "services/host.hpp"
 #include "services/security_manager.hpp"
 #include "services/settings.hpp"
 #include "systemd_manager.hpp"
 
+#include <algorithm>
 #include <filesystem>
 #include <stdexcept>
 
@@ -36,6 +38,8 @@ Board::Board(const PrivateDirectory& directory, ManagerKind kind) :
     services.push_back(std::make_unique<FirmwareInformation>(address));
     services.push_back(std::make_unique<Host>(address));
     services.push_back(std::make_unique<Settings>(address));
+    services.push_back(
+        std::make_unique<CpldManager>(address, directory.flash()));
     manager = startManager(kind, directory);
 }
 
@@ -58,9 +62,10 @@ void Board::set(const std::string& what, const std::string& value)
             service->behave(behaviourNamed(value));
             return;
         }
-        if (what == service->valueName())
+        const auto settings = service->settings();
+        if (std::ranges::find(settings, what) != settings.end())
         {
-            service->setValue(value);
+            service->set(what, value);
             return;
         }
     }
@@ -74,9 +79,9 @@ std::string Board::namesToSet() const
     for (const auto& service : services)
     {
         names += service->label() + ", ";
-        if (!service->valueName().empty())
+        for (const auto& setting : service->settings())
         {
-            names += service->valueName() + ", ";
+            names += setting + ", ";
         }
     }
     return names + "manager, flash, flash-time and flash-timeout";

@@ -4,6 +4,7 @@
 #include "child.hpp"
 #include "flash_job.hpp"
 #include "flash_settings.hpp"
+#include "image_check.hpp"
 
 #include <fcntl.h>
 #include <signal.h>
@@ -119,7 +120,7 @@ try
 {
     const auto job = FlashJob::from(instance);
     const auto settings = FlashSettings::read(directory);
-    const auto image = contentsOf(job.imagePath);
+    const auto image = contentsOf(imageFileOf(job.imagePath));
     const auto path = (directory.flash() / job.partition).string();
     writeInPieces(Partition(path), image, settings);
     if (contentsOf(path) != image)

@@ -7,6 +7,8 @@
 #include <unistd.h>
 
 #include <array>
+#include <filesystem>
+#include <set>
 #include <string_view>
 
 // The file format is described in docs/image-format.md. This reader is a
@@ -83,7 +85,7 @@ bool digestIsRight(std::string_view bytes)
 
 } // namespace
 
-std::optional<AuthenticImage> authenticate(const std::string& path)
+std::optional<Image> examine(const std::string& path)
 {
     const auto bytes = bytesOf(path);
     if (!bytes || !bytes->starts_with("WEXAFWIM") || number(*bytes, 8, 2) != 1)
@@ -95,13 +97,35 @@ std::optional<AuthenticImage> authenticate(const std::string& path)
     const auto payload = number(*bytes, 24, 8);
     if (version == 0 || version > 255 || date > 63 || payload == 0 ||
         payload > maxPayload ||
-        bytes->size() != headerSize + version + date + payload + digestSize ||
-        !digestIsRight(*bytes))
+        bytes->size() != headerSize + version + date + payload + digestSize)
     {
         return {};
     }
-    return AuthenticImage{static_cast<std::uint16_t>(number(*bytes, 10, 2)),
-                          bytes->substr(headerSize, version)};
+    return Image{static_cast<std::uint16_t>(number(*bytes, 10, 2)),
+                 static_cast<std::uint16_t>(number(*bytes, 14, 2)),
+                 bytes->substr(headerSize, version), digestIsRight(*bytes)};
+}
+
+std::optional<Image> authenticate(const std::string& path)
+{
+    auto image = examine(path);
+    return image && image->authentic ? image : std::nullopt;
+}
+
+std::string imageFileOf(const std::string& path)
+{
+    std::set<std::string> found;
+    std::error_code noDirectory;
+    for (const auto& entry :
+         std::filesystem::directory_iterator(path, noDirectory))
+    {
+        if (entry.path().filename().string().find("image_cpld_signed") !=
+            std::string::npos)
+        {
+            found.insert(entry.path());
+        }
+    }
+    return found.empty() ? path : *found.begin();
 }
 
 } // namespace bmcsim

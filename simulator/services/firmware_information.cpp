@@ -44,7 +44,7 @@ void FirmwareInformation::offerTexts()
                 count("Set");
                 std::string version;
                 call >> version;
-                set(property, version);
+                stage(property, version);
             });
     }
 }
@@ -60,8 +60,8 @@ void FirmwareInformation::offerNumbers()
     }
 }
 
-void FirmwareInformation::set(const std::string& property,
-                              const std::string& version)
+void FirmwareInformation::stage(const std::string& property,
+                                const std::string& version)
 {
     answerErrorIfTold();
     staged.at(property) = version;

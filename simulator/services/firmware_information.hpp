@@ -18,7 +18,7 @@ class FirmwareInformation final : public Service
 
     void offerTexts();
     void offerNumbers();
-    void set(const std::string& property, const std::string& version);
+    void stage(const std::string& property, const std::string& version);
 
     std::map<std::string, std::string> staged;
     std::unique_ptr<sdbus::IObject> object;

@@ -35,7 +35,7 @@ void Host::changed()
     object->finishRegistration();
 }
 
-void Host::setValue(const std::string& value)
+void Host::set(const std::string&, const std::string& value)
 {
     const auto* const end = value.data() + value.size();
     std::uint16_t given = 0;
@@ -51,7 +51,7 @@ void Host::setValue(const std::string& value)
 
 std::map<std::string, std::string> Host::values() const
 {
-    return {{valueName(), std::to_string(board)}};
+    return {{"board-id", std::to_string(board)}};
 }
 
 } // namespace bmcsim

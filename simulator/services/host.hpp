@@ -14,12 +14,12 @@ class Host final : public Service
   public:
     explicit Host(const std::string& busAddress);
 
-    std::string valueName() const override
+    std::vector<std::string> settings() const override
     {
-        return "board-id";
+        return {"board-id"};
     }
 
-    void setValue(const std::string& value) override;
+    void set(const std::string& name, const std::string& value) override;
 
   private:
     void changed() override;

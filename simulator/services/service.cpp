@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "service.hpp"
 
+#include <stdexcept>
+
 namespace bmcsim
 {
 
@@ -25,6 +27,11 @@ void Service::behave(Behaviour behaviour)
     }
     behaving = behaviour;
     changed();
+}
+
+void Service::set(const std::string& name, const std::string&)
+{
+    throw std::invalid_argument("there is no '" + name + "' to set");
 }
 
 void Service::answerErrorIfTold() const

@@ -9,6 +9,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace bmcsim
 {
@@ -43,14 +44,16 @@ class Service
         return behaving == Behaviour::silent ? nullptr : bus.get();
     }
 
-    /** The name of a value that it tells and that can be changed; or none. */
-    virtual std::string valueName() const
+    /** The values that can be changed besides the behaviour. */
+    virtual std::vector<std::string> settings() const
     {
-        return "";
+        return {};
     }
 
-    /** @throw std::invalid_argument  it cannot be this; says what it can */
-    virtual void setValue(const std::string&) {}
+    /** @param name   one of `settings`
+     *  @throw std::invalid_argument  it cannot be this; says what it can
+     */
+    virtual void set(const std::string& name, const std::string& value);
 
     /** Behaviour, the calls it got, by member, and the values it holds. */
     nlohmann::json state() const;

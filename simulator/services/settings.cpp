@@ -10,7 +10,7 @@ constexpr auto property = "RequestedApplyTime";
 Settings::Settings(const std::string& busAddress) :
     Service("settings", "xyz.openbmc_project.Settings", busAddress)
 {
-    setValue("Immediate");
+    set("apply-time", "Immediate");
     changed();
 }
 
@@ -57,7 +57,7 @@ void Settings::offerNumber()
                              });
 }
 
-void Settings::setValue(const std::string& value)
+void Settings::set(const std::string&, const std::string& value)
 {
     applyTime = value.find('.') == std::string::npos
                     ? std::string(interface) + ".RequestedApplyTimes." + value
@@ -66,7 +66,7 @@ void Settings::setValue(const std::string& value)
 
 std::map<std::string, std::string> Settings::values() const
 {
-    return {{valueName(), applyTime}};
+    return {{"apply-time", applyTime}};
 }
 
 } // namespace bmcsim

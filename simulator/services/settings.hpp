@@ -12,13 +12,13 @@ class Settings final : public Service
   public:
     explicit Settings(const std::string& busAddress);
 
-    std::string valueName() const override
+    std::vector<std::string> settings() const override
     {
-        return "apply-time";
+        return {"apply-time"};
     }
 
     /** Any text: what holds no "." is made a name of the enumeration. */
-    void setValue(const std::string& value) override;
+    void set(const std::string& name, const std::string& value) override;
 
   private:
     void changed() override;
