@@ -12,11 +12,12 @@ using wexa::core::VersionPurpose;
 namespace
 {
 
-std::string unitName(const std::string& unitTemplate, const std::string& word,
+/** @param words  what stands before the path */
+std::string unitName(const std::string& unitTemplate, const std::string& words,
                      std::string image)
 {
     std::ranges::replace(image, '/', '-');
-    return unitTemplate + word + R"(\x20update\x20)" + image + ".service";
+    return unitTemplate + words + R"(\x20)" + image + ".service";
 }
 
 class Bmc : public FirmwareKind
@@ -32,26 +33,26 @@ class Bmc : public FirmwareKind
         return "BMC image";
     }
 
-    std::string flashUnit(const std::string& image) const override
+    std::string flashUnit(const Target& target) const override
     {
-        return unitName("obmc-flash-bmc-rot2@", "bmc_rot2", image);
+        return unitName("obmc-flash-bmc-rot2@", R"(bmc_rot2\x20update)",
+                        target.image);
     }
 
-    UploadResult upload(Manager& manager,
-                        const std::string& image) const override
+    UploadResult upload(Manager& manager, const Target& target) const override
     {
-        return manager.processUploadBmcImage(image, Manager::UPLOAD_IMG_BMC,
-                                             "");
+        return manager.processUploadBmcImage(target.image,
+                                             Manager::UPLOAD_IMG_BMC, "");
     }
 
-    int verify(Manager& manager, const std::string& image) const override
+    int verify(Manager& manager, const Target& target) const override
     {
-        return manager.VerifyBMC(image, VersionPurpose::BMC, "");
+        return manager.VerifyBMC(target.image, VersionPurpose::BMC, "");
     }
 
-    int update(Manager& manager, const std::string& image) const override
+    int update(Manager& manager, const Target& target) const override
     {
-        return manager.UpdateBMC(image, VersionPurpose::BMC, "");
+        return manager.UpdateBMC(target.image, VersionPurpose::BMC, "");
     }
 
     int stateChanged(Manager& manager,
@@ -80,28 +81,29 @@ class Bios : public FirmwareKind
         return isCapsule(std::move(image)) ? "BIOS capsule" : "BIOS image";
     }
 
-    std::string flashUnit(const std::string& image) const override
+    std::string flashUnit(const Target& target) const override
     {
-        return unitName("obmc-flash-host-bios@", "bios_rot2", image);
+        return unitName("obmc-flash-host-bios@", R"(bios_rot2\x20update)",
+                        target.image);
     }
 
-    UploadResult upload(Manager& manager,
-                        const std::string& image) const override
+    UploadResult upload(Manager& manager, const Target& target) const override
     {
-        return manager.processUploadBiosImage(image, Manager::UPLOAD_IMG_BIOS,
-                                              "");
+        return manager.processUploadBiosImage(target.image,
+                                              Manager::UPLOAD_IMG_BIOS, "");
     }
 
-    int verify(Manager& manager, const std::string& image) const override
+    int verify(Manager& manager, const Target& target) const override
     {
-        return isCapsule(image)
-                   ? manager.VerifyCapsule(image, VersionPurpose::Host, "")
-                   : manager.VerifyBIOS(image, VersionPurpose::Host, "");
+        return isCapsule(target.image)
+                   ? manager.VerifyCapsule(target.image, VersionPurpose::Host,
+                                           "")
+                   : manager.VerifyBIOS(target.image, VersionPurpose::Host, "");
     }
 
-    int update(Manager& manager, const std::string& image) const override
+    int update(Manager& manager, const Target& target) const override
     {
-        return manager.UpdateBIOS(image, VersionPurpose::Host, "");
+        return manager.UpdateBIOS(target.image, VersionPurpose::Host, "");
     }
 
     int stateChanged(Manager& manager,
@@ -123,13 +125,76 @@ class Bios : public FirmwareKind
     }
 };
 
+/** One image for each component. */
+class Cpld : public FirmwareKind
+{
+  public:
+    std::string name() const override
+    {
+        return "cpld";
+    }
+
+    std::string wordsFor(std::string) const override
+    {
+        return "CPLD image";
+    }
+
+    bool hasComponents() const override
+    {
+        return true;
+    }
+
+    std::string flashUnit(const Target& target) const override
+    {
+        return unitName("obmc-flash-bmc-rot2@",
+                        R"(cpld_rot2\x20update\x20)" + target.component,
+                        target.image);
+    }
+
+    UploadResult upload(Manager& manager, const Target& target) const override
+    {
+        return manager.processUploadCpldImage(
+            target.image, Manager::UPLOAD_IMG_CPLD, target.component);
+    }
+
+    int verify(Manager& manager, const Target& target) const override
+    {
+        return manager.VerifyCPLD(target.image, VersionPurpose::Other,
+                                  target.component);
+    }
+
+    int update(Manager& manager, const Target& target) const override
+    {
+        return manager.UpdateCPLD(target.image, VersionPurpose::Other,
+                                  target.component);
+    }
+
+    /** The answer is taken for a boolean, which systemd's never is. */
+    bool mayHideTheJob() const override
+    {
+        return true;
+    }
+
+    int stateChanged(Manager& manager,
+                     sdbusplus::message::message& job) const override
+    {
+        return manager.onCPLDStateChange(job);
+    }
+
+    void succeeded(Manager& manager) const override
+    {
+        manager.onCPLDUpdateSuccess();
+    }
+};
+
 } // namespace
 
 const std::vector<const FirmwareKind*>& firmwareKinds()
 {
     static const Bmc bmc;
     static const Bios bios;
-    static const std::vector<const FirmwareKind*> all{&bmc, &bios};
+    static const Cpld cpld;
+    static const std::vector<const FirmwareKind*> all{&bmc, &bios, &cpld};
     return all;
 }
 

@@ -6,6 +6,14 @@
 #include <string>
 #include <vector>
 
+/** What an operation works on. */
+struct Target
+{
+    std::string image;
+    /** Of a CPLD image; else empty. */
+    std::string component;
+};
+
 /** How the library's operations are called for one kind of firmware. */
 class FirmwareKind
 {
@@ -20,13 +28,30 @@ class FirmwareKind
     /** What a file of this kind is, in words. */
     virtual std::string wordsFor(std::string image) const = 0;
 
+    /** Whether images are for one component of several, and may be in a
+     *  directory.
+     */
+    virtual bool hasComponents() const
+    {
+        return false;
+    }
+
     /** The name of the unit that `update` starts. */
-    virtual std::string flashUnit(const std::string& image) const = 0;
+    virtual std::string flashUnit(const Target& target) const = 0;
 
     virtual wexa::core::UploadResult upload(Manager& manager,
-                                            const std::string& image) const = 0;
-    virtual int verify(Manager& manager, const std::string& image) const = 0;
-    virtual int update(Manager& manager, const std::string& image) const = 0;
+                                            const Target& target) const = 0;
+    virtual int verify(Manager& manager, const Target& target) const = 0;
+
+    /** @return 0: systemd accepted the job */
+    virtual int update(Manager& manager, const Target& target) const = 0;
+
+    /** Whether a job may have been accepted although `update` failed. */
+    virtual bool mayHideTheJob() const
+    {
+        return false;
+    }
+
     virtual int stateChanged(Manager& manager,
                              sdbusplus::message::message& job) const = 0;
     virtual void succeeded(Manager& manager) const = 0;

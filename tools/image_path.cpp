@@ -17,7 +17,7 @@
     throw Failure(ExitStatus::wrongUsage, path + ": " + why);
 }
 
-std::string usableImage(const std::string& given)
+std::string usableImage(const std::string& given, bool mayBeDirectory)
 {
     if (given.empty())
     {
@@ -31,9 +31,11 @@ std::string usableImage(const std::string& given)
                           "; name an image file that can be read");
     }
     struct stat status = {};
-    const auto isFile = fstat(file, &status) == 0 && S_ISREG(status.st_mode);
+    const auto isUsable = fstat(file, &status) == 0 &&
+                          (S_ISREG(status.st_mode) ||
+                           (mayBeDirectory && S_ISDIR(status.st_mode)));
     close(file);
-    if (!isFile)
+    if (!isUsable)
     {
         refuse(given, "is not a file; name an image file");
     }
@@ -67,5 +69,17 @@ void requireFaithfulUnit(const std::string& imagePath, const std::string& unit)
                "is " + std::to_string(unit.size() - longestUnitName) +
                    " characters too long for a unit name; move the image to a "
                    "shorter path");
+    }
+}
+
+void requireFaithfulComponent(const std::string& component)
+{
+    if (component.find('/') != std::string::npos ||
+        !std::ranges::all_of(component, isCarried))
+    {
+        refuse("component " + component,
+               "a unit name cannot carry this name; have the CPLD update "
+               "manager call it by letters, digits, \":\", \"_\", \".\" and "
+               "\"@\"");
     }
 }

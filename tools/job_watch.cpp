@@ -9,13 +9,19 @@
 #include <sdbusplus/message.hpp>
 
 #include <algorithm>
+#include <cstdint>
 #include <string>
+#include <utility>
 
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
 JobWatch::JobWatch(sdbusplus::bus::bus& bus, Handler handle) :
     bus(bus), handle(std::move(handle)),
+    newJobs(bus,
+            "type='signal',sender='org.freedesktop.systemd1',"
+            "interface='org.freedesktop.systemd1.Manager',member='JobNew'",
+            [this](auto& signal) { jobNew(signal); }),
     jobs(bus,
          "type='signal',sender='org.freedesktop.systemd1',"
          "interface='org.freedesktop.systemd1.Manager',member='JobRemoved'",
@@ -40,6 +46,23 @@ void JobWatch::subscribe()
     {
         // The start that follows fails in the same way, and says so.
     }
+}
+
+void JobWatch::jobNew(sdbusplus::message::message& signal)
+{
+    std::uint32_t job = 0;
+    sdbusplus::message::object_path path;
+    std::string unit;
+    signal.read(job, path, unit);
+    started.insert(unit);
+}
+
+bool JobWatch::sawJobFor(const std::string& unit)
+{
+    // Not past an outcome, which waits to be fetched.
+    while (!outcome && bus.process_discard())
+    {}
+    return started.contains(unit);
 }
 
 void JobWatch::jobRemoved(sdbusplus::message::message& signal)
@@ -75,7 +98,6 @@ std::optional<int> JobWatch::wait(steady_clock::time_point deadline,
                                   const std::function<void()>& tick)
 {
     constexpr milliseconds slice{100};
-    outcome.reset();
     for (;;)
     {
         while (!outcome && bus.process_discard())
@@ -86,7 +108,7 @@ std::optional<int> JobWatch::wait(steady_clock::time_point deadline,
         }
         if (outcome)
         {
-            return outcome;
+            return std::exchange(outcome, {});
         }
         if (systemdIsGone)
         {

@@ -8,6 +8,8 @@
 #include <exception>
 #include <functional>
 #include <optional>
+#include <set>
+#include <string>
 
 /** Hears of finished systemd jobs from before the first one is started. */
 class JobWatch
@@ -18,6 +20,9 @@ class JobWatch
 
     /** @param handle  called with each signal until one is not another's */
     JobWatch(sdbusplus::bus::bus& bus, Handler handle);
+
+    /** Whether systemd has told of a new job for a unit. */
+    bool sawJobFor(const std::string& unit);
 
     /** Waits for the next outcome that is ours.
      *
@@ -30,14 +35,17 @@ class JobWatch
 
   private:
     void subscribe();
+    void jobNew(sdbusplus::message::message& signal);
     void jobRemoved(sdbusplus::message::message& signal);
     void nameOwnerChanged(sdbusplus::message::message& signal);
 
     sdbusplus::bus::bus& bus;
     Handler handle;
+    std::set<std::string> started;
     std::optional<int> outcome;
     std::exception_ptr failure;
     bool systemdIsGone = false;
+    sdbusplus::bus::match::match newJobs;
     sdbusplus::bus::match::match jobs;
     sdbusplus::bus::match::match owners;
 };

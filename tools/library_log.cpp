@@ -81,7 +81,8 @@ std::string LibraryLog::reason() const
     auto lines = errors();
     // A no of the security manager is logged as progress.
     if (const auto said = progress();
-        !said.empty() && said.back() == "Verify false")
+        !said.empty() &&
+        (said.back() == "Verify false" || said.back() == "Verify failed"))
     {
         lines.insert(lines.begin(), said.back());
     }
@@ -97,6 +98,7 @@ bool LibraryLog::tellsOfAFailedCall() const
 {
     return std::ranges::any_of(errors(), [](const auto& line) {
         return line.starts_with("Error in ") ||
+               line.starts_with("ERROR !! Failed to prepare CPLD ") ||
                line.starts_with("boardID is mismatch: ");
     });
 }

@@ -38,6 +38,29 @@ const std::vector<Declaration> declarations{
      update},
 };
 
+void requireComponentWhereThereAreSome(const Request& request)
+{
+    if (request.kind->hasComponents() && request.component.empty())
+    {
+        throw CLI::RequiredError("--component, which tells what the image is "
+                                 "for,");
+    }
+    if (!request.kind->hasComponents() && !request.component.empty())
+    {
+        throw CLI::ValidationError("--component",
+                                   "is for cpld only; leave it away");
+    }
+}
+
+void declareComponents(CLI::App& app, Request& request, Verb& chosen)
+{
+    auto* verb = app.add_subcommand(
+        "components", "List the CPLD components, what they run and their "
+                      "properties\n\nExample: wexa-fwmgr components --json");
+    verb->add_flag("--json", request.json, "One JSON value");
+    verb->callback([&chosen] { chosen = listComponents; });
+}
+
 void declare(CLI::App& app, const Declaration& declaration, Request& request,
              Verb& chosen)
 {
@@ -59,7 +82,13 @@ void declare(CLI::App& app, const Declaration& declaration, Request& request,
     verb->add_option("IMAGE", request.image, "Path of the image file")
         ->required()
         ->option_text(" ");
-    verb->callback([&declaration, &chosen] { chosen = declaration.verb; });
+    verb->add_option("--component", request.component,
+                     "Component of the board that a CPLD image is for")
+        ->option_text("NAME");
+    verb->callback([&declaration, &request, &chosen] {
+        requireComponentWhereThereAreSome(request);
+        chosen = declaration.verb;
+    });
     if (std::string(declaration.name) == "update")
     {
         verb->add_option_function<unsigned int>(
@@ -100,13 +129,15 @@ int main(int argc, char** argv)
     {
         declare(app, declaration, request, verb);
     }
+    declareComponents(app, request, verb);
 
     try
     {
         app.parse(argc, argv);
         if (verb == nullptr)
         {
-            throw CLI::RequiredError("a verb: upload, verify or update");
+            throw CLI::RequiredError(
+                "a verb: upload, verify, update or components");
         }
         verb(request);
         return static_cast<int>(ExitStatus::success);

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "components.hpp"
 #include "connection.hpp"
 #include "failure.hpp"
 #include "firmware_kind.hpp"
@@ -23,10 +24,10 @@ namespace
 class Flash
 {
   public:
-    Flash(sdbusplus::bus::bus& bus, const FirmwareKind& kind, std::string image,
+    Flash(sdbusplus::bus::bus& bus, const FirmwareKind& kind, Target target,
           std::string unit, bool verbose) :
         bus(bus),
-        kind(kind), image(std::move(image)), unit(std::move(unit)),
+        kind(kind), target(std::move(target)), unit(std::move(unit)),
         verbose(verbose), manager(bus),
         watch(bus, [this](auto& signal) { return finished(signal); })
     {}
@@ -35,18 +36,18 @@ class Flash
     {
         holdUnit(bus, unit);
         const LibraryLog log(verbose);
-        if (kind.update(manager, image) != 0)
+        if (kind.update(manager, target) != 0 && !isStartedAnyway())
         {
-            throw Failure(
-                ExitStatus::callFailed,
-                image + ": the flash could not be started: " + log.reason());
+            throw Failure(ExitStatus::callFailed,
+                          target.image + ": the flash could not be started: " +
+                              log.reason());
         }
     }
 
     void await(std::chrono::seconds timeout)
     {
         const auto start = steady_clock::now();
-        Progress progress("flashing " + image);
+        Progress progress("flashing " + target.image);
         const auto show = [&] { progress.show(steady_clock::now() - start); };
         UnitOutcome ended;
         std::optional<int> outcome;
@@ -56,7 +57,8 @@ class Flash
             if (!outcome)
             {
                 throw Failure(ExitStatus::timeOut,
-                              image + ": the flash has not ended after " +
+                              target.image +
+                                  ": the flash has not ended after " +
                                   std::to_string(timeout.count()) +
                                   " s and may still run; see systemctl "
                                   "status '" +
@@ -74,6 +76,14 @@ class Flash
   private:
     static constexpr int done = 1;
 
+    /** Whether there is a job although the library knows of none. */
+    bool isStartedAnyway()
+    {
+        return kind.mayHideTheJob() &&
+               (watch.sawJobFor(unit) ||
+                outcomeOf(bus, unit).activeState == "activating");
+    }
+
     int finished(sdbusplus::message::message& signal)
     {
         const LibraryLog log(verbose);
@@ -85,7 +95,7 @@ class Flash
 
     sdbusplus::bus::bus& bus;
     const FirmwareKind& kind;
-    std::string image;
+    Target target;
     std::string unit;
     bool verbose;
     FWManagerInternal manager;
@@ -97,13 +107,17 @@ class Flash
 
 void update(const Request& request)
 {
-    const auto image = usableImage(request.image);
-    const auto unit = request.kind->flashUnit(image);
+    const auto image =
+        usableImage(request.image, request.kind->hasComponents());
+    const Target target{image, request.component};
+    const auto unit = request.kind->flashUnit(target);
     requireFaithfulUnit(image, unit);
+    requireFaithfulComponent(request.component);
     auto bus = connectTo(request.bus);
+    requireComponent(bus, request);
 
     const auto start = std::chrono::steady_clock::now();
-    Flash flash(bus, *request.kind, image, unit, request.verbose);
+    Flash flash(bus, *request.kind, target, unit, request.verbose);
     flash.start();
     flash.await(request.timeout);
 

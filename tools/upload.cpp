@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "board_mismatch.hpp"
+#include "components.hpp"
 #include "connection.hpp"
 #include "failure.hpp"
 #include "firmware_kind.hpp"
@@ -11,11 +12,21 @@
 
 static wexa::core::UploadResult accepted(sdbusplus::bus::bus& bus,
                                          const FirmwareKind& kind,
-                                         const std::string& image, bool verbose)
+                                         const Target& target, bool verbose)
 {
     const LibraryLog log(verbose);
     FirmwareKind::Manager manager(bus);
-    auto result = kind.upload(manager, image);
+    wexa::core::UploadResult result;
+    try
+    {
+        result = kind.upload(manager, target);
+    }
+    catch (const std::bad_variant_access&)
+    {
+        throw Failure(ExitStatus::imageRefused,
+                      target.image + ": refused: the device tells the image's "
+                                     "version in a type that is not 's'");
+    }
     if (!result.empty())
     {
         return result;
@@ -23,21 +34,34 @@ static wexa::core::UploadResult accepted(sdbusplus::bus::bus& bus,
     if (log.tellsOfAFailedCall())
     {
         throw Failure(ExitStatus::callFailed,
-                      image + ": could not be examined: " + log.reason());
+                      target.image +
+                          ": could not be examined: " + log.reason());
     }
-    const auto boards =
-        log.tellsOfAnotherBoard() ? " (" + boardsInWords(bus, image) + ")" : "";
+    const auto boards = log.tellsOfAnotherBoard()
+                            ? " (" + boardsInWords(bus, target.image) + ")"
+                            : "";
     throw Failure(ExitStatus::imageRefused,
-                  image + ": refused: " + log.reason() + boards);
+                  target.image + ": refused: " + log.reason() + boards);
 }
 
 void upload(const Request& request)
 {
-    const auto image = usableImage(request.image);
+    const auto image =
+        usableImage(request.image, request.kind->hasComponents());
     auto bus = connectTo(request.bus);
-    const auto result = accepted(bus, *request.kind, image, request.verbose);
+    requireComponent(bus, request);
+    const auto result = accepted(bus, *request.kind, {image, request.component},
+                                 request.verbose);
     std::cout << image << ": accepted as " << request.kind->wordsFor(image)
-              << ", version " << result.at("version") << ", recorded as staged";
+              << ", version " << result.at("version");
+    if (const auto exposed = result.find("exposeName"); exposed != result.end())
+    {
+        std::cout << ", to be shown as " << exposed->second;
+    }
+    else
+    {
+        std::cout << ", recorded as staged";
+    }
     if (const auto applied = result.find("applyTime"); applied != result.end())
     {
         std::cout << ", apply time " << applied->second;

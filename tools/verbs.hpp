@@ -12,7 +12,9 @@ struct Request
     std::string bus;
     const FirmwareKind* kind = nullptr;
     std::string image;
+    std::string component;
     bool verbose = false;
+    bool json = false;
     /** How long `update` waits for the end of the flash. */
     std::chrono::seconds timeout{600};
 };
@@ -25,3 +27,6 @@ struct Request
 void upload(const Request& request);
 void verify(const Request& request);
 void update(const Request& request);
+
+/** Lists the CPLD components. */
+void listComponents(const Request& request);
