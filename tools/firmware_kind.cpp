@@ -5,7 +5,6 @@
 
 #include <algorithm>
 
-using wexa::core::FWManagerInternal;
 using wexa::core::UploadResult;
 using wexa::core::VersionPurpose;
 

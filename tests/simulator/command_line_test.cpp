@@ -59,7 +59,8 @@ TEST(BmcsimCommandLine, SaysWhatCanBeSetFromTheStart)
         refusal(
             noBoard,
             "there is no 'usb' to set; there are security, fwinfo, "
-            "host, board-id, settings, apply-time, manager, flash, flash-time and flash-timeout"));
+            "host, board-id, settings, apply-time, cpld, cpld-bound, "
+            "cpld-device, cpld-registry, cpld-version, manager, flash, flash-time and flash-timeout"));
     EXPECT_EQ(bmcsim({"run", "--set", "security=odd", "--", "true"}),
               refusal(noBoard, "no behaviour 'odd'; there are normal, absent, "
                                "refuse, error, wrong-type and silent"));

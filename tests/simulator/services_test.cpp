@@ -268,6 +268,15 @@ TEST_F(SimulatedService, CanBeToldHowToBehaveFromTheStart)
                          "directory           " + other.directory() +
                              "\n"
                              "manager             builtin, normal\n"
+                             "cpld                normal\n"
+                             "  FAN_CPLD          0.9-rc1\n"
+                             "  MB_CPLD           1.0.3\n"
+                             "  SCM_CPLD          2.11\n"
+                             "  cpld-bound        "
+                             "MB_CPLD,SCM_CPLD,FAN_CPLD\n"
+                             "  cpld-device       normal\n"
+                             "  cpld-registry     normal\n"
+                             "  cpld-version      normal\n"
                              "fwinfo              absent\n"
                              "  stagingBIOS       \n"
                              "  stagingBMC        \n"
@@ -308,6 +317,19 @@ TEST_F(SimulatedService, IsShownWithWhatItWasAsked)
     "kind": "builtin"
   },
   "services": {
+    "cpld": {
+      "behaviour": "normal",
+      "calls": {},
+      "values": {
+        "FAN_CPLD": "0.9-rc1",
+        "MB_CPLD": "1.0.3",
+        "SCM_CPLD": "2.11",
+        "cpld-bound": "MB_CPLD,SCM_CPLD,FAN_CPLD",
+        "cpld-device": "normal",
+        "cpld-registry": "normal",
+        "cpld-version": "normal"
+      }
+    },
     "fwinfo": {
       "behaviour": "normal",
       "calls": {},

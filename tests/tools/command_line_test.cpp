@@ -26,7 +26,8 @@ class CommandLine : public testing::Test
 TEST_F(CommandLine, NeedsAVerb)
 {
     EXPECT_EQ(fwmgr({}),
-              refusal("a verb: upload, verify or update is required"));
+              refusal("a verb: upload, verify, update or components is "
+                      "required"));
 }
 
 TEST_F(CommandLine, RefusesAnUnknownVerb)
@@ -44,7 +45,16 @@ TEST_F(CommandLine, RefusesAnUnknownOption)
 TEST_F(CommandLine, RefusesAnUnknownKind)
 {
     EXPECT_EQ(fwmgr({"verify", "psu", "image"}),
-              refusal("KIND: psu not in {bmc,bios}"));
+              refusal("KIND: psu not in {bmc,bios,cpld}"));
+}
+
+TEST_F(CommandLine, NeedsTheComponentOfACpldImageAndOfNoOther)
+{
+    EXPECT_EQ(fwmgr({"verify", "cpld", "image"}),
+              refusal("--component, which tells what the image is for, is "
+                      "required"));
+    EXPECT_EQ(fwmgr({"verify", "bmc", "image", "--component", "MB_CPLD"}),
+              refusal("--component: is for cpld only; leave it away"));
 }
 
 TEST_F(CommandLine, NeedsAnImage)

@@ -1,0 +1,266 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "../support/bytes.hpp"
+#include "tool_test.hpp"
+
+// What is special to CPLDs: components, images in directories, and a library
+// that takes a real systemd's answer for a failure.
+
+using namespace test;
+using testing::MatchesRegex;
+using testing::StartsWith;
+
+namespace
+{
+
+class Cpld : public ToolTest
+{
+  protected:
+    Cpld()
+    {
+        bmc.set("flash-time", "100");
+    }
+
+    Completed run(const std::string& verb, const std::string& component,
+                  const std::vector<std::string>& more = {}) const
+    {
+        std::vector<std::string> words{verb, "cpld", image, "--component",
+                                       component};
+        words.insert(words.end(), more.begin(), more.end());
+        return fwmgr(words);
+    }
+
+    /** How an update ends after it has begun to wait. */
+    Completed ended(int status, const std::string& line) const
+    {
+        return {status, "",
+                "flashing " + image + "\nwexa-fwmgr: " + line + "\n"};
+    }
+
+    std::string unit(const std::string& component) const
+    {
+        auto path = image;
+        std::ranges::replace(path, '/', '-');
+        return R"(obmc-flash-bmc-rot2@cpld_rot2\x20update\x20)" + component +
+               R"(\x20)" + path + ".service";
+    }
+
+    std::string runningVersion(const std::string& component) const
+    {
+        return bmc.state()["services"]["cpld"]["values"][component];
+    }
+
+    /** For MB_CPLD. */
+    std::string image = images.make(
+        "cpld", {"--kind", "cpld", "--version", "7.7", "--board", "1"});
+};
+
+TEST_F(Cpld, ComponentsAreListedWithVersionAndProperties)
+{
+    bmc.set("cpld-bound", "MB_CPLD");
+    EXPECT_EQ(fwmgr({"components"}),
+              (Completed{0,
+                         "MB_CPLD             1.0.3\n"
+                         "  deviceId          1\n"
+                         "  flashBytes        8388608\n"
+                         "  inventory         0\n"
+                         "  madeAt            1710460800\n"
+                         "  removable         false\n"
+                         "  supplyVolts       0\n"
+                         "  tags              0\n"
+                         "  temperatureLimit  85\n"
+                         "  vendor            WEXA\n",
+                         ""}));
+    EXPECT_EQ(fwmgr({"components", "--json"}), (Completed{0, R"({
+  "MB_CPLD": {
+    "properties": {
+      "deviceId": 1,
+      "flashBytes": 8388608,
+      "inventory": 0,
+      "madeAt": 1710460800,
+      "removable": false,
+      "supplyVolts": 0,
+      "tags": 0,
+      "temperatureLimit": 85,
+      "vendor": "WEXA"
+    },
+    "version": "1.0.3"
+  }
+}
+)",
+                                                          ""}));
+}
+
+TEST_F(Cpld, ComponentsMayBeNone)
+{
+    bmc.set("cpld-bound", "");
+    EXPECT_EQ(fwmgr({"components"}), (Completed{0, "", ""}));
+    EXPECT_EQ(fwmgr({"components", "--json"}), (Completed{0, "{}\n", ""}));
+    EXPECT_EQ(run("verify", "MB_CPLD"),
+              refusal(wrongUsage, "there is no CPLD component 'MB_CPLD'; "
+                                  "there are none"));
+}
+
+TEST_F(Cpld, ComponentsWhoseVersionIsNotKnownAreListed)
+{
+    bmc.set("cpld-bound", "FAN_CPLD");
+    bmc.set("cpld-device", "error");
+    EXPECT_THAT(fwmgr({"components"}).out,
+                StartsWith("FAN_CPLD            version not known\n"));
+}
+
+TEST_F(Cpld, ComponentsAreNotListedWhereTheRegistryCannotBeRead)
+{
+    const std::string failure = "the CPLD components cannot be listed: ERROR "
+                                "!! Failed to prepare CPLD info: ";
+    const std::string notARegistry =
+        "sd_bus_message_enter_container emplace_container: "
+        "System.Error.ENXIO: No such device or address";
+    for (const auto* registry :
+         {"wrong-type", "missing-member", "other-member"})
+    {
+        bmc.set("cpld-registry", registry);
+        EXPECT_EQ(fwmgr({"components"}),
+                  refusal(callFailed, failure + notARegistry));
+    }
+    bmc.set("cpld-registry", "malformed-path");
+    EXPECT_EQ(fwmgr({"components"}),
+              refusal(callFailed, failure +
+                                      "sd_bus_message_new_method_call: "
+                                      "org.freedesktop.DBus.Error.InvalidArgs: "
+                                      "Invalid argument"));
+    bmc.set("cpld", "absent");
+    EXPECT_EQ(fwmgr({"components"}),
+              refusal(callFailed,
+                      failure +
+                          "sd_bus_call: "
+                          "org.freedesktop.DBus.Error.ServiceUnknown: The "
+                          "name xyz.openbmc_project.CpldUpdateMgrSvc was not "
+                          "provided by any .service files"));
+}
+
+TEST_F(Cpld, ComponentThatIsNotThereIsNamedWithThoseThatAre)
+{
+    for (const auto* verb : {"upload", "verify", "update"})
+    {
+        EXPECT_EQ(run(verb, "mb_cpld"),
+                  refusal(wrongUsage,
+                          "there is no CPLD component 'mb_cpld'; there are "
+                          "FAN_CPLD, MB_CPLD, SCM_CPLD"));
+    }
+}
+
+TEST_F(Cpld, ImageIsUploadedForItsComponent)
+{
+    EXPECT_EQ(run("upload", "MB_CPLD"),
+              (Completed{0,
+                         image + ": accepted as CPLD image, version 7.7, to "
+                                 "be shown as Staging_MB_CPLD\n",
+                         ""}));
+}
+
+TEST_F(Cpld, ImageForAnotherComponentIsRefused)
+{
+    EXPECT_EQ(run("upload", "FAN_CPLD"),
+              refusal(imageRefused,
+                      image +
+                          ": refused: Verify failed; Error !! VerifyCPLD "
+                          "failed. comp: FAN_CPLD, image: " +
+                          image));
+    EXPECT_EQ(run("verify", "FAN_CPLD"),
+              refusal(imageRefused, image + ": not authentic: Verify failed"));
+}
+
+TEST_F(Cpld, ImageWhoseVersionIsNotToldIsRefused)
+{
+    bmc.set("cpld-version", "wrong-type");
+    EXPECT_EQ(
+        run("upload", "MB_CPLD"),
+        refusal(imageRefused, image + ": refused: the device tells the image's "
+                                      "version in a type that is not 's'"));
+    bmc.set("cpld-version", "empty");
+    EXPECT_EQ(run("upload", "MB_CPLD"),
+              refusal(imageRefused,
+                      image +
+                          ": refused: Version string is empty; Error !! "
+                          "Failed to get version string from image file: " +
+                          image));
+}
+
+TEST_F(Cpld, ImageInADirectoryIsTakenToTheFinishedFlash)
+{
+    const auto file = image;
+    image = images.folder() + "/dir";
+    std::filesystem::create_directory(image);
+    std::filesystem::copy(file, image + "/image_cpld_signed.bin");
+
+    EXPECT_EQ(run("upload", "MB_CPLD").status, 0);
+    EXPECT_EQ(run("verify", "MB_CPLD"),
+              (Completed{0, image + ": authentic CPLD image\n", ""}));
+    EXPECT_EQ(runningVersion("MB_CPLD"), "1.0.3");
+
+    const auto updated = run("update", "MB_CPLD");
+    EXPECT_EQ(updated.status, 0);
+    EXPECT_EQ(updated.err, "flashing " + image + "\n");
+    EXPECT_THAT(updated.out,
+                MatchesRegex(".*/dir: flashed in [0-9]+\\.[0-9] s\n"));
+    EXPECT_TRUE(bmc.flash("cpld-MB_CPLD") == bytesOf(file));
+    EXPECT_EQ(runningVersion("MB_CPLD"), "7.7");
+}
+
+TEST_F(Cpld, FlashThatFailsIsToldFromOneThatNeverStarted)
+{
+    bmc.set("flash", "fail");
+    EXPECT_EQ(run("update", "MB_CPLD"),
+              ended(flashFailed,
+                    "the flash failed: systemd ended its job with 'failed', "
+                    "the unit with 'exit-code'; see journalctl -u '" +
+                        unit("MB_CPLD") + "'"));
+
+    bmc.set("manager", "refuse");
+    EXPECT_EQ(run("update", "MB_CPLD"),
+              refusal(callFailed,
+                      image +
+                          ": the flash could not be started: Error in trying "
+                          "to upgrade cpld_rot2: sd_bus_call: "
+                          "org.freedesktop.systemd1.UnitMasked: Unit " +
+                          unit("MB_CPLD") + " is masked."));
+}
+
+TEST_F(Cpld, FlashThatAlreadyRunsIsJoined)
+{
+    bmc.set("flash-time", "1000");
+    Process first({fromEnvironment("WEXA_FWMGR"), "update", "cpld", image,
+                   "--component", "MB_CPLD"},
+                  bmc.environment());
+    while (bmc.run({"test", "-s", bmc.directory() + "/flash/cpld-MB_CPLD"})
+               .status != 0)
+    {}
+    EXPECT_EQ(run("update", "MB_CPLD").status, 0);
+    EXPECT_EQ(first.wait().status, 0);
+}
+
+TEST_F(Cpld, FlashThatNeverEndsIsLeftWhenTimeIsUp)
+{
+    bmc.set("flash", "hang");
+    EXPECT_EQ(run("update", "MB_CPLD", {"--timeout", "1"}),
+              ended(timeOut, image +
+                                 ": the flash has not ended after 1 s and may "
+                                 "still run; see systemctl status '" +
+                                 unit("MB_CPLD") + "'"));
+}
+
+TEST_F(Cpld, ComponentThatAUnitNameCannotCarryIsNotFlashed)
+{
+    for (const auto* component : {"A-B", "A/B", "A B", "%i"})
+    {
+        EXPECT_EQ(run("update", component),
+                  refusal(wrongUsage,
+                          "component " + std::string(component) +
+                              ": a unit name cannot carry this name; have the "
+                              "CPLD update manager call it by letters, "
+                              "digits, \":\", \"_\", \".\" and \"@\""));
+    }
+    EXPECT_EQ(bmc.calls("cpld"), Calls());
+}
+
+} // namespace
