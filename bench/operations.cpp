@@ -1,24 +1,21 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "../tests/support/private_bus.hpp"
 #include "platform.hpp"
+#include "rounds.hpp"
 
 #include <wexa/core/fwmanager_internal.hpp>
 
 #include <benchmark/benchmark.h>
 
-#include <algorithm>
-#include <chrono>
 #include <fstream>
 #include <iostream>
 
 // What an operation costs beside the same call made with sd-bus in plain C:
-// both in turns, on one connection, logging to /dev/null included. "ratio" is
-// the median of the one by the median of the other.
+// both in turns, on one connection, logging to /dev/null included.
 
 namespace
 {
 
-using std::chrono::steady_clock;
 using test::check;
 using wexa::core::FWManagerInternal;
 using wexa::core::VersionPurpose;
@@ -42,45 +39,11 @@ class NoOutput
     std::streambuf* out;
 };
 
-struct Side
+void compare(benchmark::State& state, const std::function<void()>& plain,
+             const std::function<void()>& library)
 {
-    template <typename Call>
-    void time(const Call& call)
-    {
-        const auto start = steady_clock::now();
-        call();
-        took.push_back(steady_clock::now() - start);
-    }
-
-    double medianInMicroseconds()
-    {
-        const auto middle = took.begin() + took.size() / 2;
-        std::nth_element(took.begin(), middle, took.end());
-        return std::chrono::duration<double, std::micro>(*middle).count();
-    }
-
-    std::vector<steady_clock::duration> took;
-};
-
-template <typename Plain, typename Library>
-void compare(benchmark::State& state, const Plain& plain,
-             const Library& library)
-{
-    Side plainSide;
-    Side librarySide;
-    {
-        const NoOutput quiet;
-        for (const auto _ : state)
-        {
-            plainSide.time(plain);
-            librarySide.time(library);
-        }
-    }
-    const auto plainMedian = plainSide.medianInMicroseconds();
-    const auto libraryMedian = librarySide.medianInMicroseconds();
-    state.counters["plain_us"] = plainMedian;
-    state.counters["library_us"] = libraryMedian;
-    state.counters["ratio"] = libraryMedian / plainMedian;
+    const NoOutput quiet;
+    bench::takeTurns(state, {{"plain", plain}, {"library", library}});
 }
 
 void require(bool held)

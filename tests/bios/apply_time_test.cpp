@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "../support/refused_call.hpp"
+#include "../support/disturbed_call.hpp"
 #include "upload_bios.hpp"
 
 // The requested apply time: the last step of an upload, which it cannot fail.

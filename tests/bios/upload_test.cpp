@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "../support/refused_call.hpp"
+#include "../support/disturbed_call.hpp"
 #include "upload_bios.hpp"
 
 // processUploadBiosImage: the content tells an image from a capsule; each

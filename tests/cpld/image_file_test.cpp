@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "../support/refused_call.hpp"
+#include "../support/disturbed_call.hpp"
 #include "cpld_test.hpp"
 
 #include <sys/stat.h>

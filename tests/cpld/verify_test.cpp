@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "../support/refused_call.hpp"
+#include "../support/disturbed_call.hpp"
 #include "cpld_test.hpp"
 
 // VerifyCPLD: the device is looked up, then judges the image itself.

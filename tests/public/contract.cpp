@@ -5,8 +5,8 @@
 #include <tuple>
 #include <type_traits>
 
-// What daemons are compiled against: every operation and type, exactly. Compiled
-// only, and compared by its symbols.
+// What daemons are compiled against: every operation and type, exactly.
+// Compiled only, and compared by its symbols.
 
 using std::string;
 using namespace wexa::core;

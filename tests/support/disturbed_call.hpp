@@ -20,4 +20,17 @@ class RefusedCall
     RefusedCall& operator=(const RefusedCall&) = delete;
 };
 
+/** While it exists, calls of `member` throw std::runtime_error("from below")
+ *  instead of being made.
+ */
+class ThrowingCall
+{
+  public:
+    explicit ThrowingCall(std::string member);
+    ~ThrowingCall();
+
+    ThrowingCall(const ThrowingCall&) = delete;
+    ThrowingCall& operator=(const ThrowingCall&) = delete;
+};
+
 } // namespace test
