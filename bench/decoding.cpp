@@ -9,7 +9,7 @@
 
 // Decoding the CPLD registry: sdbusplus's typed read, which the library uses,
 // beside plain sd-bus by hand, sdbus-c++ and GDBus, all into the library's
-// containers, from a message in memory.
+// containers: from a message in memory, and from a service over the bus.
 
 namespace
 {
@@ -141,6 +141,95 @@ void decoding(benchmark::State& state)
     g_free(blob.first);
 }
 
+/** One client of each library, connected to the same bus. */
+class Clients
+{
+  public:
+    CpldDeviceMap typed(const std::string& path)
+    {
+        auto call = wexa::core::newCall(sdbusplusBus,
+                                        {service.c_str(), path.c_str(),
+                                         interface.c_str(), "bindedDevices"});
+        return wexa::core::callFor<CpldDeviceMap>(sdbusplusBus, call);
+    }
+
+    CpldDeviceMap plain(const std::string& path)
+    {
+        sd_bus_message* reply = nullptr;
+        test::check(sd_bus_call_method(raw.get(), service.c_str(), path.c_str(),
+                                       interface.c_str(), "bindedDevices",
+                                       nullptr, &reply, ""),
+                    "bindedDevices");
+        auto devices = bench::decode(reply);
+        sd_bus_message_unref(reply);
+        return devices;
+    }
+
+    CpldDeviceMap sdbusCpp(const std::string& path)
+    {
+        const auto proxy = sdbus::createProxy(*sdbusCppBus, service, path);
+        auto call = proxy->createMethodCall(interface, "bindedDevices");
+        auto reply = proxy->callMethod(call);
+        return bench::decode(reply);
+    }
+
+    CpldDeviceMap gdbus(const std::string& path)
+    {
+        auto* reply = g_dbus_connection_call_sync(
+            gdbusBus.get(), service.c_str(), path.c_str(), interface.c_str(),
+            "bindedDevices", nullptr, nullptr, G_DBUS_CALL_FLAGS_NONE, -1,
+            nullptr, nullptr);
+        auto* registry = g_variant_get_child_value(reply, 0);
+        auto devices = bench::decode(registry);
+        g_variant_unref(registry);
+        g_variant_unref(reply);
+        return devices;
+    }
+
+  private:
+    const std::string& service = wexa::core::cpldUpdateMgrService;
+    const std::string& interface = wexa::core::cpldUpdateMgrInterface;
+
+    test::PrivateBus bus;
+    bench::Platform platform{bus.address()};
+    test::Connection raw = bus.connect();
+    sdbusplus::bus::bus sdbusplusBus{raw.get()};
+    std::unique_ptr<sdbus::IConnection> sdbusCppBus =
+        sdbus::createSessionBusConnectionWithAddress(bus.address());
+    std::unique_ptr<GDBusConnection, decltype(&g_object_unref)> gdbusBus{
+        g_dbus_connection_new_for_address_sync(
+            bus.address().c_str(),
+            static_cast<GDBusConnectionFlags>(
+                G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
+                G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
+            nullptr, nullptr, nullptr),
+        g_object_unref};
+};
+
+void callAndDecoding(benchmark::State& state)
+{
+    const auto devices = static_cast<std::size_t>(state.range(0));
+    const auto path = "/registry/" + std::to_string(devices);
+    static Clients clients;
+    const auto check = [&](const CpldDeviceMap& decoded) {
+        if (decoded.size() != devices)
+        {
+            throw std::runtime_error("a side decoded something else");
+        }
+    };
+    bench::takeTurns(state,
+                     {{"typed", [&] { check(clients.typed(path)); }},
+                      {"plain", [&] { check(clients.plain(path)); }},
+                      {"sdbuscpp", [&] { check(clients.sdbusCpp(path)); }},
+                      {"gdbus", [&] { check(clients.gdbus(path)); }}});
+}
+
+BENCHMARK(callAndDecoding)
+    ->Name("call and decoding")
+    ->Arg(8)
+    ->Arg(100)
+    ->Arg(1000)
+    ->Arg(5000);
 BENCHMARK(decoding)->Arg(8)->Arg(100)->Arg(1000)->Arg(5000);
 
 } // namespace

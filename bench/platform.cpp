@@ -2,6 +2,7 @@
 #include "platform.hpp"
 
 #include "../tests/support/private_bus.hpp"
+#include "registry.hpp"
 
 #include <sched.h>
 #include <signal.h>
@@ -43,6 +44,24 @@ const sd_bus_vtable securityManager[] = {
     SD_BUS_VTABLE_END,
 };
 
+static int answerRegistry(sd_bus_message* call, void*, sd_bus_error*)
+{
+    const std::string path = sd_bus_message_get_path(call);
+    sd_bus_message* reply = nullptr;
+    check(sd_bus_message_new_method_return(call, &reply), "reply");
+    appendRegistry(reply, std::stoi(path.substr(path.rfind('/') + 1)));
+    const auto sent = sd_bus_message_send(reply);
+    sd_bus_message_unref(reply);
+    return sent;
+}
+
+const sd_bus_vtable cpldManager[] = {
+    SD_BUS_VTABLE_START(0),
+    SD_BUS_METHOD("bindedDevices", "", "a{s(ssa{sv})}", answerRegistry,
+                  SD_BUS_VTABLE_UNPRIVILEGED),
+    SD_BUS_VTABLE_END,
+};
+
 const sd_bus_vtable systemd[] = {
     SD_BUS_VTABLE_START(0),
     SD_BUS_METHOD("StartUnit", "ss", "o", answerJob,
@@ -68,6 +87,12 @@ const sd_bus_vtable systemd[] = {
                                    "org.freedesktop.systemd1.Manager", systemd,
                                    nullptr),
           "sd_bus_add_object_vtable");
+    check(sd_bus_add_fallback_vtable(bus, nullptr, "/registry",
+                                     wexa::core::cpldUpdateMgrInterface.c_str(),
+                                     cpldManager, nullptr, nullptr),
+          "sd_bus_add_fallback_vtable");
+    check(sd_bus_request_name(bus, wexa::core::cpldUpdateMgrService.c_str(), 0),
+          "sd_bus_request_name");
     check(sd_bus_request_name(bus, "xyz.openbmc_project.SecurityManager", 0),
           "sd_bus_request_name");
     check(sd_bus_request_name(bus, "org.freedesktop.systemd1", 0),

@@ -13,8 +13,10 @@ namespace bench
  */
 void pinToOneCpu();
 
-/** Answers as a security manager and as systemd do, at once, in a process of
- *  its own.
+/** Answers as a security manager, as systemd and as a CPLD update manager do,
+ *  at once, in a process of its own.
+ *
+ *  The CPLD update manager has a registry of N devices at /registry/N.
  */
 class Platform
 {

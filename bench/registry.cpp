@@ -181,15 +181,15 @@ static PropertyValue property(const sdbus::Variant& variant)
     return {};
 }
 
-CpldDeviceMap decode(const sdbus::Variant& registry)
+static CpldDeviceMap moved(VariantRegistry registry)
 {
     CpldDeviceMap devices;
-    for (auto& [name, record] : registry.get<VariantRegistry>())
+    for (auto& [name, record] : registry)
     {
         PropertyMap map;
-        for (const auto& [property_, value] : std::get<2>(record))
+        for (const auto& [key, value] : std::get<2>(record))
         {
-            map.emplace(property_, property(value));
+            map.emplace(key, property(value));
         }
         devices.emplace(
             name, wexa::core::CpldDeviceRecord(std::move(std::get<0>(record)),
@@ -197,6 +197,18 @@ CpldDeviceMap decode(const sdbus::Variant& registry)
                                                std::move(map)));
     }
     return devices;
+}
+
+CpldDeviceMap decode(const sdbus::Variant& registry)
+{
+    return moved(registry.get<VariantRegistry>());
+}
+
+CpldDeviceMap decode(sdbus::MethodReply& reply)
+{
+    VariantRegistry registry;
+    reply >> registry;
+    return moved(std::move(registry));
 }
 
 static PropertyValue property(GVariant* value)

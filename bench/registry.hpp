@@ -24,6 +24,7 @@ sdbus::Variant registryOf(int devices);
 /** Decodes by hand, as a program in C would. */
 CpldDeviceMap decode(sd_bus_message* message);
 CpldDeviceMap decode(const sdbus::Variant& registry);
+CpldDeviceMap decode(sdbus::MethodReply& reply);
 CpldDeviceMap decode(GVariant* registry);
 
 } // namespace bench
