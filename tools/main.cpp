@@ -29,7 +29,7 @@ const std::vector<Declaration> declarations{
      "Example: wexa-fwmgr upload bmc /tmp/image",
      upload},
     {"verify",
-     "Have the security manager judge an image\n\n"
+     "Have the security manager, or the CPLD itself, judge an image\n\n"
      "Example: wexa-fwmgr verify bmc /tmp/image",
      verify},
     {"update",

@@ -11,6 +11,8 @@
 #include "verbs.hpp"
 #include "verdict.hpp"
 
+#include <sdbusplus/exception.hpp>
+
 #include <iomanip>
 #include <iostream>
 
@@ -79,9 +81,20 @@ class Flash
     /** Whether there is a job although the library knows of none. */
     bool isStartedAnyway()
     {
-        return kind.mayHideTheJob() &&
-               (watch.sawJobFor(unit) ||
-                outcomeOf(bus, unit).activeState == "activating");
+        return kind.mayHideTheJob() && (watch.sawJobFor(unit) || isRunning());
+    }
+
+    /** A job that was there before is joined, and not told of as a new one. */
+    bool isRunning()
+    {
+        try
+        {
+            return outcomeOf(bus, unit).activeState == "activating";
+        }
+        catch (const sdbusplus::exception::exception&)
+        {
+            return false;
+        }
     }
 
     int finished(sdbusplus::message::message& signal)

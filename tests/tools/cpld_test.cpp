@@ -226,6 +226,18 @@ TEST_F(Cpld, FlashThatFailsIsToldFromOneThatNeverStarted)
                           unit("MB_CPLD") + " is masked."));
 }
 
+TEST_F(Cpld, FlashIsNotStartedWhereSystemdIsAbsent)
+{
+    bmc.set("manager", "absent");
+    EXPECT_EQ(run("update", "MB_CPLD"),
+              refusal(callFailed,
+                      image + ": the flash could not be started: Error in "
+                              "trying to upgrade cpld_rot2: sd_bus_call: "
+                              "org.freedesktop.DBus.Error.ServiceUnknown: "
+                              "The name org.freedesktop.systemd1 was not "
+                              "provided by any .service files"));
+}
+
 TEST_F(Cpld, FlashThatAlreadyRunsIsJoined)
 {
     bmc.set("flash-time", "1000");
