@@ -99,7 +99,9 @@ void SystemdManager::stop()
     controlGroup::remove(directory);
 }
 
+/** False also where the bus itself is gone. */
 bool SystemdManager::isOnTheBus()
+try
 {
     const auto daemon = sdbus::createProxy(*client, "org.freedesktop.DBus",
                                            "/org/freedesktop/DBus");
@@ -109,6 +111,11 @@ bool SystemdManager::isOnTheBus()
         .withArguments(busName)
         .storeResultsTo(owned);
     return owned;
+}
+
+catch (const sdbus::Error&)
+{
+    return false;
 }
 
 void SystemdManager::reload()

@@ -186,6 +186,15 @@ TEST_P(RunEnds, EvenWhereTheSimulatorIsKilled)
     expectNoTraces();
 }
 
+TEST_P(RunEnds, EvenWhereItsBusAndThenTheSimulatorIsKilled)
+{
+    EXPECT_EQ(endBy(SIGKILL, "pkill -KILL -f $WEXA_BMCSIM_DIR/bus.conf; "
+                             "sleep 0.2; echo up; exec sleep 60")
+                  .status,
+              128 + SIGKILL);
+    expectNoTraces();
+}
+
 TEST_P(RunEnds, WhereItsContainerIsKilled)
 {
     Process simulator({fromEnvironment("WEXA_BMCSIM"), "run", "--manager",
