@@ -17,10 +17,25 @@
 namespace test
 {
 
+/** As a login shell starts programs: nothing is ignored or blocked. Whoever
+ *  runs the tests, such as nohup, may ignore signals.
+ */
+static void resetSignals()
+{
+    for (const auto number : {SIGHUP, SIGINT, SIGQUIT, SIGPIPE, SIGTERM})
+    {
+        signal(number, SIG_DFL);
+    }
+    sigset_t none;
+    sigemptyset(&none);
+    sigprocmask(SIG_SETMASK, &none, nullptr);
+}
+
 static void exec(const std::vector<std::string>& arguments,
                  const std::vector<std::string>& environment)
 {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
+    resetSignals();
     for (const auto& variable : environment)
     {
         putenv(strdup(variable.c_str()));
