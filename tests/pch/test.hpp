@@ -1,0 +1,13 @@
+// SPDX-License-Identifier: Apache-2.0
+// What nearly every test includes, compiled once for each test program.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+#include <wexa/core/fwmanager_internal.hpp>
+
+#include <filesystem>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
