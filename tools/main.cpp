@@ -1,166 +1,58 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "failure.hpp"
-#include "firmware_kind.hpp"
-#include "verbs.hpp"
+#include "command_line.hpp"
+#include "common/dbus_error.hpp"
+#include "common/failure.hpp"
+#include "doctor/doctor.hpp"
+#include "loading.hpp"
+#include "report.hpp"
+#include "trace.hpp"
 
-#include <CLI/CLI.hpp>
 #include <sdbusplus/exception.hpp>
+#include <signal.h>
 
-#include <iostream>
-#include <vector>
+#include <optional>
 
 // wexa-fwmgr: firmware updates by hand, through the library.
 
-namespace
+static Result carryOut(const Command& command)
 {
-
-using Verb = void (*)(const Request&);
-
-struct Declaration
-{
-    const char* name;
-    const char* description;
-    Verb verb;
-};
-
-const std::vector<Declaration> declarations{
-    {"upload",
-     "Read an image's version, have the image verified, record it as staged\n\n"
-     "Example: wexa-fwmgr upload bmc /tmp/image",
-     upload},
-    {"verify",
-     "Have the security manager, or the CPLD itself, judge an image\n\n"
-     "Example: wexa-fwmgr verify bmc /tmp/image",
-     verify},
-    {"update",
-     "Flash an image, which is not verified again, and wait for the end\n\n"
-     "Example: wexa-fwmgr update bmc /tmp/image",
-     update},
-};
-
-void requireComponentWhereThereAreSome(const Request& request)
-{
-    if (request.kind->hasComponents() && request.component.empty())
-    {
-        throw CLI::RequiredError("--component, which tells what the image is "
-                                 "for,");
-    }
-    if (!request.kind->hasComponents() && !request.component.empty())
-    {
-        throw CLI::ValidationError("--component",
-                                   "is for cpld only; leave it away");
-    }
+    return command.operation == nullptr
+               ? examineBoard(command.request)
+               : (loadOperations().*command.operation)(command.request);
 }
-
-void declareComponents(CLI::App& app, Request& request, Verb& chosen)
-{
-    auto* verb = app.add_subcommand(
-        "components", "List the CPLD components, what they run and their "
-                      "properties\n\nExample: wexa-fwmgr components --json");
-    verb->add_flag("--json", request.json, "One JSON value");
-    verb->callback([&chosen] { chosen = listComponents; });
-}
-
-void declare(CLI::App& app, const Declaration& declaration, Request& request,
-             Verb& chosen)
-{
-    auto* verb = app.add_subcommand(declaration.name, declaration.description);
-    std::vector<std::string> kinds;
-    for (const auto* kind : firmwareKinds())
-    {
-        kinds.push_back(kind->name());
-    }
-    verb->add_option_function<std::string>(
-            "KIND",
-            [&request](const std::string& name) {
-                request.kind = &firmwareKindNamed(name);
-            },
-            "Kind of firmware: " + CLI::detail::join(kinds, " or "))
-        ->required()
-        ->check(CLI::IsMember(kinds))
-        ->option_text(" ");
-    verb->add_option("IMAGE", request.image, "Path of the image file")
-        ->required()
-        ->option_text(" ");
-    verb->add_option("--component", request.component,
-                     "Component of the board that a CPLD image is for")
-        ->option_text("NAME");
-    verb->callback([&declaration, &request, &chosen] {
-        requireComponentWhereThereAreSome(request);
-        chosen = declaration.verb;
-    });
-    if (std::string(declaration.name) == "update")
-    {
-        verb->add_option_function<unsigned int>(
-                "--timeout",
-                [&request](unsigned int seconds) {
-                    request.timeout = std::chrono::seconds(seconds);
-                },
-                "Seconds to wait for the end of the flash, 1 to 86400; 600 "
-                "unless given")
-            ->check(CLI::Range(1, 86400))
-            ->option_text("SECONDS");
-    }
-}
-
-int fail(ExitStatus status, const std::string& line)
-{
-    std::cerr << "wexa-fwmgr: " << line << std::endl;
-    return static_cast<int>(status);
-}
-
-} // namespace
 
 int main(int argc, char** argv)
 {
-    CLI::App app("Firmware updates by hand, on the bus of a BMC.",
-                 "wexa-fwmgr");
-    app.require_subcommand(0, 1);
-    app.fallthrough();
-    Request request;
-    request.bus = "system";
-    Verb verb = nullptr;
-    app.add_option("--bus", request.bus,
-                   "Address of the bus, or system, which is the default")
-        ->option_text("ADDRESS");
-    app.add_flag("--verbose", request.verbose,
-                 "Show the library's own log lines on standard error");
-    for (const auto& declaration : declarations)
-    {
-        declare(app, declaration, request, verb);
-    }
-    declareComponents(app, request, verb);
-
+    // A reader that goes away is told of, and stops no flash half way.
+    signal(SIGPIPE, SIG_IGN);
+    Report report("", asksForJson(argc, argv));
     try
     {
-        app.parse(argc, argv);
-        if (verb == nullptr)
+        auto command = parse(argc, argv);
+        if (!command)
         {
-            throw CLI::RequiredError(
-                "a verb: upload, verify, update or components");
+            return static_cast<int>(ExitStatus::success);
         }
-        verb(request);
-        return static_cast<int>(ExitStatus::success);
-    }
-    catch (const CLI::CallForHelp& help)
-    {
-        return app.exit(help);
-    }
-    catch (const CLI::ParseError& error)
-    {
-        return fail(ExitStatus::wrongUsage,
-                    std::string(error.what()) + "; see wexa-fwmgr --help");
+        report = Report(command->verb, command->request.json);
+        command->request.tell = [&](const auto& event) { report.tell(event); };
+        if (command->trace)
+        {
+            trace::begin(!command->request.json);
+        }
+        return report.succeed(carryOut(*command));
     }
     catch (const Failure& failure)
     {
-        return fail(failure.status, failure.what());
+        return report.fail(failure);
     }
     catch (const sdbusplus::exception::exception& error)
     {
-        return fail(ExitStatus::callFailed, error.what());
+        return report.fail(
+            {ExitStatus::callFailed, error.what(),
+             Reason{"", {}, error.name(), hintFor(error.name())}});
     }
     catch (const std::exception& error)
     {
-        return fail(ExitStatus::unexpected, error.what());
+        return report.fail({ExitStatus::unexpected, error.what(), ""});
     }
 }

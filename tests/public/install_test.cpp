@@ -54,6 +54,7 @@ TEST_F(Installed, AreLibraryHeaderToolAndPkgConfigFileAndNoStandIn)
                          libdir + "/libwexa_fwmgr_internal.so.0",
                          libdir + "/libwexa_fwmgr_internal.so." + version,
                          libdir + "/pkgconfig/wexa_fwmgr_internal.pc",
+                         libdir + "/wexa-fwmgr/wexa-fwmgr-operations.so",
                      }));
 }
 

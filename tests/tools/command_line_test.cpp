@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tool_test.hpp"
 
+#include <sstream>
+
 using namespace test;
 using testing::HasSubstr;
 
@@ -16,18 +18,32 @@ class CommandLine : public testing::Test
         return run(arguments);
     }
 
-    static Completed refusal(const std::string& line)
+    /** 24 lines of 80 characters, the shell's prompt on the last. */
+    static bool fitsAScreen(const std::string& text)
     {
-        return {wrongUsage, "",
-                "wexa-fwmgr: " + line + "; see wexa-fwmgr --help\n"};
+        std::istringstream lines(text);
+        auto count = 0;
+        for (std::string line; std::getline(lines, line); ++count)
+        {
+            if (line.size() > 80)
+            {
+                return false;
+            }
+        }
+        return count < 24;
+    }
+
+    static Completed refusal(const std::string& what)
+    {
+        return test::refusal(wrongUsage, what, "see wexa-fwmgr --help");
     }
 };
 
 TEST_F(CommandLine, NeedsAVerb)
 {
     EXPECT_EQ(fwmgr({}),
-              refusal("a verb: upload, verify, update or components is "
-                      "required"));
+              refusal("a verb: upload, verify, update, components, monitor or "
+                      "doctor is required"));
 }
 
 TEST_F(CommandLine, RefusesAnUnknownVerb)
@@ -73,17 +89,17 @@ TEST_F(CommandLine, RefusesATimeoutThatIsNone)
 TEST_F(CommandLine, SaysThatTheBusCannotBeReached)
 {
     const Images images;
-    EXPECT_EQ(fwmgr({"--bus", "unix:path=/nonexistent", "verify", "bmc",
-                     images.bmc("1")}),
-              (Completed{callFailed, "",
-                         "wexa-fwmgr: cannot reach the bus "
-                         "unix:path=/nonexistent: No such file or directory; "
-                         "start it, or name another with --bus\n"}));
-    EXPECT_EQ(
-        fwmgr({"--bus", "nonsense", "verify", "bmc", images.bmc("1")}),
-        (Completed{callFailed, "",
-                   "wexa-fwmgr: cannot reach the bus nonsense: Connection "
-                   "refused; start it, or name another with --bus\n"}));
+    const auto unreachable = [](const std::string& what) {
+        return test::refusal(callFailed, "cannot reach the bus " + what,
+                             "start it, or name another with --bus");
+    };
+    for (const auto& [address, why] :
+         {std::pair("unix:path=/nonexistent", "No such file or directory"),
+          std::pair("nonsense", "Connection refused")})
+    {
+        EXPECT_EQ(fwmgr({"--bus", address, "verify", "bmc", images.bmc("1")}),
+                  unreachable(std::string(address) + ": " + why));
+    }
 }
 
 TEST_F(CommandLine, NamesTheBusByItsAddress)
@@ -97,16 +113,34 @@ TEST_F(CommandLine, NamesTheBusByItsAddress)
               (Completed{0, image + ": authentic BMC image\n", ""}));
 }
 
-TEST_F(CommandLine, HelpsWithAnExampleForEachVerb)
+TEST_F(CommandLine, RefusesOptionsThatExcludeEachOther)
 {
-    for (const std::string verb : {"upload", "verify", "update"})
+    EXPECT_EQ(fwmgr({"update", "bmc", "image", "--no-wait", "--dry-run"}),
+              refusal("--dry-run excludes --no-wait"));
+    EXPECT_EQ(fwmgr({"update", "bmc", "image", "--timeout", "1", "--no-wait"}),
+              refusal("--no-wait excludes --timeout"));
+}
+
+TEST_F(CommandLine, TellsItsVersion)
+{
+    EXPECT_EQ(
+        fwmgr({"--version"}),
+        (Completed{0, "wexa-fwmgr " + fromEnvironment("WEXA_VERSION") + "\n",
+                   ""}));
+}
+
+TEST_F(CommandLine, HelpsOnAScreenWithAnExampleForEachVerb)
+{
+    for (const std::string verb :
+         {"upload", "verify", "update", "components", "monitor", "doctor"})
     {
         const auto help = fwmgr({verb, "--help"});
         EXPECT_EQ(help.status, 0);
         EXPECT_EQ(help.err, "");
-        EXPECT_THAT(help.out, HasSubstr("Example: wexa-fwmgr " + verb +
-                                        " bmc /tmp/image\n"));
+        EXPECT_THAT(help.out, HasSubstr("\nExample: wexa-fwmgr " + verb));
+        EXPECT_TRUE(fitsAScreen(help.out)) << help.out;
     }
+    EXPECT_TRUE(fitsAScreen(fwmgr({"--help"}).out));
 }
 
 } // namespace

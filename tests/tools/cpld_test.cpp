@@ -30,10 +30,12 @@ class Cpld : public ToolTest
     }
 
     /** How an update ends after it has begun to wait. */
-    Completed ended(int status, const std::string& line) const
+    Completed ended(int status, const std::string& what,
+                    const std::string& hint) const
     {
         return {status, "",
-                "flashing " + image + "\nwexa-fwmgr: " + line + "\n"};
+                "flashing " + image + "\n" +
+                    failureText(what, Reason{"", {}, "", hint})};
     }
 
     std::string unit(const std::string& component) const
@@ -71,20 +73,28 @@ TEST_F(Cpld, ComponentsAreListedWithVersionAndProperties)
                          "  vendor            WEXA\n",
                          ""}));
     EXPECT_EQ(fwmgr({"components", "--json"}), (Completed{0, R"({
-  "MB_CPLD": {
-    "properties": {
-      "deviceId": 1,
-      "flashBytes": 8388608,
-      "inventory": 0,
-      "madeAt": 1710460800,
-      "removable": false,
-      "supplyVolts": 0,
-      "tags": 0,
-      "temperatureLimit": 85,
-      "vendor": "WEXA"
-    },
-    "version": "1.0.3"
-  }
+  "error": null,
+  "exit_status": 0,
+  "outcome": "success",
+  "result": {
+    "components": {
+      "MB_CPLD": {
+        "properties": {
+          "deviceId": 1,
+          "flashBytes": 8388608,
+          "inventory": 0,
+          "madeAt": 1710460800,
+          "removable": false,
+          "supplyVolts": 0,
+          "tags": 0,
+          "temperatureLimit": 85,
+          "vendor": "WEXA"
+        },
+        "version": "1.0.3"
+      }
+    }
+  },
+  "verb": "components"
 }
 )",
                                                           ""}));
@@ -93,11 +103,11 @@ TEST_F(Cpld, ComponentsAreListedWithVersionAndProperties)
 TEST_F(Cpld, ComponentsMayBeNone)
 {
     bmc.set("cpld-bound", "");
-    EXPECT_EQ(fwmgr({"components"}), (Completed{0, "", ""}));
-    EXPECT_EQ(fwmgr({"components", "--json"}), (Completed{0, "{}\n", ""}));
+    EXPECT_EQ(fwmgr({"components"}),
+              (Completed{0, "no CPLD component is bound\n", ""}));
     EXPECT_EQ(run("verify", "MB_CPLD"),
-              refusal(wrongUsage, "there is no CPLD component 'MB_CPLD'; "
-                                  "there are none"));
+              refusal(wrongUsage, "there is no CPLD component 'MB_CPLD'",
+                      "name one of those that there are: none"));
 }
 
 TEST_F(Cpld, ComponentsWhoseVersionIsNotKnownAreListed)
@@ -110,32 +120,37 @@ TEST_F(Cpld, ComponentsWhoseVersionIsNotKnownAreListed)
 
 TEST_F(Cpld, ComponentsAreNotListedWhereTheRegistryCannotBeRead)
 {
-    const std::string failure = "the CPLD components cannot be listed: ERROR "
-                                "!! Failed to prepare CPLD info: ";
-    const std::string notARegistry =
-        "sd_bus_message_enter_container emplace_container: "
-        "System.Error.ENXIO: No such device or address";
+    const auto failure = [](const std::string& line, const std::string& error,
+                            const std::string& hint) {
+        return refusal(callFailed, "the CPLD components cannot be listed",
+                       {"reading the registry of the CPLDs",
+                        {"ERROR !! Failed to prepare CPLD info: " + line},
+                        error,
+                        hint});
+    };
     for (const auto* registry :
          {"wrong-type", "missing-member", "other-member"})
     {
         bmc.set("cpld-registry", registry);
         EXPECT_EQ(fwmgr({"components"}),
-                  refusal(callFailed, failure + notARegistry));
+                  failure("sd_bus_message_enter_container emplace_container: "
+                          "System.Error.ENXIO: No such device or address",
+                          "System.Error.ENXIO", anotherType));
     }
     bmc.set("cpld-registry", "malformed-path");
     EXPECT_EQ(fwmgr({"components"}),
-              refusal(callFailed, failure +
-                                      "sd_bus_message_new_method_call: "
-                                      "org.freedesktop.DBus.Error.InvalidArgs: "
-                                      "Invalid argument"));
+              failure("sd_bus_message_new_method_call: "
+                      "org.freedesktop.DBus.Error.InvalidArgs: "
+                      "Invalid argument",
+                      "org.freedesktop.DBus.Error.InvalidArgs",
+                      "look at what the service itself logged"));
     bmc.set("cpld", "absent");
     EXPECT_EQ(fwmgr({"components"}),
-              refusal(callFailed,
-                      failure +
-                          "sd_bus_call: "
-                          "org.freedesktop.DBus.Error.ServiceUnknown: The "
-                          "name xyz.openbmc_project.CpldUpdateMgrSvc was not "
-                          "provided by any .service files"));
+              failure("sd_bus_call: "
+                      "org.freedesktop.DBus.Error.ServiceUnknown: The "
+                      "name xyz.openbmc_project.CpldUpdateMgrSvc was not "
+                      "provided by any .service files",
+                      serviceUnknown, startIt));
 }
 
 TEST_F(Cpld, ComponentThatIsNotThereIsNamedWithThoseThatAre)
@@ -143,9 +158,9 @@ TEST_F(Cpld, ComponentThatIsNotThereIsNamedWithThoseThatAre)
     for (const auto* verb : {"upload", "verify", "update"})
     {
         EXPECT_EQ(run(verb, "mb_cpld"),
-                  refusal(wrongUsage,
-                          "there is no CPLD component 'mb_cpld'; there are "
-                          "FAN_CPLD, MB_CPLD, SCM_CPLD"));
+                  refusal(wrongUsage, "there is no CPLD component 'mb_cpld'",
+                          "name one of those that there are: FAN_CPLD, "
+                          "MB_CPLD, SCM_CPLD"));
     }
 }
 
@@ -160,30 +175,55 @@ TEST_F(Cpld, ImageIsUploadedForItsComponent)
 
 TEST_F(Cpld, ImageForAnotherComponentIsRefused)
 {
+    const auto hint = "the image is for another component, or was changed: "
+                      "name its component, or get it again";
     EXPECT_EQ(run("upload", "FAN_CPLD"),
-              refusal(imageRefused,
-                      image +
-                          ": refused: Verify failed; Error !! VerifyCPLD "
-                          "failed. comp: FAN_CPLD, image: " +
-                          image));
+              refusal(imageRefused, image + ": refused",
+                      {byCpld,
+                       {"Verify failed",
+                        "Error !! VerifyCPLD failed. comp: FAN_CPLD, image: " +
+                            image},
+                       "",
+                       hint}));
     EXPECT_EQ(run("verify", "FAN_CPLD"),
-              refusal(imageRefused, image + ": not authentic: Verify failed"));
+              refusal(imageRefused, image + ": not authentic",
+                      {byCpld, {"Verify failed"}, "", hint}));
 }
+
+/** What a device tells of an image, and what the tool makes of it. */
+struct ToldVersion
+{
+    const char* setting;
+    std::vector<std::string> library;
+    const char* hint;
+};
 
 TEST_F(Cpld, ImageWhoseVersionIsNotToldIsRefused)
 {
-    bmc.set("cpld-version", "wrong-type");
-    EXPECT_EQ(
-        run("upload", "MB_CPLD"),
-        refusal(imageRefused, image + ": refused: the device tells the image's "
-                                      "version in a type that is not 's'"));
-    bmc.set("cpld-version", "empty");
-    EXPECT_EQ(run("upload", "MB_CPLD"),
-              refusal(imageRefused,
-                      image +
-                          ": refused: Version string is empty; Error !! "
-                          "Failed to get version string from image file: " +
-                          image));
+    const auto noVersion =
+        "Error !! Failed to get version string from image file: " + image;
+    for (const auto& [setting, library, hint] : {
+             ToldVersion{"wrong-type",
+                         {},
+                         "the device tells the image's version in a type that "
+                         "is not 's': update the CPLD update manager"},
+             ToldVersion{"empty",
+                         {"Version string is empty", noVersion},
+                         "the device tells an empty version of the image: get "
+                         "it again"},
+             ToldVersion{"missing",
+                         {"Failed to get cpld image version string", noVersion},
+                         "the device tells no \"versionString\" of the image: "
+                         "get the image again, or update the CPLD update "
+                         "manager"},
+         })
+    {
+        bmc.set("cpld-version", setting);
+        EXPECT_EQ(run("upload", "MB_CPLD"),
+                  refusal(imageRefused, image + ": refused",
+                          {"reading the version of the CPLD image", library, "",
+                           hint}));
+    }
 }
 
 TEST_F(Cpld, ImageInADirectoryIsTakenToTheFinishedFlash)
@@ -213,29 +253,34 @@ TEST_F(Cpld, FlashThatFailsIsToldFromOneThatNeverStarted)
     EXPECT_EQ(run("update", "MB_CPLD"),
               ended(flashFailed,
                     "the flash failed: systemd ended its job with 'failed', "
-                    "the unit with 'exit-code'; see journalctl -u '" +
+                    "the unit with 'exit-code'",
+                    "see what the flash program logged: journalctl -u '" +
                         unit("MB_CPLD") + "'"));
 
     bmc.set("manager", "refuse");
     EXPECT_EQ(run("update", "MB_CPLD"),
-              refusal(callFailed,
-                      image +
-                          ": the flash could not be started: Error in trying "
-                          "to upgrade cpld_rot2: sd_bus_call: "
-                          "org.freedesktop.systemd1.UnitMasked: Unit " +
-                          unit("MB_CPLD") + " is masked."));
+              refusal(callFailed, image + ": the flash could not be started",
+                      {"starting the flash unit",
+                       {"Error in trying to upgrade cpld_rot2: sd_bus_call: "
+                        "org.freedesktop.systemd1.UnitMasked: Unit " +
+                        unit("MB_CPLD") + " is masked."},
+                       "org.freedesktop.systemd1.UnitMasked",
+                       "unmask the template of the flash unit: systemctl "
+                       "unmask"}));
 }
 
 TEST_F(Cpld, FlashIsNotStartedWhereSystemdIsAbsent)
 {
     bmc.set("manager", "absent");
     EXPECT_EQ(run("update", "MB_CPLD"),
-              refusal(callFailed,
-                      image + ": the flash could not be started: Error in "
-                              "trying to upgrade cpld_rot2: sd_bus_call: "
-                              "org.freedesktop.DBus.Error.ServiceUnknown: "
-                              "The name org.freedesktop.systemd1 was not "
-                              "provided by any .service files"));
+              refusal(callFailed, image + ": the flash could not be started",
+                      {"starting the flash unit",
+                       {"Error in trying to upgrade cpld_rot2: sd_bus_call: "
+                        "org.freedesktop.DBus.Error.ServiceUnknown: The name "
+                        "org.freedesktop.systemd1 was not provided by any "
+                        ".service files"},
+                       serviceUnknown,
+                       startIt}));
 }
 
 TEST_F(Cpld, FlashThatAlreadyRunsIsJoined)
@@ -255,10 +300,10 @@ TEST_F(Cpld, FlashThatNeverEndsIsLeftWhenTimeIsUp)
 {
     bmc.set("flash", "hang");
     EXPECT_EQ(run("update", "MB_CPLD", {"--timeout", "1"}),
-              ended(timeOut, image +
-                                 ": the flash has not ended after 1 s and may "
-                                 "still run; see systemctl status '" +
-                                 unit("MB_CPLD") + "'"));
+              ended(timeOut,
+                    image + ": the flash has not ended after 1 s and may "
+                            "still run",
+                    "see systemctl status '" + unit("MB_CPLD") + "'"));
 }
 
 TEST_F(Cpld, ComponentThatAUnitNameCannotCarryIsNotFlashed)
@@ -268,9 +313,9 @@ TEST_F(Cpld, ComponentThatAUnitNameCannotCarryIsNotFlashed)
         EXPECT_EQ(run("update", component),
                   refusal(wrongUsage,
                           "component " + std::string(component) +
-                              ": a unit name cannot carry this name; have the "
-                              "CPLD update manager call it by letters, "
-                              "digits, \":\", \"_\", \".\" and \"@\""));
+                              ": a unit name cannot carry this name",
+                          "have the CPLD update manager call it by letters, "
+                          "digits, \":\", \"_\", \".\" and \"@\""));
     }
     EXPECT_EQ(bmc.calls("cpld"), Calls());
 }

@@ -16,11 +16,13 @@ namespace
 class ImagePath : public ToolTest
 {
   protected:
-    void everyVerbRefuses(const std::string& path, const std::string& line)
+    void everyVerbRefuses(const std::string& path, const std::string& what,
+                          const std::string& hint)
     {
         for (const auto* verb : {"upload", "verify", "update"})
         {
-            EXPECT_EQ(fwmgr({verb, "bmc", path}), refusal(wrongUsage, line));
+            EXPECT_EQ(fwmgr({verb, "bmc", path}),
+                      refusal(wrongUsage, what, hint));
         }
     }
 
@@ -34,10 +36,11 @@ class ImagePath : public ToolTest
         return path;
     }
 
-    void updateRefuses(const std::string& path, const std::string& why)
+    void updateRefuses(const std::string& path, const std::string& why,
+                       const std::string& hint)
     {
         EXPECT_EQ(fwmgr({"update", "bmc", path}),
-                  refusal(wrongUsage, path + ": " + why));
+                  refusal(wrongUsage, path + ": " + why, hint));
         EXPECT_FALSE(std::filesystem::exists(bmc.directory() + "/flash/bmc"));
     }
 };
@@ -45,19 +48,19 @@ class ImagePath : public ToolTest
 TEST_F(ImagePath, MustExist)
 {
     everyVerbRefuses(images.missing(),
-                     images.missing() + ": No such file or directory; name an "
-                                        "image file that can be read");
+                     images.missing() + ": No such file or directory",
+                     "name an image file that can be read");
 }
 
 TEST_F(ImagePath, MustNotBeEmpty)
 {
-    everyVerbRefuses("", "'': is no path; name an image file");
+    everyVerbRefuses("", "'': is no path", "name an image file");
 }
 
 TEST_F(ImagePath, MustNotBeADirectory)
 {
-    everyVerbRefuses(images.folder(),
-                     images.folder() + ": is not a file; name an image file");
+    everyVerbRefuses(images.folder(), images.folder() + ": is not a file",
+                     "name an image file");
 }
 
 TEST_F(ImagePath, MustNotBeAFifo)
@@ -65,14 +68,13 @@ TEST_F(ImagePath, MustNotBeAFifo)
     const auto fifo = images.folder() + "/fifo";
     ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
 
-    everyVerbRefuses(fifo, fifo + ": is not a file; name an image file");
+    everyVerbRefuses(fifo, fifo + ": is not a file", "name an image file");
 }
 
 TEST_F(ImagePath, MustNotLieBelowAFile)
 {
-    everyVerbRefuses("/etc/passwd/x",
-                     "/etc/passwd/x: Not a directory; name an image file that "
-                     "can be read");
+    everyVerbRefuses("/etc/passwd/x", "/etc/passwd/x: Not a directory",
+                     "name an image file that can be read");
 }
 
 TEST_F(ImagePath, IsMadeAbsoluteForTheServices)
@@ -88,8 +90,8 @@ TEST_F(ImagePath, IsMadeAbsoluteForTheServices)
 TEST_F(ImagePath, MustNotHoldADashToBeFlashed)
 {
     updateRefuses(copyTo("image-bmc"),
-                  "the flash unit would read each \"-\" as \"/\"; move the "
-                  "image to a path without \"-\"");
+                  "the flash unit would read each \"-\" as \"/\"",
+                  "move the image to a path without \"-\"");
 }
 
 TEST_F(ImagePath, MustNotHoldCharactersThatUnitNamesLackToBeFlashed)
@@ -97,10 +99,9 @@ TEST_F(ImagePath, MustNotHoldCharactersThatUnitNamesLackToBeFlashed)
     for (const auto* name :
          {"a b", "a%b", "a\\x20b", "a\xc3\xa4", "a\xff", "a'b", "a{}"})
     {
-        updateRefuses(copyTo(name),
-                      "a unit name cannot carry this path; move the image to "
-                      "a path of letters, digits, \"/\", \":\", \"_\", \".\" "
-                      "and \"@\"");
+        updateRefuses(copyTo(name), "a unit name cannot carry this path",
+                      "move the image to a path of letters, digits, \"/\", "
+                      "\":\", \"_\", \".\" and \"@\"");
     }
 }
 
@@ -111,8 +112,8 @@ TEST_F(ImagePath, MustFitIntoAUnitNameToBeFlashed)
     const std::string longest(205 - prefix.size(), 'x');
 
     updateRefuses(copyTo(longest + 'x'),
-                  "is 1 characters too long for a unit name; move the image "
-                  "to a shorter path");
+                  "is 1 characters too long for a unit name",
+                  "move the image to a shorter path");
 
     EXPECT_EQ(fwmgr({"update", "bmc", copyTo(longest)}).status, 0);
     EXPECT_TRUE(bmc.flash("bmc") == bytesOf(prefix + longest));

@@ -13,6 +13,45 @@
 namespace test
 {
 
+/** What the tool says besides what failed. */
+struct Reason
+{
+    std::string step;
+    std::vector<std::string> library;
+    std::string dbusError;
+    std::string hint;
+};
+
+/** All that the tool writes where it fails. */
+inline std::string failureText(const std::string& what, const Reason& reason)
+{
+    auto text = "wexa-fwmgr: " + what + '\n';
+    const auto add = [&](const std::string& label, const std::string& detail) {
+        text += detail.empty() ? "" : "  " + label + detail + '\n';
+    };
+    add("step:     ", reason.step);
+    for (const auto& line : reason.library)
+    {
+        add("library:  ", line);
+    }
+    add("D-Bus:    ", reason.dbusError);
+    add("hint:     ", reason.hint);
+    return text;
+}
+
+/** How the tool ends where it fails: nothing on standard output. */
+inline Completed refusal(int status, const std::string& what,
+                         const Reason& reason)
+{
+    return {status, "", failureText(what, reason)};
+}
+
+inline Completed refusal(int status, const std::string& what,
+                         const std::string& hint)
+{
+    return refusal(status, what, Reason{"", {}, "", hint});
+}
+
 /** The tool as a user runs it, inside a simulated BMC. */
 class ToolTest : public testing::Test
 {
@@ -22,12 +61,6 @@ class ToolTest : public testing::Test
         std::vector<std::string> command{"wexa-fwmgr"};
         command.insert(command.end(), arguments.begin(), arguments.end());
         return bmc.run(command);
-    }
-
-    /** How the tool ends where it refuses: one line, nothing else. */
-    static Completed refusal(int status, const std::string& line)
-    {
-        return {status, "", "wexa-fwmgr: " + line + "\n"};
     }
 
     Simulation bmc;
@@ -41,6 +74,25 @@ constexpr int callFailed = 4;
 constexpr int flashFailed = 5;
 constexpr int flashNotRun = 6;
 constexpr int timeOut = 7;
+constexpr int notReady = 8;
+
+constexpr auto serviceUnknown = "org.freedesktop.DBus.Error.ServiceUnknown";
+
+/** What to do where a service is not there. */
+constexpr auto startIt = "the service is not on the bus: start it; wexa-fwmgr "
+                         "doctor shows all that is missing";
+
+constexpr auto anotherType =
+    "the service answers with another type than the library knows; wexa-fwmgr "
+    "doctor shows which";
+
+constexpr auto getAnother =
+    "the image is of another kind, was changed, or is signed with a key that "
+    "this board does not trust: get it again";
+
+constexpr auto bySecurityManager = "verification by the security manager";
+
+constexpr auto byCpld = "verification by the CPLD";
 
 constexpr auto securityManagerAbsent =
     "Error in security method call for (/xyz/openbmc_project/security, "

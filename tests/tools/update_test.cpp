@@ -33,10 +33,23 @@ class Update : public ToolTest
     }
 
     /** How the tool ends after it has begun to wait. */
-    Completed ended(int status, const std::string& line) const
+    Completed ended(int status, const std::string& what,
+                    const std::string& hint) const
     {
         return {status, "",
-                "flashing " + image + "\nwexa-fwmgr: " + line + "\n"};
+                "flashing " + image + "\n" +
+                    failureText(what, Reason{"", {}, "", hint})};
+    }
+
+    std::string seeLog() const
+    {
+        return "see what the flash program logged: journalctl -u '" + unit() +
+               "'";
+    }
+
+    std::string seeStatus() const
+    {
+        return "see systemctl status '" + unit() + "'";
     }
 
     Completed update(const std::vector<std::string>& more = {}) const
@@ -53,6 +66,9 @@ class Update : public ToolTest
                0)
         {}
     }
+
+    static constexpr auto startAgain =
+        "start it again, and look at what the flash program logged";
 
     std::string image = images.bmc("2.14.0");
 };
@@ -97,7 +113,8 @@ TEST_F(Update, SaysThatTheFlashOfABiosImageFailed)
     EXPECT_EQ(fwmgr({"update", "bios", image}),
               ended(flashFailed,
                     "the flash failed: systemd ended its job with 'failed', "
-                    "the unit with 'exit-code'; see journalctl -u "
+                    "the unit with 'exit-code'",
+                    "see what the flash program logged: journalctl -u "
                     R"('obmc-flash-host-bios@bios_rot2\x20update\x20)" +
                         path + ".service'"));
 }
@@ -113,7 +130,8 @@ TEST_F(Update, SaysThatTheFlashFailed)
                   ended(flashFailed,
                         std::string("the flash failed: systemd ended its job "
                                     "with 'failed', the unit with '") +
-                            result + "'; see journalctl -u '" + unit() + "'"));
+                            result + "'",
+                        seeLog()));
     }
 }
 
@@ -125,8 +143,8 @@ TEST_F(Update, SaysThatSystemdGaveTheFlashUp)
     EXPECT_EQ(update(),
               ended(flashFailed,
                     "the flash failed: systemd ended its job with 'failed', "
-                    "the unit with 'timeout'; see journalctl -u '" +
-                        unit() + "'"));
+                    "the unit with 'timeout'",
+                    seeLog()));
 }
 
 TEST_F(Update, SaysThatTimeIsUpAndThatTheFlashMayGoOn)
@@ -134,10 +152,10 @@ TEST_F(Update, SaysThatTimeIsUpAndThatTheFlashMayGoOn)
     bmc.set("flash", "hang");
 
     EXPECT_EQ(update({"--timeout", "1"}),
-              ended(timeOut, image +
-                                 ": the flash has not ended after 1 s and "
-                                 "may still run; see systemctl status '" +
-                                 unit() + "'"));
+              ended(timeOut,
+                    image + ": the flash has not ended after 1 s and may "
+                            "still run",
+                    seeStatus()));
 }
 
 TEST_F(Update, CountsTheFirstOutcomeOfAFlashThatIsStopped)
@@ -152,9 +170,8 @@ TEST_F(Update, CountsTheFirstOutcomeOfAFlashThatIsStopped)
 
     EXPECT_EQ(tool.wait(),
               ended(flashFailed,
-                    "the flash failed: systemd ended its job with 'canceled'; "
-                    "see journalctl -u '" +
-                        unit() + "'"));
+                    "the flash failed: systemd ended its job with 'canceled'",
+                    seeLog()));
 }
 
 TEST_F(Update, EndsTheFlashEvenIfNobodyWaits)
@@ -182,7 +199,8 @@ struct Unit
     std::string name;
     std::string sections;
     int status;
-    std::string line;
+    std::string what;
+    std::string hint;
 };
 
 class UpdateSeesThrough :
@@ -198,9 +216,9 @@ TEST_P(UpdateSeesThrough, AUnit)
     bmc.replaceFlashUnit("[Unit]\nDefaultDependencies=no\n" +
                          GetParam().sections);
 
-    const auto line =
-        std::regex_replace(GetParam().line, std::regex("UNIT"), unit());
-    EXPECT_EQ(update(), ended(GetParam().status, line));
+    const auto hint =
+        std::regex_replace(GetParam().hint, std::regex("UNIT"), unit());
+    EXPECT_EQ(update(), ended(GetParam().status, GetParam().what, hint));
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -210,48 +228,50 @@ INSTANTIATE_TEST_SUITE_P(
              "ConditionPathExists=/nonexistent\n"
              "[Service]\nType=oneshot\nExecStart=/bin/true\n",
              flashNotRun,
-             "the flash was not run: a condition of the unit did not hold; "
+             "the flash was not run: a condition of the unit did not hold",
              "take conditions out of UNIT"},
         Unit{"WhoseExecConditionDoesNotHold",
              "[Service]\nType=oneshot\nExecCondition=/bin/false\n"
              "ExecStart=/bin/true\n",
              flashNotRun,
-             "the flash was not run: a condition of the unit did not hold; "
+             "the flash was not run: a condition of the unit did not hold",
              "take conditions out of UNIT"},
         Unit{"WhoseAssertionDoesNotHold",
              "AssertPathExists=/nonexistent\n"
              "[Service]\nType=oneshot\nExecStart=/bin/true\n",
              flashNotRun,
-             "the flash was not run: systemd ended its job with 'assert'; see "
-             "systemctl status 'UNIT'"},
+             "the flash was not run: systemd ended its job with 'assert'",
+             "see systemctl status 'UNIT'"},
         Unit{"WhoseRequirementFails",
              "Requires=broken.service\nAfter=broken.service\n"
              "[Service]\nType=oneshot\nExecStart=/bin/true\n",
              flashNotRun,
-             "the flash was not run: systemd ended its job with 'dependency'; "
+             "the flash was not run: systemd ended its job with 'dependency'",
              "see systemctl status 'UNIT'"},
         Unit{"ThatIgnoresAFailure",
              "[Service]\nType=oneshot\nExecStart=-/bin/false\n", flashFailed,
              "the flash failed: systemd calls its job done, but the unit "
-             "ended with 'success', exit status 1; see journalctl -u 'UNIT'"},
+             "ended with 'success', exit status 1",
+             "see what the flash program logged: journalctl -u 'UNIT'"},
         Unit{"ThatNobodyWaitsFor",
              "[Service]\nType=simple\nExecStart=/bin/sleep 1\n", flashFailed,
              "whether the flash is done cannot be told: the unit is of type "
-             "simple; make it Type=oneshot"}),
+             "simple",
+             "make it Type=oneshot"}),
     [](const auto& row) { return row.param.name; });
 
 TEST_F(Update, SaysThatThereIsNoSuchUnit)
 {
     bmc.set("manager", "error");
 
-    EXPECT_EQ(
-        update(),
-        refusal(callFailed,
-                image +
-                    ": the flash could not be started: Error in trying to "
-                    "upgrade bmc-rot2: sd_bus_call: "
-                    "org.freedesktop.systemd1.NoSuchUnit: Unit " +
-                    unit() + " not found."));
+    EXPECT_EQ(update(),
+              refusal(callFailed, image + ": the flash could not be started",
+                      {"starting the flash unit",
+                       {"Error in trying to upgrade bmc-rot2: sd_bus_call: "
+                        "org.freedesktop.systemd1.NoSuchUnit: Unit " +
+                        unit() + " not found."},
+                       "org.freedesktop.systemd1.NoSuchUnit",
+                       "install the template of the flash unit"}));
 }
 
 TEST_F(Update, SaysThatSystemdIsAbsent)
@@ -259,12 +279,14 @@ TEST_F(Update, SaysThatSystemdIsAbsent)
     bmc.set("manager", "absent");
 
     EXPECT_EQ(update(),
-              refusal(callFailed,
-                      image + ": the flash could not be started: Error in "
-                              "trying to upgrade bmc-rot2: sd_bus_call: "
-                              "org.freedesktop.DBus.Error.ServiceUnknown: The "
-                              "name org.freedesktop.systemd1 was not provided "
-                              "by any .service files"));
+              refusal(callFailed, image + ": the flash could not be started",
+                      {"starting the flash unit",
+                       {"Error in trying to upgrade bmc-rot2: sd_bus_call: "
+                        "org.freedesktop.DBus.Error.ServiceUnknown: The name "
+                        "org.freedesktop.systemd1 was not provided by any "
+                        ".service files"},
+                       serviceUnknown,
+                       startIt}));
 }
 
 TEST_F(Update, SaysThatSystemdLeftTheBusWhileItWaited)
@@ -276,8 +298,10 @@ TEST_F(Update, SaysThatSystemdLeftTheBusWhileItWaited)
     bmc.set("manager", "absent");
 
     EXPECT_EQ(tool.wait(),
-              ended(callFailed, "systemd left the bus; whether the flash "
-                                "ended is not known"));
+              ended(callFailed,
+                    "systemd left the bus; whether the flash ended is not "
+                    "known",
+                    startAgain));
 }
 
 TEST_F(Update, SaysThatTheBusWentAwayWhileItWaited)
@@ -288,10 +312,10 @@ TEST_F(Update, SaysThatTheBusWentAwayWhileItWaited)
     awaitFlash();
     run({"pkill", "-KILL", "-f", bmc.directory() + "/bus.conf"});
 
-    const auto done = tool.wait();
-    EXPECT_EQ(done.status, callFailed);
-    EXPECT_EQ(done.out, "");
-    EXPECT_THAT(done.err, MatchesRegex("flashing .*\nwexa-fwmgr: .*\n"));
+    EXPECT_EQ(tool.wait(),
+              ended(callFailed,
+                    "the bus went away; whether the flash ended is not known",
+                    startAgain));
 }
 
 } // namespace

@@ -18,6 +18,14 @@ class UploadBios : public ToolTest
                                      "--board", board, "--force"});
     }
 
+    static Reason mismatch(const std::string& boards)
+    {
+        return {"comparing the image's board with this one",
+                {"boardID is mismatch"},
+                "",
+                "use the image that is made for this board (" + boards + ")"};
+    }
+
     std::string value(const std::string& service, const std::string& name) const
     {
         return bmc.state()["services"][service]["values"][name];
@@ -67,9 +75,8 @@ TEST_F(UploadBios, AcceptsAnImageWhoseApplyTimeIsNotKnown)
 TEST_F(UploadBios, SaysBothBoardsWhereTheyDiffer)
 {
     EXPECT_EQ(fwmgr({"upload", "bios", image("8")}),
-              refusal(imageRefused,
-                      image("8") + ": refused: boardID is mismatch (the image "
-                                   "is for board 8, this is board 1)"));
+              refusal(imageRefused, image("8") + ": refused",
+                      mismatch("the image is for board 8, this is board 1")));
     EXPECT_EQ(value("fwinfo", "stagingBIOS"), "");
     EXPECT_EQ(bmc.calls("security"), Calls());
 }
@@ -78,32 +85,36 @@ TEST_F(UploadBios, SaysThatTheHostAnswersWithAnotherType)
 {
     bmc.set("host", "wrong-type");
     EXPECT_EQ(fwmgr({"upload", "bios", image()}),
-              refusal(imageRefused,
-                      image() + ": refused: boardID is mismatch (the image is "
-                                "for board 1, the host service tells this "
-                                "board's identifier in a type that is not "
-                                "'q', which counts as board 0)"));
+              refusal(imageRefused, image() + ": refused",
+                      mismatch("the image is for board 1, the host service "
+                               "tells this board's identifier in a type that "
+                               "is not 'q', which counts as board 0")));
 }
 
 TEST_F(UploadBios, TellsAHostThatIsNotThereFromAnotherBoard)
 {
     bmc.set("host", "absent");
     EXPECT_EQ(fwmgr({"upload", "bios", image()}),
-              refusal(callFailed,
-                      image() +
-                          ": could not be examined: boardID is mismatch: "
-                          "sd_bus_call: "
-                          "org.freedesktop.DBus.Error.ServiceUnknown: The "
-                          "name com.WEXA.Host was not provided by any "
-                          ".service files"));
+              refusal(callFailed, image() + ": could not be examined",
+                      {"reading the identifier of this board",
+                       {"boardID is mismatch: sd_bus_call: "
+                        "org.freedesktop.DBus.Error.ServiceUnknown: The name "
+                        "com.WEXA.Host was not provided by any .service "
+                        "files"},
+                       serviceUnknown,
+                       startIt}));
 }
 
 TEST_F(UploadBios, RefusesAFileOfAnotherKindWithTheLibrarysWords)
 {
     const auto other = images.bmc("1");
     EXPECT_EQ(fwmgr({"upload", "bios", other}),
-              refusal(imageRefused, other + ": refused: Unable to read "
-                                            "version from bios image"));
+              refusal(imageRefused, other + ": refused",
+                      {"reading the version of the BIOS image",
+                       {"Unable to read version from bios image"},
+                       "",
+                       "the file is no BIOS image, or is damaged: get it "
+                       "again"}));
 }
 
 } // namespace

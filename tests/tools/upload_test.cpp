@@ -36,8 +36,12 @@ TEST_F(Upload, RecordsTheVersionOfAnAcceptedImage)
 TEST_F(Upload, RefusesAFileThatIsNoImageWithTheLibrarysWords)
 {
     EXPECT_EQ(fwmgr({"upload", "bmc", "/etc/passwd"}),
-              refusal(imageRefused, "/etc/passwd: refused: Unable to read "
-                                    "version from image"));
+              refusal(imageRefused, "/etc/passwd: refused",
+                      {"reading the version of the BMC image",
+                       {"Unable to read version from image"},
+                       "",
+                       "the file is no BMC image, or is damaged: get it "
+                       "again"}));
     EXPECT_EQ(staged(), "s \"\"\n");
 }
 
@@ -48,10 +52,11 @@ TEST_F(Upload, RefusesAnImageThatIsNotAuthentic)
 
     EXPECT_EQ(
         fwmgr({"upload", "bmc", image}),
-        refusal(imageRefused, image +
-                                  ": refused: Verify false; Error !! VerifyBMC "
-                                  "failed. image: " +
-                                  image));
+        refusal(imageRefused, image + ": refused",
+                {bySecurityManager,
+                 {"Verify false", "Error !! VerifyBMC failed. image: " + image},
+                 "",
+                 getAnother}));
     EXPECT_EQ(staged(), "s \"\"\n");
 }
 
@@ -61,10 +66,12 @@ TEST_F(Upload, TellsAFailedVerificationCallFromARefusal)
     bmc.set("security", "absent");
 
     EXPECT_EQ(fwmgr({"upload", "bmc", image}),
-              refusal(callFailed,
-                      image +
-                          ": could not be examined: " + securityManagerAbsent +
-                          "; Error !! VerifyBMC failed. image: " + image));
+              refusal(callFailed, image + ": could not be examined",
+                      {bySecurityManager,
+                       {securityManagerAbsent,
+                        "Error !! VerifyBMC failed. image: " + image},
+                       serviceUnknown,
+                       startIt}));
     EXPECT_EQ(staged(), "s \"\"\n");
 }
 
@@ -75,13 +82,16 @@ TEST_F(Upload, SaysThatTheVersionCouldNotBeRecorded)
 
     EXPECT_EQ(
         fwmgr({"upload", "bmc", image}),
-        refusal(callFailed,
-                image +
-                    ": could not be examined: Error in fwinfo method call for "
-                    "(/xyz/openbmc_project/fwinfo, "
-                    "xyz.openbmc_project.fwinfo.FwInfoManager: sd_bus_call: "
-                    "org.freedesktop.DBus.Error.AccessDenied: the simulated "
-                    "service was told to refuse"));
+        refusal(callFailed, image + ": could not be examined",
+                {"recording the version as staged",
+                 {"Error in fwinfo method call for "
+                  "(/xyz/openbmc_project/fwinfo, "
+                  "xyz.openbmc_project.fwinfo.FwInfoManager: sd_bus_call: "
+                  "org.freedesktop.DBus.Error.AccessDenied: the simulated "
+                  "service was told to refuse"},
+                 "org.freedesktop.DBus.Error.AccessDenied",
+                 "the service, or the policy of the bus, does not allow this: "
+                 "run it as root"}));
     EXPECT_EQ(staged(), "s \"\"\n");
 }
 

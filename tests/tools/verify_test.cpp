@@ -7,7 +7,11 @@ namespace
 {
 
 class Verify : public ToolTest
-{};
+{
+  protected:
+    const Reason notVerified{
+        bySecurityManager, {"Verify false"}, "", getAnother};
+};
 
 TEST_F(Verify, SaysThatAnImageIsAuthentic)
 {
@@ -35,7 +39,7 @@ TEST_F(Verify, RefusesABmcImageAsBios)
 {
     const auto image = images.bmc("1");
     EXPECT_EQ(fwmgr({"verify", "bios", image}),
-              refusal(imageRefused, image + ": not authentic: Verify false"));
+              refusal(imageRefused, image + ": not authentic", notVerified));
 }
 
 TEST_F(Verify, RefusesAnImageWithAnotherDigestWithTheLibrarysWords)
@@ -44,7 +48,7 @@ TEST_F(Verify, RefusesAnImageWithAnotherDigestWithTheLibrarysWords)
         "bad", {"--kind", "bmc", "--version", "2.14.0", "--broken", "digest"});
 
     EXPECT_EQ(fwmgr({"verify", "bmc", image}),
-              refusal(imageRefused, image + ": not authentic: Verify false"));
+              refusal(imageRefused, image + ": not authentic", notVerified));
 }
 
 TEST_F(Verify, TellsAFailedCallFromARefusal)
@@ -53,8 +57,11 @@ TEST_F(Verify, TellsAFailedCallFromARefusal)
     bmc.set("security", "absent");
 
     EXPECT_EQ(fwmgr({"verify", "bmc", image}),
-              refusal(callFailed, image + ": could not be verified: " +
-                                      securityManagerAbsent));
+              refusal(callFailed, image + ": could not be verified",
+                      {bySecurityManager,
+                       {securityManagerAbsent},
+                       serviceUnknown,
+                       startIt}));
 }
 
 TEST_F(Verify, SaysThatAnAnswerHadAnotherType)
@@ -64,13 +71,15 @@ TEST_F(Verify, SaysThatAnAnswerHadAnotherType)
 
     EXPECT_EQ(
         fwmgr({"verify", "bmc", image}),
-        refusal(callFailed,
-                image +
-                    ": could not be verified: Error in security method call "
-                    "for (/xyz/openbmc_project/security, "
-                    "xyz.openbmc_project.security.SecurityManager: "
-                    "sd_bus_message_read_basic bool: System.Error.ENXIO: No "
-                    "such device or address"));
+        refusal(callFailed, image + ": could not be verified",
+                {bySecurityManager,
+                 {"Error in security method call for "
+                  "(/xyz/openbmc_project/security, "
+                  "xyz.openbmc_project.security.SecurityManager: "
+                  "sd_bus_message_read_basic bool: System.Error.ENXIO: No "
+                  "such device or address"},
+                 "System.Error.ENXIO",
+                 anotherType}));
 }
 
 TEST_F(Verify, ShowsTheLibrarysLogWhenAskedTo)

@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <string>
+
+/** How wexa-fwmgr ends; documented in README.md. */
+enum class ExitStatus
+{
+    success = 0,
+    /** Nothing that should ever happen; or the result could not be written. */
+    unexpected = 1,
+    /** An option, an argument or an image path that cannot be used. */
+    wrongUsage = 2,
+    /** The image is not one, or not authentic. */
+    imageRefused = 3,
+    /** The library, the bus or a service on it could not be asked. */
+    callFailed = 4,
+    /** The flash was started and did not succeed. */
+    flashFailed = 5,
+    /** systemd ended the job without running the flash. */
+    flashNotRun = 6,
+    /** The flash did not end in time; it may still run. */
+    timeOut = 7,
+    /** The board lacks something that the library needs. */
+    notReady = 8,
+    /** Stopped by SIGHUP, SIGINT or SIGTERM while it waited: 128 and the
+     *  signal's number, as a shell would say it. The flash may still run.
+     */
+    hungUp = 129,
+    interrupted = 130,
+    terminated = 143,
+};
+
+/** The same as one word, for programs. */
+std::string nameOf(ExitStatus status);

@@ -1,0 +1,110 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "unit_name.hpp"
+
+#include <algorithm>
+#include <charconv>
+#include <string_view>
+
+const std::vector<FlashTemplate>& flashTemplates()
+{
+    static const std::vector<FlashTemplate> all{
+        {"bmc", "obmc-flash-bmc-rot2@", R"(bmc_rot2\x20update\x20)"},
+        {"bios", "obmc-flash-host-bios@", R"(bios_rot2\x20update\x20)"},
+        {"cpld", "obmc-flash-bmc-rot2@", R"(cpld_rot2\x20update\x20)"},
+    };
+    return all;
+}
+
+const FlashTemplate& flashTemplateOf(const std::string& kind)
+{
+    return *std::ranges::find(flashTemplates(), kind, &FlashTemplate::kind);
+}
+
+std::string flashUnitName(const std::string& kind, const std::string& component,
+                          const std::string& imagePath)
+{
+    const auto& flash = flashTemplateOf(kind);
+    auto path = imagePath;
+    std::ranges::replace(path, '/', '-');
+    return flash.prefix + flash.words +
+           (component.empty() ? "" : component + R"(\x20)") + path + ".service";
+}
+
+std::string unescapedInstance(const std::string& unit)
+{
+    const auto at = unit.find('@') + 1;
+    const auto instance = unit.substr(at, unit.rfind('.') - at);
+    std::string text;
+    for (std::size_t i = 0; i < instance.size(); ++i)
+    {
+        unsigned char code = 0;
+        const auto* const digits = instance.data() + i + 2;
+        if (std::string_view(instance).substr(i).starts_with(R"(\x)") &&
+            i + 4 <= instance.size() &&
+            std::from_chars(digits, digits + 2, code, 16).ptr == digits + 2)
+        {
+            text += static_cast<char>(code);
+            i += 3;
+        }
+        else
+        {
+            text += instance[i] == '-' ? '/' : instance[i];
+        }
+    }
+    return text;
+}
+
+static bool isCarried(char c)
+{
+    constexpr std::string_view others = "/:_.@";
+    return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') ||
+           (c >= 'A' && c <= 'Z') || others.find(c) != std::string_view::npos;
+}
+
+bool isUnitName(const std::string& name)
+{
+    return name.size() <= longestUnitName &&
+           std::ranges::all_of(name, [](char c) {
+               return c != '/' && (isCarried(c) || c == '-' || c == '\\');
+           });
+}
+
+std::optional<Obstacle> obstacleOfPath(const std::string& imagePath)
+{
+    if (imagePath.find('-') != std::string::npos)
+    {
+        return Obstacle{"the flash unit would read each \"-\" as \"/\"",
+                        "move the image to a path without \"-\""};
+    }
+    if (!std::ranges::all_of(imagePath, isCarried))
+    {
+        return Obstacle{"a unit name cannot carry this path",
+                        std::string("move the image to a path of ") +
+                            carriedCharacters};
+    }
+    return {};
+}
+
+std::optional<Obstacle> obstacleOfComponent(const std::string& component)
+{
+    if (component.find('/') != std::string::npos ||
+        !std::ranges::all_of(component, isCarried))
+    {
+        return Obstacle{
+            "a unit name cannot carry this name",
+            "have the CPLD update manager call it by letters, digits, \":\", "
+            "\"_\", \".\" and \"@\""};
+    }
+    return {};
+}
+
+std::optional<Obstacle> obstacleOfLength(const std::string& unit)
+{
+    if (unit.size() > longestUnitName)
+    {
+        return Obstacle{"is " + std::to_string(unit.size() - longestUnitName) +
+                            " characters too long for a unit name",
+                        "move the image to a shorter path"};
+    }
+    return {};
+}

@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "result.hpp"
+
+#include <chrono>
+#include <functional>
+#include <string>
+
+/** What a verb works on. */
+struct Request
+{
+    std::string bus = "system";
+    /** As the command line calls it: bmc, bios or cpld. */
+    std::string kind;
+    std::string image;
+    std::string component;
+    /** Where a daemon would keep uploaded images; may be empty. */
+    std::string imageDirectory;
+    bool verbose = false;
+    bool json = false;
+    bool dryRun = false;
+    /** Whether `update` waits for the end of the flash. */
+    bool wait = true;
+    /** How long it does. */
+    std::chrono::seconds timeout{600};
+    /** Shows something that has just happened, while the verb goes on. */
+    std::function<void(const Result&)> tell;
+};
+
+/** Does what was asked for.
+ *
+ *  @throw Failure  it could not; with the reason
+ */
+using Verb = Result (*)(const Request&);

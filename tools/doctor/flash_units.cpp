@@ -1,0 +1,290 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "../common/dbus_error.hpp"
+#include "../common/patience.hpp"
+#include "../common/systemd.hpp"
+#include "../common/unit_name.hpp"
+#include "checks.hpp"
+#include "remote_object.hpp"
+
+#include <sdbusplus/exception.hpp>
+#include <sdbusplus/message.hpp>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <limits>
+#include <tuple>
+#include <variant>
+
+namespace
+{
+
+/** A condition: type, whether it triggers, whether it is negated, parameter,
+ *  state.
+ */
+using Condition = std::tuple<std::string, bool, bool, std::string, int32_t>;
+
+/** A command: program, arguments, whether its failure is ignored, and when
+ *  and how it ran last.
+ */
+using Command =
+    std::tuple<std::string, std::vector<std::string>, bool, uint64_t, uint64_t,
+               uint64_t, uint64_t, uint32_t, int32_t, int32_t>;
+
+/** Exit statuses and signals that count as success besides 0. */
+using ExitStatusSet = std::tuple<std::vector<int32_t>, std::vector<int32_t>>;
+
+/** Any path will do: only the template is looked at. */
+constexpr auto samplePath = "/doctor/image";
+
+/** A unit as systemd has loaded it. */
+class LoadedUnit
+{
+  public:
+    LoadedUnit(sdbusplus::bus::bus& bus, const std::string& name) : bus(bus)
+    {
+        auto call = bus.new_method_call(systemd::service, systemd::path,
+                                        systemd::managerInterface, "LoadUnit");
+        call.append(name);
+        bus.call(call, patience).read(object);
+    }
+
+    template <typename Value>
+    Value ofUnit(const char* property) const
+    {
+        return read<Value>("org.freedesktop.systemd1.Unit", property);
+    }
+
+    template <typename Value>
+    Value ofService(const char* property) const
+    {
+        return read<Value>("org.freedesktop.systemd1.Service", property);
+    }
+
+  private:
+    template <typename Value>
+    Value read(const char* interface, const char* property) const
+    {
+        auto call =
+            bus.new_method_call(systemd::service, object.str.c_str(),
+                                "org.freedesktop.DBus.Properties", "Get");
+        call.append(interface, property);
+        std::variant<Value> value;
+        bus.call(call, patience).read(value);
+        return std::get<Value>(value);
+    }
+
+    sdbusplus::bus::bus& bus;
+    sdbusplus::message::object_path object;
+};
+
+/** Looks at one template. */
+class TemplateCheck
+{
+  public:
+    TemplateCheck(Findings& findings, const LoadedUnit& unit,
+                  std::string name) :
+        findings(findings),
+        unit(unit), name(std::move(name))
+    {}
+
+    void run()
+    {
+        const auto before = bad();
+        if (!isLoaded())
+        {
+            return;
+        }
+        checkType();
+        checkConditions();
+        checkCommands();
+        checkSuccess();
+        checkTimeOut();
+        if (bad() == before)
+        {
+            findings.ok(name + " is installed and honest");
+        }
+    }
+
+  private:
+    std::size_t bad() const
+    {
+        return findings.count(Level::failure) + findings.count(Level::warning);
+    }
+
+    bool isLoaded()
+    {
+        const auto state = unit.ofUnit<std::string>("LoadState");
+        if (state == "loaded")
+        {
+            return true;
+        }
+        if (state == "masked")
+        {
+            findings.failure(name + " is masked: nothing can be flashed",
+                             "systemctl unmask '" + name + "'");
+        }
+        else
+        {
+            findings.failure(name + " is not installed or has errors (" +
+                                 state + "): nothing can be flashed",
+                             "install the template; see systemd-analyze "
+                             "verify");
+        }
+        return false;
+    }
+
+    void checkType()
+    {
+        if (const auto type = unit.ofService<std::string>("Type");
+            type != "oneshot")
+        {
+            findings.failure(name + " is of type " + type +
+                                 ": systemd calls its job done before the "
+                                 "flash has ended",
+                             "make it Type=oneshot");
+        }
+        if (unit.ofService<bool>("RemainAfterExit"))
+        {
+            findings.failure(name + " remains after exit: the same image is "
+                                    "not flashed a second time, though its "
+                                    "job is done",
+                             "take RemainAfterExit out");
+        }
+    }
+
+    void checkConditions()
+    {
+        if (!unit.ofUnit<std::vector<Condition>>("Conditions").empty() ||
+            !unit.ofService<std::vector<Command>>("ExecCondition").empty())
+        {
+            findings.failure(name + " has conditions: where one does not "
+                                    "hold, systemd calls the job done though "
+                                    "nothing was flashed",
+                             "take the conditions out; an assertion is "
+                             "honest");
+        }
+    }
+
+    void checkCommands()
+    {
+        const auto commands = unit.ofService<std::vector<Command>>("ExecStart");
+        if (commands.empty())
+        {
+            findings.failure(name + " runs nothing",
+                             "give it an ExecStart that flashes");
+        }
+        for (const auto& command : commands)
+        {
+            checkCommand(command);
+        }
+        if (!commands.empty() && !isGivenThePath(commands))
+        {
+            findings.warning(name + " does not give its program the path of "
+                                    "the image",
+                             "pass \"%I\", which has each \"-\" of the "
+                             "instance turned back into \"/\"");
+        }
+    }
+
+    void checkCommand(const Command& command)
+    {
+        const auto& program = std::get<0>(command);
+        if (std::get<2>(command))
+        {
+            findings.failure(name + " ignores a failure of " + program +
+                                 ": systemd calls a failed flash done",
+                             "take the \"-\" before the command away");
+        }
+        if (access(program.c_str(), X_OK) != 0)
+        {
+            findings.failure(program + ", which " + name +
+                                 " runs, cannot be executed",
+                             "install it");
+        }
+    }
+
+    static bool isGivenThePath(const std::vector<Command>& commands)
+    {
+        return std::ranges::any_of(commands, [](const auto& command) {
+            return std::ranges::any_of(
+                std::get<1>(command), [](const auto& argument) {
+                    return argument.find(samplePath) != std::string::npos;
+                });
+        });
+    }
+
+    void checkSuccess()
+    {
+        const auto [statuses, signals] =
+            unit.ofService<ExitStatusSet>("SuccessExitStatus");
+        if (!statuses.empty() || !signals.empty())
+        {
+            findings.failure(name + " counts exit statuses besides 0 as "
+                                    "success",
+                             "take SuccessExitStatus out");
+        }
+    }
+
+    void checkTimeOut()
+    {
+        if (unit.ofService<uint64_t>("TimeoutStartUSec") ==
+            std::numeric_limits<uint64_t>::max())
+        {
+            findings.warning(name + " has no time-out: a flash that hangs "
+                                    "never ends",
+                             "set TimeoutStartSec");
+        }
+    }
+
+    Findings& findings;
+    const LoadedUnit& unit;
+    std::string name;
+};
+
+void checkTemplate(Findings& findings, sdbusplus::bus::bus& bus,
+                   const FlashTemplate& flash)
+{
+    const auto component = flash.kind == "cpld" ? "CPLD" : "";
+    try
+    {
+        const LoadedUnit unit(bus,
+                              flashUnitName(flash.kind, component, samplePath));
+        TemplateCheck(findings, unit, flash.prefix + ".service").run();
+    }
+    catch (const sdbusplus::exception::exception& error)
+    {
+        findings.failure("systemd tells nothing of " + flash.prefix +
+                             ".service (" + error.name() + ")",
+                         hintFor(error.name()));
+    }
+}
+
+} // namespace
+
+void checkFlashUnits(Findings& findings, sdbusplus::bus::bus& bus,
+                     const Kinds& kinds)
+{
+    findings.area("flash units");
+    const Need need{Level::failure, "nothing can be flashed"};
+    if (!isOnTheBus(findings, bus, systemd::service, need))
+    {
+        return;
+    }
+    const auto offered =
+        offeredBy(findings, bus, systemd::service, systemd::path,
+                  systemd::managerInterface, need);
+    if (!offered)
+    {
+        return;
+    }
+    checkMethod(findings, *offered, "StartUnit", {"ss", "o"}, need);
+    std::set<std::string> looked;
+    for (const auto& flash : flashTemplates())
+    {
+        if (kinds.contains(flash.kind) && looked.insert(flash.prefix).second)
+        {
+            checkTemplate(findings, bus, flash);
+        }
+    }
+}

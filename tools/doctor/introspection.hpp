@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <sdbusplus/bus.hpp>
+
+#include <map>
+#include <optional>
+#include <string>
+
+/** D-Bus signatures of what goes in and what comes out. */
+struct MethodTypes
+{
+    std::string in;
+    std::string out;
+};
+
+struct PropertyType
+{
+    std::string type;
+    /** As introspection says it: read, write or readwrite. */
+    std::string access;
+};
+
+/** What an object says that it offers at one of its interfaces. */
+struct OfferedInterface
+{
+    std::map<std::string, MethodTypes> methods;
+    std::map<std::string, PropertyType> properties;
+};
+
+using OfferedInterfaces = std::map<std::string, OfferedInterface>;
+
+/** Has an object tell what it offers.
+ *
+ *  @return nothing where it does, but not in a form that can be read
+ *  @throw sdbusplus::exception::exception  it does not tell
+ */
+std::optional<OfferedInterfaces> introspect(sdbusplus::bus::bus& bus,
+                                            const std::string& service,
+                                            const std::string& path);

@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "findings.hpp"
+#include "introspection.hpp"
+
+#include <sdbusplus/bus.hpp>
+
+#include <optional>
+#include <string>
+
+/** How bad it is if something is not there. */
+struct Need
+{
+    Level level;
+    /** What the library cannot do then. */
+    std::string without;
+};
+
+/** Whether a service is on the bus; a finding if it is not. */
+bool isOnTheBus(Findings& findings, sdbusplus::bus::bus& bus,
+                const std::string& service, const Need& need);
+
+/** What an object offers at an interface; a finding where it is not there, or
+ *  does not tell.
+ */
+std::optional<OfferedInterface>
+offeredBy(Findings& findings, sdbusplus::bus::bus& bus,
+          const std::string& service, const std::string& path,
+          const std::string& interface, const Need& need);
+
+/** Looks for a method. */
+void checkMethod(Findings& findings, const OfferedInterface& offered,
+                 const std::string& name, const MethodTypes& types,
+                 const Need& need);
+
+/** Looks for a property.
+ *
+ *  @return whether it is there and has this type
+ */
+bool checkProperty(Findings& findings, const OfferedInterface& offered,
+                   const std::string& name, const std::string& type,
+                   bool writable, const Need& need);

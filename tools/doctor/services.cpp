@@ -1,0 +1,191 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "../common/patience.hpp"
+#include "checks.hpp"
+#include "remote_object.hpp"
+
+#include <sdbusplus/exception.hpp>
+#include <sdbusplus/message.hpp>
+
+#include <cstdint>
+#include <variant>
+
+static const Need verification{Level::failure, "no such image can be verified"};
+
+static void checkSecurityManager(Findings& findings, sdbusplus::bus::bus& bus,
+                                 const Kinds& kinds)
+{
+    constexpr auto service = "xyz.openbmc_project.SecurityManager";
+    findings.area("security manager");
+    if (!isOnTheBus(findings, bus, service, verification))
+    {
+        return;
+    }
+    const auto offered =
+        offeredBy(findings, bus, service, "/xyz/openbmc_project/security",
+                  "xyz.openbmc_project.security.SecurityManager", verification);
+    if (!offered)
+    {
+        return;
+    }
+    if (kinds.contains("bmc"))
+    {
+        checkMethod(findings, *offered, "verifyBmc", {"s", "b"}, verification);
+    }
+    if (kinds.contains("bios"))
+    {
+        checkMethod(findings, *offered, "verifyBios", {"s", "b"}, verification);
+        checkMethod(findings, *offered, "verifyCapsule", {"s", "b"},
+                    verification);
+    }
+}
+
+static void checkFirmwareInformation(Findings& findings,
+                                     sdbusplus::bus::bus& bus,
+                                     const Kinds& kinds)
+{
+    constexpr auto service = "xyz.openbmc_project.FwInfoManager";
+    const Need need{Level::failure, "such an image is refused when its version "
+                                    "is to be recorded as staged"};
+    findings.area("firmware information");
+    if (!isOnTheBus(findings, bus, service, need))
+    {
+        return;
+    }
+    const auto offered =
+        offeredBy(findings, bus, service, "/xyz/openbmc_project/fwinfo",
+                  "xyz.openbmc_project.fwinfo.FwInfoManager", need);
+    if (!offered)
+    {
+        return;
+    }
+    if (kinds.contains("bmc"))
+    {
+        checkProperty(findings, *offered, "stagingBMC", "s", true, need);
+    }
+    if (kinds.contains("bios"))
+    {
+        checkProperty(findings, *offered, "stagingBIOS", "s", true, need);
+        checkProperty(findings, *offered, "stagingCapsuleMCU", "s", true, need);
+    }
+}
+
+/** Where a property is read. */
+struct Place
+{
+    const char* service;
+    const char* path;
+    const char* interface;
+};
+
+/** Reads a property; a finding where that fails. */
+template <typename Value>
+static std::optional<Value>
+valueOf(Findings& findings, sdbusplus::bus::bus& bus, const Place& place,
+        const char* property, const Need& need)
+{
+    try
+    {
+        auto call =
+            bus.new_method_call(place.service, place.path,
+                                "org.freedesktop.DBus.Properties", "Get");
+        call.append(place.interface, property);
+        std::variant<Value> value;
+        bus.call(call, patience).read(value);
+        return std::get<Value>(value);
+    }
+    catch (const sdbusplus::exception::exception& error)
+    {
+        const auto what = std::string(property) + " cannot be read (" +
+                          error.name() + "): " + need.without;
+        constexpr auto advice = "look at what the service itself logged";
+        if (need.level == Level::warning)
+        {
+            findings.warning(what, advice);
+        }
+        else
+        {
+            findings.failure(what, advice);
+        }
+        return {};
+    }
+}
+
+static void checkHost(Findings& findings, sdbusplus::bus::bus& bus)
+{
+    constexpr Place host{"com.WEXA.Host", "/com/WEXA/Host", "com.WEXA.Host"};
+    const Need need{Level::failure,
+                    "every BIOS image is taken for another board's"};
+    findings.area("host");
+    if (!isOnTheBus(findings, bus, host.service, need))
+    {
+        return;
+    }
+    const auto offered =
+        offeredBy(findings, bus, host.service, host.path, host.interface, need);
+    if (!offered ||
+        !checkProperty(findings, *offered, "BoardId", "q", false, need))
+    {
+        return;
+    }
+    if (const auto board =
+            valueOf<std::uint16_t>(findings, bus, host, "BoardId", need))
+    {
+        findings.ok("this is board " + std::to_string(*board));
+    }
+}
+
+static void checkSettings(Findings& findings, sdbusplus::bus::bus& bus)
+{
+    constexpr Place settings{"xyz.openbmc_project.Settings",
+                             "/xyz/openbmc_project/software/apply_time",
+                             "xyz.openbmc_project.Software.ApplyTime"};
+    const Need need{Level::warning, "uploads of BIOS images tell no apply "
+                                    "time"};
+    const std::string enumeration =
+        "xyz.openbmc_project.Software.ApplyTime.RequestedApplyTimes.";
+    const std::set<std::string> known{enumeration + "OnReset",
+                                      enumeration + "Immediate",
+                                      enumeration + "OnStartUpdateRequest"};
+    findings.area("settings");
+    if (!isOnTheBus(findings, bus, settings.service, need))
+    {
+        return;
+    }
+    const auto offered = offeredBy(findings, bus, settings.service,
+                                   settings.path, settings.interface, need);
+    if (!offered || !checkProperty(findings, *offered, "RequestedApplyTime",
+                                   "s", false, need))
+    {
+        return;
+    }
+    const auto requested = valueOf<std::string>(findings, bus, settings,
+                                                "RequestedApplyTime", need);
+    if (requested && !known.contains(*requested))
+    {
+        findings.warning(
+            "the requested apply time is '" + *requested +
+                "', which the library does not know: " + need.without,
+            "set one of " + enumeration +
+                "OnReset, Immediate, OnStartUpdateRequest");
+    }
+    else if (requested)
+    {
+        findings.ok("the requested apply time is " +
+                    requested->substr(enumeration.size()));
+    }
+}
+
+void checkServices(Findings& findings, sdbusplus::bus::bus& bus,
+                   const Kinds& kinds)
+{
+    if (kinds.contains("bmc") || kinds.contains("bios"))
+    {
+        checkSecurityManager(findings, bus, kinds);
+        checkFirmwareInformation(findings, bus, kinds);
+    }
+    if (kinds.contains("bios"))
+    {
+        checkHost(findings, bus);
+        checkSettings(findings, bus);
+    }
+}

@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <wexa/core/fwmanager_internal.hpp>
+
+#include <string>
+#include <vector>
+
+/** What an operation works on. */
+struct Target
+{
+    std::string image;
+    /** Of a CPLD image; else empty. */
+    std::string component;
+};
+
+/** How the library's operations are called for one kind of firmware. */
+class FirmwareKind
+{
+  public:
+    using Manager = wexa::core::FWManagerInternal;
+
+    virtual ~FirmwareKind() = default;
+
+    /** What the command line calls it. */
+    virtual std::string name() const = 0;
+
+    /** What a file of this kind is, in words. */
+    virtual std::string wordsFor(std::string image) const = 0;
+
+    /** Whether images are for one component of several, and may be in a
+     *  directory.
+     */
+    virtual bool hasComponents() const
+    {
+        return false;
+    }
+
+    virtual wexa::core::UploadResult upload(Manager& manager,
+                                            const Target& target) const = 0;
+    virtual int verify(Manager& manager, const Target& target) const = 0;
+
+    /** @return 0: systemd accepted the job */
+    virtual int update(Manager& manager, const Target& target) const = 0;
+
+    /** Whether a job may have been accepted although `update` failed. */
+    virtual bool mayHideTheJob() const
+    {
+        return false;
+    }
+
+    virtual int stateChanged(Manager& manager,
+                             sdbusplus::message::message& job) const = 0;
+    virtual void succeeded(Manager& manager) const = 0;
+};
+
+/** All that there are. */
+const std::vector<const FirmwareKind*>& firmwareKinds();
+
+/** @param name  of one that there is */
+const FirmwareKind& firmwareKindNamed(const std::string& name);

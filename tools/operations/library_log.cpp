@@ -1,0 +1,135 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "library_log.hpp"
+
+#include "../common/dbus_error.hpp"
+#include "log_lines.hpp"
+
+#include <algorithm>
+#include <cstdio>
+#include <iostream>
+#include <sstream>
+
+/** Takes a stream's place until it is destroyed. */
+class LibraryLog::Listener : public std::streambuf
+{
+  public:
+    Listener(std::ostream& stream, bool passOn) :
+        stream(stream), passOn(passOn), replaced(stream.rdbuf(this))
+    {}
+
+    ~Listener() override
+    {
+        stream.rdbuf(replaced);
+    }
+
+    Listener(const Listener&) = delete;
+    Listener& operator=(const Listener&) = delete;
+
+    std::vector<std::string> lines() const
+    {
+        std::vector<std::string> lines;
+        std::istringstream text(heard);
+        std::string line;
+        while (std::getline(text, line))
+        {
+            lines.push_back(line);
+        }
+        return lines;
+    }
+
+  protected:
+    std::streamsize xsputn(const char* text, std::streamsize size) override
+    {
+        heard.append(text, static_cast<std::size_t>(size));
+        if (passOn)
+        {
+            std::fwrite(text, 1, static_cast<std::size_t>(size), stderr);
+        }
+        return size;
+    }
+
+    int_type overflow(int_type character) override
+    {
+        const auto byte = traits_type::to_char_type(character);
+        xsputn(&byte, 1);
+        return character;
+    }
+
+  private:
+    std::ostream& stream;
+    bool passOn;
+    std::streambuf* replaced;
+    std::string heard;
+};
+
+LibraryLog::LibraryLog(bool passOn) :
+    out(std::make_unique<Listener>(std::cout, passOn)),
+    err(std::make_unique<Listener>(std::cerr, passOn))
+{}
+
+LibraryLog::~LibraryLog() = default;
+
+std::vector<std::string> LibraryLog::progress() const
+{
+    return out->lines();
+}
+
+std::vector<std::string> LibraryLog::linesOfFailure() const
+{
+    auto lines = err->lines();
+    // A no of whoever verifies is logged as progress.
+    if (const auto said = progress();
+        !said.empty() && explanationOf(said.back()) != nullptr)
+    {
+        lines.insert(lines.begin(), said.back());
+    }
+    return lines;
+}
+
+/** The explanation of the line that tells why an operation failed. */
+static const LogLine* causeAmong(const std::vector<std::string>& lines)
+{
+    for (const auto& line : lines)
+    {
+        if (const auto* const found = explanationOf(line);
+            found != nullptr && (found->meaning == Meaning::refusal ||
+                                 found->meaning == Meaning::failedCall))
+        {
+            return found;
+        }
+    }
+    return nullptr;
+}
+
+Reason LibraryLog::reason() const
+{
+    Reason reason;
+    reason.library = linesOfFailure();
+    if (const auto* const cause = causeAmong(reason.library))
+    {
+        reason.step = cause->step;
+        reason.hint = cause->hint;
+    }
+    if (tellsOfAFailedCall())
+    {
+        for (const auto& line : reason.library)
+        {
+            const auto name = dbusErrorIn(line);
+            reason.dbusError = name.empty() ? reason.dbusError : name;
+        }
+        reason.hint = hintFor(reason.dbusError);
+    }
+    return reason;
+}
+
+bool LibraryLog::tellsOfAFailedCall() const
+{
+    const auto* const cause = causeAmong(linesOfFailure());
+    return cause != nullptr && cause->meaning == Meaning::failedCall;
+}
+
+bool LibraryLog::tellsOfAnotherBoard() const
+{
+    const auto lines = err->lines();
+    return std::ranges::find(lines, "boardID is mismatch") != lines.end();
+}

@@ -1,0 +1,258 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "../common/connection.hpp"
+#include "../common/failure.hpp"
+#include "../common/patience.hpp"
+#include "../common/systemd.hpp"
+#include "../common/unit_name.hpp"
+#include "flash_unit.hpp"
+#include "interruption.hpp"
+#include "verbs.hpp"
+#include "verdict.hpp"
+
+#include <wexa/core/fwmanager_internal.hpp>
+
+#include <sdbusplus/bus/match.hpp>
+#include <sdbusplus/exception.hpp>
+#include <sdbusplus/message.hpp>
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <ctime>
+#include <deque>
+
+using nlohmann::json;
+using sdbusplus::message::message;
+
+namespace
+{
+
+std::string now()
+{
+    const auto seconds = std::time(nullptr);
+    std::array<char, 32> text{};
+    std::strftime(text.data(), text.size(), "%FT%T%z",
+                  std::localtime(&seconds));
+    return text.data();
+}
+
+/** Which firmware a unit flashes; nothing where it is no flash unit. */
+const FlashTemplate* templateOf(const std::string& unit)
+{
+    const auto& all = flashTemplates();
+    const auto found = std::ranges::find_if(all, [&](const auto& flash) {
+        return unit.starts_with(flash.prefix + flash.words);
+    });
+    return found == all.end() ? nullptr : &*found;
+}
+
+/** Shows what systemd and the CPLD update manager say. */
+class Monitor
+{
+  public:
+    Monitor(sdbusplus::bus::bus& bus, const Request& request) :
+        bus(bus), request(request),
+        newJobs(bus, systemd::signalRule("JobNew"),
+                [this](auto& signal) { jobNew(signal); }),
+        endedJobs(bus, systemd::signalRule("JobRemoved"),
+                  [this](auto& signal) { jobRemoved(signal); }),
+        owners(bus, systemd::ownerRule,
+               [this](auto& signal) { ownerChanged(signal); }),
+        notifications(
+            bus,
+            wexa::core::FWManagerInternal(bus).getCpldNotifiedRulesPattern(),
+            [this](auto& signal) { notified(signal); })
+    {
+        subscribe();
+        holdUnitsOfRunningJobs();
+    }
+
+    /** Until it is stopped. */
+    void run()
+    {
+        constexpr std::chrono::milliseconds slice{100};
+        const Interruption interruption;
+        while (!Interruption::signal())
+        {
+            while (bus.process_discard())
+            {}
+            showEndedJobs();
+            bus.wait(slice);
+        }
+    }
+
+  private:
+    struct EndedJob
+    {
+        std::string unit;
+        std::string result;
+    };
+
+    void subscribe()
+    {
+        try
+        {
+            auto call =
+                bus.new_method_call(systemd::service, systemd::path,
+                                    systemd::managerInterface, "Subscribe");
+            bus.call(call, patience);
+        }
+        catch (const sdbusplus::exception::exception&)
+        {
+            tell("systemd_absent", {}, "systemd is not on the bus");
+        }
+    }
+
+    /** Of those that began before anybody listened. */
+    void holdUnitsOfRunningJobs()
+    {
+        using Job = std::tuple<std::uint32_t, std::string, std::string,
+                               std::string, sdbusplus::message::object_path,
+                               sdbusplus::message::object_path>;
+        try
+        {
+            auto call =
+                bus.new_method_call(systemd::service, systemd::path,
+                                    systemd::managerInterface, "ListJobs");
+            std::vector<Job> jobs;
+            bus.call(call, patience).read(jobs);
+            for (const auto& job : jobs)
+            {
+                holdIfFlash(std::get<1>(job));
+            }
+        }
+        catch (const sdbusplus::exception::exception&)
+        {
+            // Where systemd is absent there are none.
+        }
+    }
+
+    void holdIfFlash(const std::string& unit)
+    {
+        if (templateOf(unit) != nullptr)
+        {
+            holdUnit(bus, unit);
+        }
+    }
+
+    void jobNew(message& signal)
+    {
+        std::uint32_t job = 0;
+        sdbusplus::message::object_path path;
+        std::string unit;
+        signal.read(job, path, unit);
+        holdIfFlash(unit);
+    }
+
+    void jobRemoved(message& signal)
+    {
+        std::uint32_t job = 0;
+        sdbusplus::message::object_path path;
+        EndedJob ended;
+        signal.read(job, path, ended.unit, ended.result);
+        if (templateOf(ended.unit) != nullptr)
+        {
+            waiting.push_back(ended);
+        }
+    }
+
+    /** Outside of the handlers: systemd is asked about each. */
+    void showEndedJobs()
+    {
+        while (!waiting.empty())
+        {
+            show(waiting.front());
+            releaseUnit(bus, waiting.front().unit);
+            waiting.pop_front();
+        }
+    }
+
+    void show(const EndedJob& job)
+    {
+        const auto& flash = *templateOf(job.unit);
+        const auto words = unescapedInstance(job.unit);
+        const auto what = words.substr(words.find(" update ") + 8);
+        auto outcome = ExitStatus::success;
+        std::string verdict = "flashed";
+        try
+        {
+            requireFlashed(job.unit, job.result, job.result == "done",
+                           outcomeOf(bus, job.unit));
+        }
+        catch (const Failure& failure)
+        {
+            outcome = failure.status;
+            verdict = failure.what();
+        }
+        catch (const sdbusplus::exception::exception&)
+        {
+            outcome = ExitStatus::unexpected;
+            verdict = "systemd ended its job with '" + job.result +
+                      "' and tells nothing of the unit";
+        }
+        tell("flash_ended",
+             {{"kind", flash.kind},
+              {"what", what},
+              {"unit", job.unit},
+              {"job_result", job.result},
+              {"outcome", nameOf(outcome)},
+              {"verdict", verdict}},
+             flash.kind + " " + what + ": " + verdict);
+    }
+
+    void ownerChanged(message& signal)
+    {
+        std::string name;
+        std::string before;
+        std::string after;
+        signal.read(name, before, after);
+        if (after.empty())
+        {
+            tell("systemd_absent", {}, "systemd left the bus");
+            return;
+        }
+        tell("systemd_came", {}, "systemd is on the bus");
+        subscribe();
+    }
+
+    void notified(message& signal)
+    {
+        tell("cpld_notification",
+             {{"member", signal.get_member()},
+              {"signature", signal.get_signature()}},
+             std::string("CPLD notification ") + signal.get_member());
+    }
+
+    void tell(const char* event, json data, const std::string& text) const
+    {
+        const auto time = now();
+        data["time"] = time;
+        data["event"] = event;
+        request.tell({data, time + " " + text + '\n'});
+    }
+
+    sdbusplus::bus::bus& bus;
+    const Request& request;
+    std::deque<EndedJob> waiting;
+    sdbusplus::bus::match::match newJobs;
+    sdbusplus::bus::match::match endedJobs;
+    sdbusplus::bus::match::match owners;
+    sdbusplus::bus::match::match notifications;
+};
+
+} // namespace
+
+Result monitor(const Request& request)
+{
+    auto bus = connectTo(request.bus);
+    try
+    {
+        Monitor(bus, request).run();
+    }
+    catch (const sdbusplus::exception::exception& error)
+    {
+        throw Failure(ExitStatus::callFailed, "the bus went away",
+                      Reason{"", {}, error.name(), "start it again"});
+    }
+    return {};
+}

@@ -1,0 +1,146 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "report.hpp"
+
+#include "trace.hpp"
+
+#include <cerrno>
+#include <cstring>
+#include <iostream>
+
+using nlohmann::json;
+
+Report::Report(std::string verb, bool json) : verb(std::move(verb)), json(json)
+{}
+
+/** Invalid UTF-8, such as a file name may be, is replaced. */
+static std::string dumped(const nlohmann::json& value, int indent)
+{
+    return value.dump(indent, ' ', false,
+                      nlohmann::json::error_handler_t::replace);
+}
+
+/** On one line an event, the events of one value that is closed in the end. */
+void Report::tell(const Result& event)
+{
+    if (json)
+    {
+        std::cout << (hasTold ? ",\n" : "{\"events\": [\n")
+                  << dumped(event.data, -1);
+        hasTold = true;
+    }
+    else
+    {
+        std::cout << event.text;
+    }
+    std::cout.flush();
+    if (!std::cout)
+    {
+        throw Failure(ExitStatus::unexpected,
+                      std::string("cannot write to standard output: ") +
+                          std::strerror(errno),
+                      "");
+    }
+}
+
+nlohmann::json Report::closing(ExitStatus status) const
+{
+    nlohmann::json value{{"verb", verb},
+                         {"outcome", nameOf(status)},
+                         {"exit_status", static_cast<int>(status)},
+                         {"result", nullptr},
+                         {"error", nullptr}};
+    if (trace::isOn())
+    {
+        value["trace"] = trace::calls();
+    }
+    return value;
+}
+
+void Report::print(const nlohmann::json& value)
+{
+    if (hasTold)
+    {
+        // The brace of the value stands before the events.
+        std::cout << "\n],\n" << dumped(value, 2).substr(2) << '\n';
+    }
+    else
+    {
+        std::cout << dumped(value, 2) << '\n';
+    }
+}
+
+int Report::succeed(const Result& result)
+{
+    if (json)
+    {
+        auto value = closing(ExitStatus::success);
+        value["result"] = result.data;
+        print(value);
+    }
+    else
+    {
+        std::cout << result.text;
+    }
+    return ended(ExitStatus::success,
+                 result.text.empty() ? "success\n" : result.text);
+}
+
+static void printDetail(const char* label, const std::string& text)
+{
+    if (!text.empty())
+    {
+        std::cerr << "  " << label << text << '\n';
+    }
+}
+
+static void printFailure(const Failure& failure)
+{
+    std::cerr << "wexa-fwmgr: " << failure.what() << '\n';
+    const auto& reason = failure.reason;
+    printDetail("step:     ", reason.step);
+    for (const auto& line : reason.library)
+    {
+        printDetail("library:  ", line);
+    }
+    printDetail("D-Bus:    ", reason.dbusError);
+    printDetail("hint:     ", reason.hint);
+    std::cerr.flush();
+}
+
+int Report::fail(const Failure& failure)
+{
+    if (json)
+    {
+        auto value = closing(failure.status);
+        const auto& reason = failure.reason;
+        value["result"] = failure.found.data;
+        value["error"] = {{"message", failure.what()},
+                          {"step", reason.step},
+                          {"library", reason.library},
+                          {"dbus_error", reason.dbusError},
+                          {"hint", reason.hint}};
+        print(value);
+    }
+    else
+    {
+        std::cout << failure.found.text;
+        std::cout.flush();
+        printFailure(failure);
+    }
+    return ended(failure.status, std::string(failure.what()) + '\n');
+}
+
+/** A result that nobody can read is not a success. */
+int Report::ended(ExitStatus status, const std::string& outcome)
+{
+    std::cout.flush();
+    if (std::cout)
+    {
+        return static_cast<int>(status);
+    }
+    std::cerr << "wexa-fwmgr: cannot write to standard output: "
+              << std::strerror(errno) << "\n  outcome:  " << outcome;
+    std::cerr.flush();
+    return static_cast<int>(
+        status == ExitStatus::success ? ExitStatus::unexpected : status);
+}

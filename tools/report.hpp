@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "common/failure.hpp"
+#include "common/result.hpp"
+
+#include <string>
+
+/** What the tool says in the end, and on the way: as text, results on standard
+ *  output and failures on standard error; or all as one JSON value on standard
+ *  output, which docs/wexa-fwmgr.schema.json describes.
+ */
+class Report
+{
+  public:
+    /** @param verb  as the command line calls it; empty where there is none */
+    Report(std::string verb, bool json);
+
+    /** Shows something that has just happened. */
+    void tell(const Result& event);
+
+    /** @return the exit status */
+    int succeed(const Result& result);
+
+    /** @return the exit status */
+    int fail(const Failure& failure);
+
+  private:
+    nlohmann::json closing(ExitStatus status) const;
+    void print(const nlohmann::json& value);
+    int ended(ExitStatus status, const std::string& outcome);
+
+    std::string verb;
+    bool json;
+    bool hasTold = false;
+};
