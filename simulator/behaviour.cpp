@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "behaviour.hpp"
 
+#include "choice.hpp"
+
 #include <algorithm>
 #include <array>
-#include <stdexcept>
 #include <utility>
 
 namespace bmcsim
@@ -16,19 +17,20 @@ static constexpr std::array names{
     std::pair{Behaviour::error, "error"},
     std::pair{Behaviour::wrongType, "wrong-type"},
     std::pair{Behaviour::silent, "silent"},
+    std::pair{Behaviour::slow, "slow"},
 };
 
 Behaviour behaviourNamed(const std::string& name)
 {
-    const auto* const found = std::ranges::find(
-        names, name, [](const auto& entry) { return entry.second; });
-    if (found == names.end())
+    std::vector<std::string> known;
+    for (const auto& entry : names)
     {
-        throw std::invalid_argument("no behaviour '" + name +
-                                    "'; there are normal, absent, refuse, "
-                                    "error, wrong-type and silent");
+        known.emplace_back(entry.second);
     }
-    return found->first;
+    chosenFrom(known, name, "behaviour");
+    return std::ranges::find(names, name,
+                             [](const auto& entry) { return entry.second; })
+        ->first;
 }
 
 std::string nameOf(Behaviour behaviour)

@@ -15,6 +15,7 @@ enum class Behaviour
     error,     /**< it answers with a D-Bus error */
     wrongType, /**< it answers with a value of another type */
     silent,    /**< it never answers */
+    slow,      /**< it answers as it should, after two seconds */
 };
 
 /** @throw std::invalid_argument  names what there is to choose from */

@@ -2,6 +2,7 @@
 #include "board.hpp"
 
 #include "builtin_manager.hpp"
+#include "choice.hpp"
 #include "flash_units.hpp"
 #include "image_check.hpp"
 #include "services/cpld_manager.hpp"
@@ -50,9 +51,15 @@ void Board::set(const std::string& what, const std::string& value)
         setFlash(what, value);
         return;
     }
+    if (what == "bus")
+    {
+        chosenFrom({"gone"}, value, "state of the bus");
+        busIsToEnd = true;
+        return;
+    }
     if (what == "manager")
     {
-        manager->behave(behaviourNamed(value));
+        setManager(behaviourNamed(value));
         return;
     }
     for (const auto& service : services)
@@ -73,6 +80,16 @@ void Board::set(const std::string& what, const std::string& value)
                                 "' to set; there are " + namesToSet());
 }
 
+void Board::setManager(Behaviour behaviour)
+{
+    if (behaviour == Behaviour::slow)
+    {
+        throw std::invalid_argument("the unit manager cannot be slow; a flash "
+                                    "can, with flash-time");
+    }
+    manager->behave(behaviour);
+}
+
 std::string Board::namesToSet() const
 {
     std::string names;
@@ -84,7 +101,8 @@ std::string Board::namesToSet() const
             names += setting + ", ";
         }
     }
-    return names + "manager, flash, flash-time and flash-timeout";
+    return names + "manager, flash, flash-unit, flash-time, flash-timeout and "
+                   "bus";
 }
 
 void Board::setFlash(const std::string& what, const std::string& value)
@@ -92,6 +110,10 @@ void Board::setFlash(const std::string& what, const std::string& value)
     if (what == "flash")
     {
         flash.setBehaviour(value);
+    }
+    else if (what == "flash-unit")
+    {
+        setFlashUnit(value);
     }
     else if (what == "flash-time")
     {
@@ -105,13 +127,33 @@ void Board::setFlash(const std::string& what, const std::string& value)
     {
         throw std::invalid_argument("there is no '" + what +
                                     "' to set; of the flash there are flash, "
-                                    "flash-time and flash-timeout");
+                                    "flash-unit, flash-time and "
+                                    "flash-timeout");
     }
     flash.write(directory);
-    if (what == "flash-timeout" && manager->behaviour() == Behaviour::normal)
+    if ((what == "flash-timeout" || what == "flash-unit") &&
+        manager->behaviour() == Behaviour::normal)
     {
         writeUnits(directory, flash);
         manager->reload();
+    }
+}
+
+void Board::setFlashUnit(const std::string& value)
+{
+    if (manager->kind() != "systemd" && value != "honest")
+    {
+        throw std::invalid_argument("only a real systemd can be deceived by a "
+                                    "flash unit; run with --manager systemd");
+    }
+    flash.setUnit(value);
+}
+
+void Board::endBusIfTold()
+{
+    if (busIsToEnd)
+    {
+        busDaemon.stop();
     }
 }
 
@@ -137,6 +179,7 @@ nlohmann::json Board::state() const
                            {"behaviour", nameOf(manager->behaviour())}}},
                          {"flash",
                           {{"behaviour", flash.behaviour},
+                           {"unit", flash.unit},
                            {"time-ms", flash.time.count()},
                            {"timeout-ms", flash.timeout.count()},
                            {"partitions", partitions(directory.flash())}}},
@@ -146,6 +189,29 @@ nlohmann::json Board::state() const
         state["services"][service->label()] = service->state();
     }
     return state;
+}
+
+void Board::wake()
+{
+    manager->wake();
+    for (const auto& service : services)
+    {
+        service->wake();
+    }
+}
+
+std::optional<std::chrono::steady_clock::time_point> Board::deadline()
+{
+    auto earliest = manager->deadline();
+    for (const auto& service : services)
+    {
+        if (const auto at = service->deadline();
+            at && (!earliest || *at < *earliest))
+        {
+            earliest = at;
+        }
+    }
+    return earliest;
 }
 
 std::vector<sdbus::IConnection*> Board::connections()

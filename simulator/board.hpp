@@ -9,7 +9,9 @@
 
 #include <nlohmann/json.hpp>
 
+#include <chrono>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -43,6 +45,15 @@ class Board
     /** All that can be known of the simulated BMC. */
     nlohmann::json state() const;
 
+    /** Ends the bus where that was asked for. */
+    void endBusIfTold();
+
+    /** Does what is due by time. */
+    void wake();
+
+    /** When `wake` is to be called again, if at all. */
+    std::optional<std::chrono::steady_clock::time_point> deadline();
+
     /** Connections to be served now. */
     std::vector<sdbus::IConnection*> connections();
 
@@ -54,12 +65,15 @@ class Board
   private:
     std::string namesToSet() const;
     void setFlash(const std::string& what, const std::string& value);
+    void setFlashUnit(const std::string& value);
+    void setManager(Behaviour behaviour);
 
     PrivateDirectory directory;
     BusDaemon busDaemon;
     FlashSettings flash;
     std::vector<std::unique_ptr<Service>> services;
     std::unique_ptr<UnitManager> manager;
+    bool busIsToEnd = false;
 };
 
 } // namespace bmcsim

@@ -64,6 +64,11 @@ BusDaemon::BusDaemon(const PrivateDirectory& directory)
 
 BusDaemon::~BusDaemon()
 {
+    stop();
+}
+
+void BusDaemon::stop()
+{
     end(process);
 }
 

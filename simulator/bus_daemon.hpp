@@ -22,6 +22,9 @@ class BusDaemon
     BusDaemon(const BusDaemon&) = delete;
     BusDaemon& operator=(const BusDaemon&) = delete;
 
+    /** Ends it at once, as if it had crashed. */
+    void stop();
+
   private:
     pid_t process = -1;
 };

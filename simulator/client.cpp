@@ -4,6 +4,7 @@
 #include "control.hpp"
 #include "exit_status.hpp"
 #include "private_directory.hpp"
+#include "scenario.hpp"
 
 #include <cstdlib>
 #include <iomanip>
@@ -15,26 +16,54 @@ namespace bmcsim
 
 using nlohmann::json;
 
-/** The bus of the simulated BMC in `directory`, or of the one that this
- *  program runs in.
- */
-static std::unique_ptr<sdbus::IConnection> connect(const std::string& directory)
+/** The only simulated BMC that runs on this machine. */
+static PrivateDirectory onlyOneRunning()
 {
-    const auto* const inside = std::getenv("WEXA_BMCSIM_DIR");
-    const std::string surrounding = inside == nullptr ? "" : inside;
-    const PrivateDirectory where{directory.empty() ? surrounding : directory};
-    if (where.path().empty())
+    const auto running = PrivateDirectory::running();
+    if (running.size() == 1)
     {
-        throw std::runtime_error("no simulated BMC here; run inside "
-                                 "'wexa-bmcsim run', or name its directory "
-                                 "with --dir");
+        return running.front();
     }
+    std::string names;
+    for (const auto& each : running)
+    {
+        names += "\n  " + each.path().string();
+    }
+    throw std::runtime_error(
+        running.empty()
+            ? "no simulated BMC runs; start one with wexa-bmcsim "
+              "run -- COMMAND"
+            : "several simulated BMCs run; name one with --dir:" + names);
+}
+
+/** The one in `directory`, or that this program runs in, or that runs. */
+static PrivateDirectory meant(const std::string& directory)
+{
+    if (!directory.empty())
+    {
+        return PrivateDirectory{directory};
+    }
+    const auto* const inside = std::getenv("WEXA_BMCSIM_DIR");
+    return inside == nullptr ? onlyOneRunning() : PrivateDirectory{inside};
+}
+
+static std::unique_ptr<sdbus::IConnection>
+connectTo(const PrivateDirectory& where)
+{
     if (!std::filesystem::is_socket(where.busSocket()))
     {
         throw std::runtime_error("no simulated BMC runs in " +
                                  where.path().string());
     }
-    return sdbus::createSessionBusConnectionWithAddress(where.busAddress());
+    try
+    {
+        return sdbus::createSessionBusConnectionWithAddress(where.busAddress());
+    }
+    catch (const sdbus::Error&)
+    {
+        throw std::runtime_error("the bus of the simulated BMC in " +
+                                 where.path().string() + " is gone");
+    }
 }
 
 /** Calls `ask` with the simulator's control object; the exit status. */
@@ -42,7 +71,7 @@ template <typename Ask>
 static int asked(const std::string& directory, Ask&& ask)
 try
 {
-    const auto connection = connect(directory);
+    const auto connection = connectTo(meant(directory));
     ask(*sdbus::createProxy(*connection, control::service, control::path));
     return EXIT_SUCCESS;
 }
@@ -63,18 +92,31 @@ int setBehaviour(const std::string& directory, const std::string& what,
                  const std::string& value)
 {
     return asked(directory, [&](sdbus::IProxy& simulator) {
-        simulator.callMethod("Set")
-            .onInterface(control::interface)
-            .withArguments(what, value);
+        try
+        {
+            simulator.callMethod("Set")
+                .onInterface(control::interface)
+                .withArguments(what, value);
+        }
+        catch (const sdbus::Error& error)
+        {
+            // A bus that goes takes the answer along.
+            if (what != "bus" || error.getName() == control::refusal)
+            {
+                throw;
+            }
+        }
     });
 }
 
-static void printCalls(const json& calls)
+static void printCalls(const json& service)
 {
     auto separator = "";
-    for (const auto& [member, count] : calls.items())
+    for (const auto& [member, count] : service["calls"].items())
     {
-        std::cout << separator << member << ' ' << count;
+        const auto last = service["last"][member].get<std::string>();
+        std::cout << separator << member << ' ' << count
+                  << (last.empty() ? "" : " (last: " + last + ")");
         separator = ", ";
     }
 }
@@ -91,7 +133,7 @@ static void printTable(const json& state)
     {
         row(label) << service["behaviour"].get<std::string>()
                    << (service["calls"].empty() ? "" : "; calls: ");
-        printCalls(service["calls"]);
+        printCalls(service);
         std::cout << '\n';
         for (const auto& [name, value] : service["values"].items())
         {
@@ -99,9 +141,9 @@ static void printTable(const json& state)
         }
     }
     const auto& flash = state["flash"];
-    row("flash") << flash["behaviour"].get<std::string>() << ", "
-                 << flash["time-ms"] << " ms, given up after "
-                 << flash["timeout-ms"] << " ms\n";
+    row("flash") << flash["behaviour"].get<std::string>() << ", units "
+                 << flash["unit"].get<std::string>() << ", " << flash["time-ms"]
+                 << " ms, given up after " << flash["timeout-ms"] << " ms\n";
     for (const auto& [partition, content] : flash["partitions"].items())
     {
         row("  " + partition)
@@ -128,6 +170,15 @@ int printState(const std::string& directory, bool asJson)
         }
         printTable(state);
     });
+}
+
+int listScenarios()
+{
+    for (const auto& [name, description, settings] : scenarios())
+    {
+        std::cout << std::left << std::setw(24) << name << description << '\n';
+    }
+    return EXIT_SUCCESS;
 }
 
 } // namespace bmcsim

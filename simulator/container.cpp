@@ -59,8 +59,9 @@ class Loop
         do
         {
             serveAll();
+            board.endBusIfTold();
             reapChildren(children, board.unitManager());
-            board.unitManager().wake();
+            board.wake();
         } while (wait());
     }
 
@@ -116,7 +117,7 @@ class Loop
     int timeout()
     {
         using std::chrono::ceil, std::chrono::milliseconds;
-        const auto deadline = board.unitManager().deadline();
+        const auto deadline = board.deadline();
         if (!deadline)
         {
             return -1;
@@ -152,11 +153,12 @@ int runContainer(const PrivateDirectory& directory, const Settings& settings,
     {
         const auto children = watchChildren();
         Board board(directory, settings.manager);
+        Control control(board, directory.busAddress());
         for (const auto& [what, value] : settings.initial)
         {
             board.set(what, value);
         }
-        Control control(board, directory.busAddress());
+        board.endBusIfTold();
         tell(report, "up");
         Loop(board, control, lifeline, children).run();
     }

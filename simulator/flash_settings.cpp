@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "flash_settings.hpp"
 
-#include <algorithm>
-#include <array>
+#include "choice.hpp"
+
 #include <charconv>
 #include <fstream>
 #include <stdexcept>
-#include <string_view>
 
 namespace bmcsim
 {
@@ -22,7 +21,7 @@ FlashSettings FlashSettings::read(const PrivateDirectory& directory)
     std::int64_t time = 0;
     std::int64_t timeout = 0;
     std::ifstream file(fileIn(directory));
-    if (!(file >> settings.behaviour >> time >> timeout))
+    if (!(file >> settings.behaviour >> time >> timeout >> settings.unit))
     {
         throw std::runtime_error("cannot read " + fileIn(directory).string());
     }
@@ -37,21 +36,22 @@ void FlashSettings::write(const PrivateDirectory& directory) const
     const auto unfinished = directory.path() / "flash.settings.new";
     std::ofstream(unfinished) << behaviour << '\n'
                               << time.count() << '\n'
-                              << timeout.count() << '\n';
+                              << timeout.count() << '\n'
+                              << unit << '\n';
     std::filesystem::rename(unfinished, fileIn(directory));
 }
 
 void FlashSettings::setBehaviour(const std::string& name)
 {
-    constexpr std::array<std::string_view, 5> known{"normal", "fail", "corrupt",
-                                                    "crash", "hang"};
-    if (std::ranges::find(known, name) == known.end())
-    {
-        throw std::invalid_argument("no flash behaviour '" + name +
-                                    "'; there are normal, fail, corrupt, "
-                                    "crash and hang");
-    }
-    behaviour = name;
+    behaviour = chosenFrom({"normal", "fail", "corrupt", "crash", "hang"}, name,
+                           "flash behaviour");
+}
+
+void FlashSettings::setUnit(const std::string& name)
+{
+    unit = chosenFrom(
+        {"honest", "condition", "ignored-failure", "simple", "no-timeout"},
+        name, "sort of flash unit");
 }
 
 std::chrono::milliseconds millisecondsFrom(const std::string& text)

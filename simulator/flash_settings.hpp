@@ -23,11 +23,17 @@ struct FlashSettings
     /** When systemd gives a flash up. */
     std::chrono::milliseconds timeout{90000};
 
+    /** How honest the flash units are: honest, condition, ignored-failure,
+     *  simple or no-timeout.
+     */
+    std::string unit = "honest";
+
     static FlashSettings read(const PrivateDirectory& directory);
     void write(const PrivateDirectory& directory) const;
 
     /** @throw std::invalid_argument  names what there is to choose from */
     void setBehaviour(const std::string& name);
+    void setUnit(const std::string& name);
 };
 
 /** @throw std::invalid_argument  no number of 1 to 3600000 milliseconds */

@@ -73,21 +73,26 @@ static void writeTemplate(const PrivateDirectory& directory,
         line += quotedWord(word) + ' ';
     }
     const auto log = "append:" + directory.log("flash");
-    replaceFile(directory.units() / name,
-                "[Unit]\n"
-                "Description=Flash of %I\n"
-                "DefaultDependencies=no\n"
-                "[Service]\n"
-                "Type=oneshot\n"
-                "ExecStart=" +
-                    line +
-                    "\"%I\"\n"
-                    "TimeoutStartSec=" +
-                    std::to_string(settings.timeout.count()) +
-                    "ms\n"
-                    "TimeoutStopSec=2s\n"
-                    "StandardOutput=" +
-                    log + "\nStandardError=" + log + '\n');
+    const auto is = [&](const char* sort) { return settings.unit == sort; };
+    replaceFile(
+        directory.units() / name,
+        std::string("[Unit]\n"
+                    "Description=Flash of %I\n"
+                    "DefaultDependencies=no\n") +
+            (is("condition") ? "ConditionPathExists=/nonexistent\n" : "") +
+            "[Service]\n"
+            "Type=" +
+            (is("simple") ? "simple" : "oneshot") +
+            "\nExecStart=" + (is("ignored-failure") ? "-" : "") + line +
+            "\"%I\"\n"
+            "TimeoutStartSec=" +
+            (is("no-timeout")
+                 ? "infinity"
+                 : std::to_string(settings.timeout.count()) + "ms") +
+            "\n"
+            "TimeoutStopSec=2s\n"
+            "StandardOutput=" +
+            log + "\nStandardError=" + log + '\n');
 }
 
 void writeUnits(const PrivateDirectory& directory,

@@ -3,6 +3,7 @@
 #include "exit_status.hpp"
 #include "flash_writer.hpp"
 #include "run.hpp"
+#include "scenario.hpp"
 
 #include <CLI/CLI.hpp>
 
@@ -17,31 +18,22 @@ namespace
 
 using bmcsim::ManagerKind;
 
-/** Takes NAME=VALUE apart. */
-std::pair<std::string, std::string> assignment(const std::string& text)
-{
-    const auto equals = text.find('=');
-    if (equals == std::string::npos)
-    {
-        throw CLI::ValidationError("--set", "'" + text +
-                                                "' is not NAME=VALUE, such as "
-                                                "security=refuse");
-    }
-    return {text.substr(0, equals), text.substr(equals + 1)};
-}
-
 void declareRun(CLI::App& app, std::function<int()>& action)
 {
     auto* run = app.add_subcommand(
         "run", "Run a command inside a new simulated BMC\n\n"
                "Example: wexa-bmcsim run -- wexa-fwmgr update bmc image");
     static std::string manager = "systemd";
+    static std::string scenario;
     static std::vector<std::string> settings;
     static std::vector<std::string> command;
     run->add_option("--manager", manager,
                     "What runs the flash units: systemd (as root) or builtin")
         ->check(CLI::IsMember({"systemd", "builtin"}))
         ->option_text("KIND");
+    run->add_option("--scenario", scenario,
+                    "What is wrong with it; wexa-bmcsim scenarios lists them")
+        ->option_text("NAME");
     run->add_option("--set", settings,
                     "As the command set, from the start: security=refuse")
         ->option_text("NAME=VALUE")
@@ -59,9 +51,20 @@ void declareRun(CLI::App& app, std::function<int()>& action)
         bmcsim::Settings made;
         made.manager =
             manager == "systemd" ? ManagerKind::systemd : ManagerKind::builtin;
-        for (const auto& setting : settings)
+        try
         {
-            made.initial.push_back(assignment(setting));
+            if (!scenario.empty())
+            {
+                made.initial = bmcsim::scenarioNamed(scenario).settings;
+            }
+            for (const auto& setting : settings)
+            {
+                made.initial.push_back(bmcsim::assignment(setting));
+            }
+        }
+        catch (const std::invalid_argument& error)
+        {
+            throw CLI::ValidationError(error.what());
         }
         action = [made] { return bmcsim::runCommand(made, command); };
     });
@@ -72,18 +75,26 @@ void declareSet(CLI::App& app, std::function<int()>& action)
     auto* set = app.add_subcommand(
         "set", "Change how a running simulated BMC behaves\n\n"
                "Example: wexa-bmcsim set security refuse\n\n"
-               "security, fwinfo, host, settings, manager: normal, absent, "
-               "refuse, error,\n  wrong-type, silent\n"
+               "security, fwinfo, host, settings, cpld, manager: normal, "
+               "absent, refuse,\n  error, wrong-type, silent, slow\n"
+               "security-offers, fwinfo-offers: which methods or properties, "
+               "with commas\n"
                "board-id: 0 to 65535\n"
                "apply-time: OnReset, Immediate, OnStartUpdateRequest, or any "
                "other text\n"
+               "cpld-bound: which components, with commas\n"
+               "cpld-registry, cpld-device, cpld-version: see "
+               "docs/simulator.md\n"
                "flash: normal, fail, corrupt, crash, hang\n"
-               "flash-time, flash-timeout: milliseconds");
+               "flash-unit: honest, condition, ignored-failure, simple, "
+               "no-timeout\n"
+               "flash-time, flash-timeout: milliseconds\n"
+               "bus: gone");
     static std::string directory;
     static std::string what;
     static std::string value;
     set->add_option("--dir", directory,
-                    "Directory of the simulated BMC; needed outside of it")
+                    "Directory of the simulated BMC; for when several run")
         ->option_text("DIRECTORY");
     set->add_option("WHAT", what, "What to change")
         ->required()
@@ -105,12 +116,22 @@ void declareState(CLI::App& app, std::function<int()>& action)
     static bool json = false;
     state
         ->add_option("--dir", directory,
-                     "Directory of the simulated BMC; needed outside of it")
+                     "Directory of the simulated BMC; for when several run")
         ->option_text("DIRECTORY");
     state->add_flag("--json", json, "One JSON value");
     state->callback([&action] {
         action = [] { return bmcsim::printState(directory, json); };
     });
+}
+
+void declareScenarios(CLI::App& app, std::function<int()>& action)
+{
+    auto* const list =
+        app.add_subcommand("scenarios", "List what can be wrong with a "
+                                        "simulated BMC, by name\n\n"
+                                        "Example: wexa-bmcsim run --scenario "
+                                        "flash-fails -- bash");
+    list->callback([&action] { action = bmcsim::listScenarios; });
 }
 
 /** What the flash units run; not for people. */
@@ -141,13 +162,14 @@ int main(int argc, char** argv)
     declareRun(app, action);
     declareSet(app, action);
     declareState(app, action);
+    declareScenarios(app, action);
     declareWriteFlash(app, action);
     try
     {
         app.parse(argc, argv);
         if (!action)
         {
-            throw CLI::RequiredError("a command: run, set or state");
+            throw CLI::RequiredError("a command: run, set, state or scenarios");
         }
     }
     catch (const CLI::CallForHelp& help)

@@ -3,7 +3,9 @@
 
 #include "child.hpp"
 
+#include <sys/stat.h>
 #include <sys/un.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <stdexcept>
@@ -11,10 +13,12 @@
 namespace bmcsim
 {
 
+constexpr auto prefix = "wexa-bmcsim.";
+
 PrivateDirectory PrivateDirectory::make()
 {
     const auto base = std::filesystem::temp_directory_path();
-    auto name = (base / "wexa-bmcsim.XXXXXX").string();
+    auto name = (base / (prefix + std::string("XXXXXX"))).string();
     // systemd's own socket has the longest name.
     if (name.size() + sizeof("/run/systemd/private") >
         sizeof(sockaddr_un::sun_path))
@@ -35,6 +39,25 @@ PrivateDirectory PrivateDirectory::make()
         std::filesystem::permissions(part, std::filesystem::perms::owner_all);
     }
     return made;
+}
+
+std::vector<PrivateDirectory> PrivateDirectory::running()
+{
+    std::vector<PrivateDirectory> found;
+    for (const auto& entry : std::filesystem::directory_iterator(
+             std::filesystem::temp_directory_path()))
+    {
+        const PrivateDirectory candidate{entry.path()};
+        // Nobody is led to a bus of somebody else's.
+        struct stat status = {};
+        if (candidate.name().starts_with(prefix) &&
+            stat(candidate.busSocket().c_str(), &status) == 0 &&
+            S_ISSOCK(status.st_mode) && status.st_uid == geteuid())
+        {
+            found.push_back(candidate);
+        }
+    }
+    return found;
 }
 
 void PrivateDirectory::remove() const noexcept

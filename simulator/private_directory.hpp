@@ -3,6 +3,7 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 namespace bmcsim
 {
@@ -21,6 +22,11 @@ class PrivateDirectory
      *         have names that are too long
      */
     static PrivateDirectory make();
+
+    /** Those of all simulated BMCs of this user that run, below TMPDIR or
+     *  /tmp.
+     */
+    static std::vector<PrivateDirectory> running();
 
     /** Removes it and all it holds. */
     void remove() const noexcept;

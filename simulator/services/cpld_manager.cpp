@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "cpld_manager.hpp"
 
+#include "../choice.hpp"
+
 #include <algorithm>
-#include <sstream>
-#include <stdexcept>
 
 namespace bmcsim
 {
@@ -72,37 +72,23 @@ void CpldManager::set(const std::string& name, const std::string& value)
             manager->createSignal(managerInterface, "bindedDevicesChanged"));
         return;
     }
-    const auto& values = offered().at(name);
-    if (std::ranges::find(values, value) == values.end())
-    {
-        std::string known;
-        for (const auto& each : values)
-        {
-            known += (known.empty() ? "" : ", ") + each;
-        }
-        throw std::invalid_argument("no " + name + " '" + value +
-                                    "'; there are " + known);
-    }
-    choices[name] = value;
+    choices[name] = chosenFrom(offered().at(name), value, name);
     changed();
 }
 
 /** @param components  separated by commas; may be empty */
 void CpldManager::bind(const std::string& components)
 {
-    std::vector<CpldDevice> wanted;
-    std::istringstream list(components);
-    for (std::string name; std::getline(list, name, ',');)
+    std::vector<std::string> known;
+    for (const auto& device : fitted())
     {
-        const auto found =
-            std::ranges::find(fitted(), name, &CpldDevice::component);
-        if (found == fitted().end())
-        {
-            throw std::invalid_argument("there is no CPLD '" + name +
-                                        "'; there are MB_CPLD, SCM_CPLD and "
-                                        "FAN_CPLD");
-        }
-        wanted.push_back(*found);
+        known.push_back(device.component);
+    }
+    std::vector<CpldDevice> wanted;
+    for (const auto& name : allChosenFrom(known, components, "CPLD"))
+    {
+        wanted.push_back(
+            *std::ranges::find(fitted(), name, &CpldDevice::component));
     }
     bound = wanted;
 }
@@ -116,6 +102,7 @@ void CpldManager::changed()
     manager = sdbus::createObject(ownConnection(), managerPath);
     manager->registerMethod(managerInterface, "bindedDevices", "",
                             registryType(), [this](sdbus::MethodCall call) {
+                                count(call.getMemberName());
                                 answer(call, [this](sdbus::MethodReply& reply) {
                                     appendRegistry(reply);
                                 });
@@ -163,9 +150,9 @@ void CpldManager::offerDevice(const CpldDevice& device)
                 {
                     call >> argument;
                 }
+                count(call.getMemberName(), argument);
                 if (choices["cpld-device"] == "silent")
                 {
-                    count(call.getMemberName());
                     return;
                 }
                 answer(call, [&](sdbus::MethodReply& reply) {
@@ -197,7 +184,6 @@ void CpldManager::offerDevice(const CpldDevice& device)
 void CpldManager::answer(sdbus::MethodCall& call,
                          const std::function<void(sdbus::MethodReply&)>& append)
 {
-    count(call.getMemberName());
     const auto isOfDevice = call.getInterfaceName() == deviceInterface;
     if (behaviour() == Behaviour::error ||
         (isOfDevice && choices["cpld-device"] == "error"))
@@ -291,12 +277,13 @@ std::string CpldManager::told(const CpldDevice& device) const
 std::map<std::string, std::string> CpldManager::values() const
 {
     auto values = choices;
+    std::vector<std::string> names;
     for (const auto& device : bound)
     {
-        auto& list = values["cpld-bound"];
-        list += (list.empty() ? "" : ",") + device.component;
+        names.push_back(device.component);
         values[device.component] = device.runningVersion(flash);
     }
+    values["cpld-bound"] = joined(names);
     return values;
 }
 

@@ -9,6 +9,8 @@ constexpr auto interface = "xyz.openbmc_project.fwinfo.FwInfoManager";
 
 FirmwareInformation::FirmwareInformation(const std::string& busAddress) :
     Service("fwinfo", "xyz.openbmc_project.FwInfoManager", busAddress),
+    offered("fwinfo-offers",
+            {"stagingBMC", "stagingBIOS", "stagingCapsuleMCU"}),
     staged{{"stagingBMC", ""}, {"stagingBIOS", ""}, {"stagingCapsuleMCU", ""}}
 {
     changed();
@@ -32,18 +34,17 @@ void FirmwareInformation::changed()
 
 void FirmwareInformation::offerTexts()
 {
-    for (const auto& entry : staged)
+    for (const auto& property : offered.chosen())
     {
-        const auto& property = entry.first;
         object->registerProperty(
             interface, property, "s",
             [this, property](sdbus::PropertyGetReply& reply) {
                 reply << staged.at(property);
             },
             [this, property](sdbus::PropertySetCall& call) {
-                count("Set");
                 std::string version;
                 call >> version;
+                count("Set", property + " " + version);
                 stage(property, version);
             });
     }
@@ -51,10 +52,10 @@ void FirmwareInformation::offerTexts()
 
 void FirmwareInformation::offerNumbers()
 {
-    for (const auto& entry : staged)
+    for (const auto& property : offered.chosen())
     {
         object->registerProperty(
-            interface, entry.first, "u",
+            interface, property, "u",
             [](sdbus::PropertyGetReply& reply) { reply << std::uint32_t{}; },
             [](sdbus::PropertySetCall&) {});
     }
@@ -68,9 +69,22 @@ void FirmwareInformation::stage(const std::string& property,
     object->emitPropertiesChangedSignal(interface, {property});
 }
 
+std::vector<std::string> FirmwareInformation::settings() const
+{
+    return {offered.name()};
+}
+
+void FirmwareInformation::set(const std::string&, const std::string& value)
+{
+    offered.choose(value);
+    changed();
+}
+
 std::map<std::string, std::string> FirmwareInformation::values() const
 {
-    return staged;
+    auto values = staged;
+    values[offered.name()] = offered.asText();
+    return values;
 }
 
 } // namespace bmcsim

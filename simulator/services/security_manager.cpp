@@ -8,10 +8,34 @@ namespace bmcsim
 
 constexpr auto interface = "xyz.openbmc_project.security.SecurityManager";
 
+/** What it can judge. */
+static const std::map<std::string, std::uint16_t> kinds{
+    {"verifyBmc", imageKind::bmc},
+    {"verifyBios", imageKind::bios},
+    {"verifyCapsule", imageKind::capsule},
+};
+
 SecurityManager::SecurityManager(const std::string& busAddress) :
-    Service("security", "xyz.openbmc_project.SecurityManager", busAddress)
+    Service("security", "xyz.openbmc_project.SecurityManager", busAddress),
+    offered("security-offers", {"verifyBmc", "verifyBios", "verifyCapsule"})
 {
     changed();
+}
+
+std::vector<std::string> SecurityManager::settings() const
+{
+    return {offered.name()};
+}
+
+void SecurityManager::set(const std::string&, const std::string& value)
+{
+    offered.choose(value);
+    changed();
+}
+
+std::map<std::string, std::string> SecurityManager::values() const
+{
+    return {{offered.name(), offered.asText()}};
 }
 
 void SecurityManager::changed()
@@ -20,9 +44,10 @@ void SecurityManager::changed()
     object.reset();
     object =
         sdbus::createObject(ownConnection(), "/xyz/openbmc_project/security");
-    offer("verifyBmc", imageKind::bmc);
-    offer("verifyBios", imageKind::bios);
-    offer("verifyCapsule", imageKind::capsule);
+    for (const auto& member : offered.chosen())
+    {
+        offer(member, kinds.at(member));
+    }
     object->finishRegistration();
 }
 
@@ -31,7 +56,6 @@ void SecurityManager::offer(const std::string& member, std::uint16_t kind)
     object->registerMethod(interface, member, "s",
                            behaviour() == Behaviour::wrongType ? "s" : "b",
                            [this, kind](sdbus::MethodCall call) {
-                               count(call.getMemberName());
                                answer(std::move(call), kind);
                            });
 }
@@ -40,6 +64,7 @@ void SecurityManager::answer(sdbus::MethodCall call, std::uint16_t kind)
 {
     std::string path;
     call >> path;
+    count(call.getMemberName(), path);
     auto reply = call.createReply();
     if (behaviour() == Behaviour::wrongType)
     {

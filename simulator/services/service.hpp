@@ -6,8 +6,10 @@
 #include <nlohmann/json.hpp>
 #include <sdbus-c++/sdbus-c++.h>
 
+#include <chrono>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -36,13 +38,17 @@ class Service
         return name;
     }
 
-    /** The connection to be served; not while the service is silent: its
-     *  callers' messages wait, as those of a service that hangs.
+    /** The connection to be served now; not while the service is silent: its
+     *  callers' messages wait, as those of a service that hangs. While it is
+     *  slow `wake` serves it.
      */
-    sdbus::IConnection* connection()
-    {
-        return behaving == Behaviour::silent ? nullptr : bus.get();
-    }
+    sdbus::IConnection* connection();
+
+    /** Answers, while it is slow, what has waited for long enough. */
+    void wake();
+
+    /** When to look again, while it is slow. */
+    std::optional<std::chrono::steady_clock::time_point> deadline() const;
 
     /** The values that can be changed besides the behaviour. */
     virtual std::vector<std::string> settings() const
@@ -55,7 +61,9 @@ class Service
      */
     virtual void set(const std::string& name, const std::string& value);
 
-    /** Behaviour, the calls it got, by member, and the values it holds. */
+    /** Behaviour, the calls it got, by member, what was asked last, and the
+     *  values it holds.
+     */
     nlohmann::json state() const;
 
   protected:
@@ -69,10 +77,11 @@ class Service
         return *bus;
     }
 
-    void count(const std::string& member)
-    {
-        ++calls[member];
-    }
+    /** Remembers a call.
+     *
+     *  @param asked  what it was called with, in words; may be empty
+     */
+    void count(const std::string& member, const std::string& asked = "");
 
     /** Answers an error where the service was told to refuse or to fail. */
     void answerErrorIfTold() const;
@@ -91,7 +100,10 @@ class Service
     std::string busName;
     std::unique_ptr<sdbus::IConnection> bus;
     Behaviour behaving = Behaviour::normal;
+    /** When the message that waits was first seen, while it is slow. */
+    std::optional<std::chrono::steady_clock::time_point> waitingSince;
     std::map<std::string, int> calls;
+    std::map<std::string, std::string> lastAsked;
 };
 
 } // namespace bmcsim

@@ -95,7 +95,7 @@ TEST_F(CpldManager, KeepsARegistryThatCanChange)
     EXPECT_EQ(registry(), (Completed{0, "a{s(ssa{sv})} 0\n", ""}));
     EXPECT_EQ(bmc.run({"wexa-bmcsim", "set", "cpld-bound", "MB_CPLD,PSU"}),
               (Completed{1, "",
-                         "wexa-bmcsim: there is no CPLD 'PSU'; there are "
+                         "wexa-bmcsim: no CPLD 'PSU'; there are "
                          "MB_CPLD, SCM_CPLD and FAN_CPLD\n"}));
 }
 
@@ -207,7 +207,7 @@ TEST_F(CpldManager, HasDevicesThatBehaveAsTheyAreTold)
     EXPECT_EQ(bmc.run({"wexa-bmcsim", "set", "cpld-device", "odd"}),
               (Completed{1, "",
                          "wexa-bmcsim: no cpld-device 'odd'; there are "
-                         "normal, absent, error, silent\n"}));
+                         "normal, absent, error and silent\n"}));
 }
 
 TEST_F(CpldManager, BehavesAsItIsTold)

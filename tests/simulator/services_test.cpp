@@ -1,114 +1,54 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "../support/images.hpp"
-#include "../support/simulation.hpp"
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
+#include "service_test.hpp"
 
 #include <thread>
 
-// The services of the simulated platform, asked as any client asks them.
+// Those that judge images and keep their versions.
 
 using namespace test;
 
 namespace
 {
 
-class SimulatedService : public testing::Test
+class SimulatedService : public ServiceTest
 {
   protected:
-    /** One simulated BMC serves all of these tests; each begins with all as
-     *  it is from the start.
-     */
-    static void SetUpTestSuite()
-    {
-        bmc = std::make_unique<Simulation>(
-            std::vector<std::string>{"--manager", "builtin"});
-    }
-
-    static void TearDownTestSuite()
-    {
-        bmc.reset();
-    }
-
-    void SetUp() override
-    {
-        bmc->set("security", "normal");
-        bmc->set("fwinfo", "normal");
-        bmc->set("host", "normal");
-        bmc->set("settings", "normal");
-    }
-
-    static Completed board()
-    {
-        return bmc->call({"--timeout=1", "com.WEXA.Host", "/com/WEXA/Host",
-                          "org.freedesktop.DBus.Properties", "Get", "ss",
-                          "com.WEXA.Host", "BoardId"});
-    }
-
-    static Completed applyTime(const std::vector<std::string>& words)
-    {
-        std::vector<std::string> command{
-            "--timeout=1", "xyz.openbmc_project.Settings",
-            "/xyz/openbmc_project/software/apply_time",
-            "org.freedesktop.DBus.Properties"};
-        command.insert(command.end(), words.begin(), words.end());
-        return bmc->call(command);
-    }
-
-    static Completed applyTime()
-    {
-        return applyTime(
-            {"Get", "ss", applyTimeInterface, "RequestedApplyTime"});
-    }
-
-    static constexpr auto applyTimeInterface =
-        "xyz.openbmc_project.Software.ApplyTime";
-
     static Completed security(const std::string& member,
                               const std::string& path)
     {
-        return bmc->call({"--timeout=1", "xyz.openbmc_project.SecurityManager",
+        return bmc->call({"--timeout=3", "xyz.openbmc_project.SecurityManager",
                           "/xyz/openbmc_project/security",
                           "xyz.openbmc_project.security.SecurityManager",
                           member, "s", path});
     }
 
-    static Completed properties(const std::vector<std::string>& words)
-    {
-        std::vector<std::string> command{
-            "--timeout=1", "xyz.openbmc_project.FwInfoManager",
-            "/xyz/openbmc_project/fwinfo", "org.freedesktop.DBus.Properties"};
-        command.insert(command.end(), words.begin(), words.end());
-        return bmc->call(command);
-    }
-
     static Completed set(const std::string& property, const std::string& type,
                          const std::string& value)
     {
-        return properties({"Set", "ssv", interface, property, type, value});
+        return information({"Set", "ssv", interface, property, type, value});
     }
 
     static Completed get(const std::string& property)
     {
-        return properties({"Get", "ss", interface, property});
+        return information({"Get", "ss", interface, property});
     }
 
-    static Completed failed(const std::string& text)
+    static const Completed yes;
+    static const Completed no;
+
+    Images images;
+
+  private:
+    static Completed information(const std::vector<std::string>& words)
     {
-        return {1, "", "Call failed: " + text + "\n"};
+        return properties("xyz.openbmc_project.FwInfoManager",
+                          "/xyz/openbmc_project/fwinfo", words);
     }
 
     static constexpr auto interface =
         "xyz.openbmc_project.fwinfo.FwInfoManager";
-    static const Completed yes;
-    static const Completed no;
-
-    static std::unique_ptr<Simulation> bmc;
-    Images images;
 };
 
-std::unique_ptr<Simulation> SimulatedService::bmc;
 const Completed SimulatedService::yes{0, "b true\n", ""};
 const Completed SimulatedService::no{0, "b false\n", ""};
 
@@ -199,204 +139,40 @@ TEST_F(SimulatedService, OfFirmwareInformationBehavesAsItIsTold)
     EXPECT_EQ(get("stagingBMC"), (Completed{0, "v s \"\"\n", ""}));
 }
 
-TEST_F(SimulatedService, TellsTheBoardThatItIsSetTo)
+TEST_F(SimulatedService, AnswersAsItShouldAfterTwoSecondsWhereItIsSlow)
 {
-    EXPECT_EQ(board(), (Completed{0, "v q 1\n", ""}));
-    bmc->set("board-id", "65535");
-    EXPECT_EQ(board(), (Completed{0, "v q 65535\n", ""}));
-    bmc->set("board-id", "1");
+    const auto image = images.bmc("1");
+    bmc->set("security", "slow");
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(security("verifyBmc", image), yes);
+    EXPECT_GE(std::chrono::steady_clock::now() - start,
+              std::chrono::seconds(2));
 }
 
-TEST_F(SimulatedService, OfTheHostBehavesAsItIsTold)
+TEST_F(SimulatedService, OffersOnlyTheMembersThatItIsTold)
 {
-    bmc->set("host", "refuse");
-    EXPECT_EQ(board(), failed("Access denied"));
-    bmc->set("host", "error");
-    EXPECT_EQ(board(), failed("the simulated service was told to fail"));
-    bmc->set("host", "wrong-type");
-    EXPECT_EQ(board(), (Completed{0, "v s \"1\"\n", ""}));
-    bmc->set("host", "silent");
-    EXPECT_EQ(board(), failed("Connection timed out"));
-    bmc->set("host", "absent");
-    EXPECT_EQ(board(), failed("The name com.WEXA.Host was not provided by any "
-                              ".service files"));
-}
+    const auto image = images.bmc("1");
+    bmc->set("security-offers", "verifyBmc");
+    EXPECT_EQ(security("verifyBmc", image), yes);
+    EXPECT_EQ(security("verifyBios", image),
+              failed("Unknown method verifyBios or interface "
+                     "xyz.openbmc_project.security.SecurityManager."));
+    bmc->set("security-offers", "verifyBmc,verifyBios,verifyCapsule");
+    EXPECT_EQ(security("verifyBios", image), no);
 
-TEST_F(SimulatedService, KeepsTheApplyTimeThatItIsTold)
-{
-    const std::string prefix =
-        "xyz.openbmc_project.Software.ApplyTime.RequestedApplyTimes.";
-    const auto holds = [](const std::string& value) {
-        return Completed{0, "v s \"" + value + "\"\n", ""};
-    };
-    EXPECT_EQ(applyTime(), holds(prefix + "Immediate"));
-    bmc->set("apply-time", "OnReset");
-    EXPECT_EQ(applyTime(), holds(prefix + "OnReset"));
-    bmc->set("apply-time", "some.Text");
-    EXPECT_EQ(applyTime(), holds("some.Text"));
-    EXPECT_EQ(applyTime({"Set", "ssv", applyTimeInterface, "RequestedApplyTime",
-                         "s", prefix + "Immediate"}),
-              (Completed{0, "", ""}));
-    EXPECT_EQ(applyTime(), holds(prefix + "Immediate"));
-}
+    bmc->set("fwinfo-offers", "stagingBIOS");
+    EXPECT_EQ(get("stagingBIOS").status, 0);
+    EXPECT_EQ(get("stagingBMC"),
+              failed("Unknown interface "
+                     "xyz.openbmc_project.fwinfo.FwInfoManager or property "
+                     "stagingBMC."));
+    bmc->set("fwinfo-offers", "stagingBMC,stagingBIOS,stagingCapsuleMCU");
+    EXPECT_EQ(get("stagingBMC").status, 0);
 
-TEST_F(SimulatedService, OfSettingsBehavesAsItIsTold)
-{
-    bmc->set("settings", "refuse");
-    EXPECT_EQ(applyTime(), failed("Access denied"));
-    bmc->set("settings", "error");
-    EXPECT_EQ(applyTime(), failed("the simulated service was told to fail"));
-    bmc->set("settings", "wrong-type");
-    EXPECT_EQ(applyTime(), (Completed{0, "v u 0\n", ""}));
-    bmc->set("settings", "silent");
-    EXPECT_EQ(applyTime(), failed("Connection timed out"));
-    bmc->set("settings", "absent");
-    EXPECT_EQ(applyTime(),
-              failed("The name xyz.openbmc_project.Settings was not provided "
-                     "by any .service files"));
-}
-
-TEST_F(SimulatedService, CanBeToldHowToBehaveFromTheStart)
-{
-    const Simulation other({"--manager", "builtin", "--set", "security=refuse",
-                            "--set", "fwinfo=absent"});
-
-    const auto state = other.run({"wexa-bmcsim", "state"});
-
-    EXPECT_EQ(state,
-              (Completed{0,
-                         "directory           " + other.directory() +
-                             "\n"
-                             "manager             builtin, normal\n"
-                             "cpld                normal\n"
-                             "  FAN_CPLD          0.9-rc1\n"
-                             "  MB_CPLD           1.0.3\n"
-                             "  SCM_CPLD          2.11\n"
-                             "  cpld-bound        "
-                             "MB_CPLD,SCM_CPLD,FAN_CPLD\n"
-                             "  cpld-device       normal\n"
-                             "  cpld-registry     normal\n"
-                             "  cpld-version      normal\n"
-                             "fwinfo              absent\n"
-                             "  stagingBIOS       \n"
-                             "  stagingBMC        \n"
-                             "  stagingCapsuleMCU \n"
-                             "host                normal\n"
-                             "  board-id          1\n"
-                             "security            refuse\n"
-                             "settings            normal\n"
-                             "  apply-time        "
-                             "xyz.openbmc_project.Software.ApplyTime."
-                             "RequestedApplyTimes.Immediate\n"
-                             "flash               normal, 300 ms, given up "
-                             "after 90000 ms\n",
-                         ""}));
-}
-
-TEST_F(SimulatedService, IsShownWithWhatItWasAsked)
-{
-    const Simulation other({"--manager", "builtin"});
-    other.call({"xyz.openbmc_project.SecurityManager",
-                "/xyz/openbmc_project/security",
-                "xyz.openbmc_project.security.SecurityManager", "verifyBmc",
-                "s", "/"});
-
-    EXPECT_EQ(other.run({"wexa-bmcsim", "state", "--json"}),
-              (Completed{0,
-                         R"({
-  "directory": ")" + other.directory() +
-                             R"(",
-  "flash": {
-    "behaviour": "normal",
-    "partitions": {},
-    "time-ms": 300,
-    "timeout-ms": 90000
-  },
-  "manager": {
-    "behaviour": "normal",
-    "kind": "builtin"
-  },
-  "services": {
-    "cpld": {
-      "behaviour": "normal",
-      "calls": {},
-      "values": {
-        "FAN_CPLD": "0.9-rc1",
-        "MB_CPLD": "1.0.3",
-        "SCM_CPLD": "2.11",
-        "cpld-bound": "MB_CPLD,SCM_CPLD,FAN_CPLD",
-        "cpld-device": "normal",
-        "cpld-registry": "normal",
-        "cpld-version": "normal"
-      }
-    },
-    "fwinfo": {
-      "behaviour": "normal",
-      "calls": {},
-      "values": {
-        "stagingBIOS": "",
-        "stagingBMC": "",
-        "stagingCapsuleMCU": ""
-      }
-    },
-    "host": {
-      "behaviour": "normal",
-      "calls": {},
-      "values": {
-        "board-id": "1"
-      }
-    },
-    "security": {
-      "behaviour": "normal",
-      "calls": {
-        "verifyBmc": 1
-      },
-      "values": {}
-    },
-    "settings": {
-      "behaviour": "normal",
-      "calls": {},
-      "values": {
-        "apply-time": "xyz.openbmc_project.Software.ApplyTime.RequestedApplyTimes.Immediate"
-      }
-    }
-  }
-}
-)",
-                         ""}));
-}
-
-TEST_F(SimulatedService, RefusesABehaviourThatItDoesNotHave)
-{
-    EXPECT_EQ(bmc->run({"wexa-bmcsim", "set", "security", "odd"}),
+    EXPECT_EQ(bmc->run({"wexa-bmcsim", "set", "fwinfo-offers", "staging"}),
               (Completed{1, "",
-                         "wexa-bmcsim: no behaviour 'odd'; there are normal, "
-                         "absent, refuse, error, wrong-type and silent\n"}));
-    EXPECT_EQ(bmc->run({"wexa-bmcsim", "set", "flash", "odd"}),
-              (Completed{1, "",
-                         "wexa-bmcsim: no flash behaviour 'odd'; there are "
-                         "normal, fail, corrupt, crash and hang\n"}));
-    EXPECT_EQ(bmc->run({"wexa-bmcsim", "set", "flash-time", "-1"}),
-              (Completed{1, "",
-                         "wexa-bmcsim: '-1' is no number of milliseconds "
-                         "from 1 to 3600000\n"}));
-    EXPECT_EQ(bmc->run({"wexa-bmcsim", "set", "flash-time", "soon"}),
-              (Completed{1, "",
-                         "wexa-bmcsim: 'soon' is no number of milliseconds "
-                         "from 1 to 3600000\n"}));
-    for (const auto* value : {"-1", "65536", "", "7x", " 7"})
-    {
-        EXPECT_EQ(bmc->run({"wexa-bmcsim", "set", "board-id", value}),
-                  (Completed{1, "",
-                             "wexa-bmcsim: '" + std::string(value) +
-                                 "' is no board identifier from 0 to "
-                                 "65535\n"}));
-    }
-    EXPECT_EQ(bmc->run({"wexa-bmcsim", "set", "flash-colour", "red"}),
-              (Completed{1, "",
-                         "wexa-bmcsim: there is no 'flash-colour' to set; of "
-                         "the flash there are flash, flash-time and "
-                         "flash-timeout\n"}));
+                         "wexa-bmcsim: no member 'staging'; there are "
+                         "stagingBMC, stagingBIOS and stagingCapsuleMCU\n"}));
 }
 
 } // namespace

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "../common/dbus_error.hpp"
 #include "../common/patience.hpp"
 #include "../common/systemd.hpp"
 #include "../common/unit_name.hpp"
@@ -256,7 +255,7 @@ void checkTemplate(Findings& findings, sdbusplus::bus::bus& bus,
     {
         findings.failure("systemd tells nothing of " + flash.prefix +
                              ".service (" + error.name() + ")",
-                         hintFor(error.name()));
+                         "look at what the service itself logged");
     }
 }
 

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "remote_object.hpp"
 
-#include "../common/dbus_error.hpp"
 #include "../common/patience.hpp"
 
 #include <sdbusplus/exception.hpp>
@@ -94,11 +93,14 @@ offeredBy(Findings& findings, sdbusplus::bus::bus& bus,
                              "org.freedesktop.DBus.Introspectable");
             return {};
         }
-        const auto unknown = name == "org.freedesktop.DBus.Error.UnknownObject";
-        report(findings, need,
-               unknown ? service + " has no object " + path
-                       : path + " does not answer (" + name + ")",
-               hintFor(name));
+        if (name == "org.freedesktop.DBus.Error.UnknownObject")
+        {
+            report(findings, need, service + " has no object " + path,
+                   "install a version of the service that has it");
+            return {};
+        }
+        report(findings, need, path + " does not answer (" + name + ")",
+               "look at what the service logged, and restart it");
         return {};
     }
 }

@@ -7,35 +7,37 @@
 #include <sdbusplus/message.hpp>
 
 #include <cstdint>
+#include <tuple>
 #include <variant>
-
-static const Need verification{Level::failure, "no such image can be verified"};
 
 static void checkSecurityManager(Findings& findings, sdbusplus::bus::bus& bus,
                                  const Kinds& kinds)
 {
     constexpr auto service = "xyz.openbmc_project.SecurityManager";
+    const Need need{Level::failure, "no BMC or BIOS image can be verified"};
     findings.area("security manager");
-    if (!isOnTheBus(findings, bus, service, verification))
+    if (!isOnTheBus(findings, bus, service, need))
     {
         return;
     }
     const auto offered =
         offeredBy(findings, bus, service, "/xyz/openbmc_project/security",
-                  "xyz.openbmc_project.security.SecurityManager", verification);
+                  "xyz.openbmc_project.security.SecurityManager", need);
     if (!offered)
     {
         return;
     }
-    if (kinds.contains("bmc"))
+    for (const auto& [kind, member, image] :
+         {std::tuple("bmc", "verifyBmc", "BMC image"),
+          std::tuple("bios", "verifyBios", "BIOS image"),
+          std::tuple("bios", "verifyCapsule", "BIOS capsule")})
     {
-        checkMethod(findings, *offered, "verifyBmc", {"s", "b"}, verification);
-    }
-    if (kinds.contains("bios"))
-    {
-        checkMethod(findings, *offered, "verifyBios", {"s", "b"}, verification);
-        checkMethod(findings, *offered, "verifyCapsule", {"s", "b"},
-                    verification);
+        if (kinds.contains(kind))
+        {
+            checkMethod(findings, *offered, member, {"s", "b"},
+                        {Level::failure,
+                         std::string("no ") + image + " can be verified"});
+        }
     }
 }
 
@@ -44,8 +46,7 @@ static void checkFirmwareInformation(Findings& findings,
                                      const Kinds& kinds)
 {
     constexpr auto service = "xyz.openbmc_project.FwInfoManager";
-    const Need need{Level::failure, "such an image is refused when its version "
-                                    "is to be recorded as staged"};
+    const Need need{Level::failure, "no BMC or BIOS image can be uploaded"};
     findings.area("firmware information");
     if (!isOnTheBus(findings, bus, service, need))
     {
@@ -58,14 +59,17 @@ static void checkFirmwareInformation(Findings& findings,
     {
         return;
     }
-    if (kinds.contains("bmc"))
+    for (const auto& [kind, property, image] :
+         {std::tuple("bmc", "stagingBMC", "BMC image"),
+          std::tuple("bios", "stagingBIOS", "BIOS image"),
+          std::tuple("bios", "stagingCapsuleMCU", "BIOS capsule")})
     {
-        checkProperty(findings, *offered, "stagingBMC", "s", true, need);
-    }
-    if (kinds.contains("bios"))
-    {
-        checkProperty(findings, *offered, "stagingBIOS", "s", true, need);
-        checkProperty(findings, *offered, "stagingCapsuleMCU", "s", true, need);
+        if (kinds.contains(kind))
+        {
+            checkProperty(findings, *offered, property, "s", true,
+                          {Level::failure,
+                           std::string("no ") + image + " can be uploaded"});
+        }
     }
 }
 

@@ -1,0 +1,36 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace bmcsim
+{
+
+/** What is wrong with a simulated BMC, under a name. */
+struct Scenario
+{
+    std::string name;
+    /** One sentence. */
+    std::string description;
+    /** As for `Board::set`, in order. */
+    std::vector<std::pair<std::string, std::string>> settings;
+};
+
+/** Takes NAME=VALUE apart.
+ *
+ *  @throw std::invalid_argument  it is not of that form
+ */
+std::pair<std::string, std::string> assignment(const std::string& text);
+
+/** All that come with the simulator, by name. */
+std::vector<Scenario> scenarios();
+
+/** @param name  of one of them, or the path, with a "/", of a file of one's own
+ *  @throw std::invalid_argument  there is none, or it cannot be read; says what
+ *         there is
+ */
+Scenario scenarioNamed(const std::string& name);
+
+} // namespace bmcsim
