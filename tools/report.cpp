@@ -44,11 +44,12 @@ void Report::tell(const Result& event)
 
 nlohmann::json Report::closing(ExitStatus status) const
 {
-    nlohmann::json value{{"verb", verb},
-                         {"outcome", nameOf(status)},
-                         {"exit_status", static_cast<int>(status)},
-                         {"result", nullptr},
-                         {"error", nullptr}};
+    nlohmann::json value{
+        {"verb", verb.empty() ? nlohmann::json() : nlohmann::json(verb)},
+        {"outcome", nameOf(status)},
+        {"exit_status", static_cast<int>(status)},
+        {"result", nullptr},
+        {"error", nullptr}};
     if (trace::isOn())
     {
         value["trace"] = trace::calls();

@@ -72,6 +72,7 @@ class Monitor
     {
         constexpr std::chrono::milliseconds slice{100};
         const Interruption interruption;
+        tell("listening", {}, "listening; Ctrl-C ends it");
         while (!Interruption::signal())
         {
             while (bus.process_discard())

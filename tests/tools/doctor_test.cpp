@@ -1,0 +1,415 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "../support/bytes.hpp"
+#include "../support/temporary_directory.hpp"
+#include "schema.hpp"
+#include "tool_test.hpp"
+
+#include <nlohmann/json.hpp>
+
+#include <set>
+#include <sstream>
+
+// The doctor finds exactly what is wrong, and changes nothing.
+
+using namespace test;
+using nlohmann::json;
+
+namespace
+{
+
+using Wrong = std::vector<std::string>;
+
+/** What is not in order, as "level: what". */
+Wrong wrongIn(const std::string& text)
+{
+    Wrong found;
+    const auto value = json::parse(text);
+    for (const auto& finding : value["result"]["findings"])
+    {
+        if (finding["level"] != "ok")
+        {
+            found.push_back(finding["level"].get<std::string>() + ": " +
+                            finding["what"].get<std::string>());
+            EXPECT_NE(finding["advice"], "");
+        }
+    }
+    return found;
+}
+
+struct Scenario
+{
+    std::string name;
+    Wrong wrong;
+};
+
+void PrintTo(const Scenario& scenario, std::ostream* stream)
+{
+    *stream << scenario.name;
+}
+
+/** The same of both templates. */
+Wrong ofBothTemplates(const std::string& level, const std::string& what)
+{
+    Wrong both;
+    for (const auto* name :
+         {"obmc-flash-bmc-rot2@.service", "obmc-flash-host-bios@.service"})
+    {
+        both.push_back(level + ": " + name + what);
+    }
+    return both;
+}
+
+/** The same of every CPLD; NAME stands for it. */
+Wrong ofAllCplds(const std::string& text)
+{
+    Wrong all;
+    for (const std::string name : {"FAN_CPLD", "MB_CPLD", "SCM_CPLD"})
+    {
+        auto each = text;
+        for (auto at = each.find("NAME"); at != std::string::npos;
+             at = each.find("NAME"))
+        {
+            each.replace(at, 4, name);
+        }
+        all.push_back(each);
+    }
+    return all;
+}
+
+const std::vector<Scenario>& scenarios()
+{
+    const std::string lies = ": systemd calls its job done before the flash "
+                             "has ended";
+    static const std::vector<Scenario> all{
+        {"healthy", {}},
+        // These show only when an image is verified or flashed.
+        {"board-mismatch", {}},
+        {"security-slow", {}},
+        {"security-refuses", {}},
+        {"flash-fails", {}},
+        {"flash-hangs", {}},
+        {"flash-corrupt", {}},
+        {"security-absent",
+         {"failure: xyz.openbmc_project.SecurityManager is not on the bus: no "
+          "BMC or BIOS image can be verified"}},
+        {"security-hangs",
+         {"failure: /xyz/openbmc_project/security does not answer "
+          "(org.freedesktop.DBus.Error.Timeout): no BMC or BIOS image can be "
+          "verified"}},
+        {"security-old",
+         {"failure: there is no method verifyCapsule: no BIOS capsule can be "
+          "verified"}},
+        {"security-wrong-type",
+         {"failure: the method verifyBmc is (s) -> (s): no BMC image can be "
+          "verified",
+          "failure: the method verifyBios is (s) -> (s): no BIOS image can be "
+          "verified",
+          "failure: the method verifyCapsule is (s) -> (s): no BIOS capsule "
+          "can be verified"}},
+        {"fwinfo-absent",
+         {"failure: xyz.openbmc_project.FwInfoManager is not on the bus: no "
+          "BMC or BIOS image can be uploaded"}},
+        {"fwinfo-old",
+         {"failure: there is no property stagingCapsuleMCU: no BIOS capsule "
+          "can be uploaded"}},
+        {"host-wrong-type",
+         {"failure: the property BoardId is of type s: every BIOS image is "
+          "taken for another board's"}},
+        {"settings-absent",
+         {"warning: xyz.openbmc_project.Settings is not on the bus: uploads of "
+          "BIOS images tell no apply time"}},
+        {"settings-unknown",
+         {"warning: the requested apply time is "
+          "'xyz.openbmc_project.Software.ApplyTime.RequestedApplyTimes."
+          "Sometime', which the library does not know: uploads of BIOS images "
+          "tell no apply time"}},
+        {"cpld-absent",
+         {"failure: xyz.openbmc_project.CpldUpdateMgrSvc is not on the bus: no "
+          "CPLD can be listed, verified or updated"}},
+        {"cpld-unbound", {"warning: no CPLD is bound"}},
+        {"cpld-registry-malformed",
+         {"failure: the method bindedDevices is () -> (a{s(ss)}): no CPLD can "
+          "be listed, verified or updated"}},
+        {"cpld-path-malformed",
+         ofAllCplds("failure: the registry tells 'NAME' as the object path of "
+                    "NAME, which is none: no CPLD can be listed")},
+        {"cpld-device-absent",
+         ofAllCplds("failure: xyz.openbmc_project.CpldUpdateMgrSvc has no "
+                    "object /xyz/openbmc_project/cpld_update_mgr/NAME: NAME "
+                    "cannot be verified or updated")},
+        {"flash-condition",
+         ofBothTemplates("failure", " has conditions: where one does not hold, "
+                                    "systemd calls the job done though nothing "
+                                    "was flashed")},
+        {"flash-ignored-failure",
+         ofBothTemplates("failure", " ignores a failure of " +
+                                        fromEnvironment("WEXA_BMCSIM") +
+                                        ": systemd calls a failed flash done")},
+        {"flash-simple",
+         ofBothTemplates("failure", " is of type simple" + lies)},
+        {"flash-no-timeout",
+         ofBothTemplates("warning", " has no time-out: a flash that hangs "
+                                    "never ends")},
+        {"units-missing",
+         ofBothTemplates("failure", " is not installed or has errors "
+                                    "(not-found): nothing can be flashed")},
+        {"units-masked",
+         ofBothTemplates("failure", " is masked: nothing can be flashed")},
+        {"systemd-absent",
+         {"failure: org.freedesktop.systemd1 is not on the bus: nothing can be "
+          "flashed"}},
+        {"bus-gone",
+         {"failure: cannot reach the bus system: Connection refused"}},
+    };
+    return all;
+}
+
+class DoctorFinds : public testing::TestWithParam<Scenario>
+{};
+
+TEST_P(DoctorFinds, ExactlyWhatIsWrong)
+{
+    const auto done = run({fromEnvironment("WEXA_BMCSIM"), "run", "--scenario",
+                           GetParam().name, "--", fromEnvironment("WEXA_FWMGR"),
+                           "doctor", "--json"});
+    EXPECT_EQ(done.err, "");
+    ASSERT_EQ(violationsIn(done.out), "") << done.out;
+    EXPECT_EQ(wrongIn(done.out), GetParam().wrong);
+    const auto failures =
+        std::ranges::count_if(GetParam().wrong, [](const auto& line) {
+            return line.starts_with("failure");
+        });
+    EXPECT_EQ(done.status, failures == 0 ? 0 : notReady);
+}
+
+INSTANTIATE_TEST_SUITE_P(Scenarios, DoctorFinds, testing::ValuesIn(scenarios()),
+                         [](const auto& row) {
+                             auto name = row.param.name;
+                             std::ranges::replace(name, '-', '_');
+                             return name;
+                         });
+
+TEST(DoctorTests, CoverEveryScenario)
+{
+    std::set<std::string> tried;
+    for (const auto& scenario : scenarios())
+    {
+        tried.insert(scenario.name);
+    }
+    std::set<std::string> known;
+    std::istringstream list(
+        run({fromEnvironment("WEXA_BMCSIM"), "scenarios"}).out);
+    for (std::string line; std::getline(list, line);)
+    {
+        known.insert(line.substr(0, line.find(' ')));
+    }
+    EXPECT_EQ(tried, known);
+}
+
+class Doctor : public ToolTest
+{
+  protected:
+    Wrong wrongWith(const std::vector<std::string>& arguments) const
+    {
+        std::vector<std::string> command{"doctor", "--json"};
+        command.insert(command.end(), arguments.begin(), arguments.end());
+        return wrongIn(fwmgr(command).out);
+    }
+};
+
+TEST_F(Doctor, ShowsATableAndWhatToDo)
+{
+    bmc.set("host", "absent");
+    const auto done = fwmgr({"doctor", "bios"});
+    EXPECT_EQ(done.status, notReady);
+    EXPECT_EQ(done.out,
+              "libraries\n"
+              "  OK       libwexa_fwmgr_internal.so.0 can be loaded\n"
+              "  OK       libwexacore.so.0 can be loaded\n"
+              "  OK       get_bios_version_from_image\n"
+              "  OK       get_bios_board_id\n"
+              "  OK       check_bios_seamless_capsule\n"
+              "  OK       get_capsule_version_from_image\n"
+              "bus\n"
+              "  OK       system can be reached\n"
+              "security manager\n"
+              "  OK       xyz.openbmc_project.SecurityManager is on the bus\n"
+              "  OK       verifyBios(s) -> (b)\n"
+              "  OK       verifyCapsule(s) -> (b)\n"
+              "firmware information\n"
+              "  OK       xyz.openbmc_project.FwInfoManager is on the bus\n"
+              "  OK       stagingBIOS, writable, of type s\n"
+              "  OK       stagingCapsuleMCU, writable, of type s\n"
+              "host\n"
+              "  FAILURE  com.WEXA.Host is not on the bus: every BIOS image is "
+              "taken for another board's\n"
+              "           -> install or start the service\n"
+              "settings\n"
+              "  OK       xyz.openbmc_project.Settings is on the bus\n"
+              "  OK       the requested apply time is Immediate\n"
+              "flash units\n"
+              "  OK       org.freedesktop.systemd1 is on the bus\n"
+              "  OK       StartUnit(ss) -> (o)\n"
+              "  OK       obmc-flash-host-bios@.service is installed and "
+              "honest\n"
+              "paths of images\n"
+              "  OK       bios: up to 203 characters of letters, digits, "
+              "\"/\", \":\", \"_\", \".\" and \"@\"\n");
+    EXPECT_EQ(done.err, "wexa-fwmgr: the board is not ready: 1 failure, 0 "
+                        "warnings\n");
+}
+
+TEST_F(Doctor, LooksOnlyAtWhatAKindOfFirmwareNeeds)
+{
+    for (const auto* service : {"security", "fwinfo", "host", "settings"})
+    {
+        bmc.set(service, "absent");
+    }
+    EXPECT_EQ(wrongWith({"cpld"}), Wrong());
+    EXPECT_EQ(wrongWith({"bmc"}).size(), 2);
+    EXPECT_EQ(wrongWith({"bios"}).size(), 4);
+}
+
+TEST_F(Doctor, ChangesNothingAndAsksNothingThatCould)
+{
+    const auto before = bmc.state();
+    EXPECT_EQ(fwmgr({"doctor"}).status, 0);
+    auto after = bmc.state();
+    EXPECT_EQ(bmc.calls("security"), Calls());
+    EXPECT_EQ(bmc.calls("fwinfo"), Calls());
+    EXPECT_EQ(bmc.calls("host"), (Calls{{"Get", 1}}));
+    EXPECT_EQ(bmc.calls("settings"), (Calls{{"Get", 1}}));
+    EXPECT_EQ(bmc.calls("cpld"), (Calls{{"bindedDevices", 1}}));
+    for (const auto* service : {"host", "settings", "cpld"})
+    {
+        for (const auto* key : {"calls", "last"})
+        {
+            after["services"][service][key] = before["services"][service][key];
+        }
+    }
+    EXPECT_EQ(after, before);
+}
+
+TEST_F(Doctor, FindsFurtherFaultsOfServices)
+{
+    bmc.set("host", "error");
+    bmc.set("settings", "wrong-type");
+    bmc.set("fwinfo", "wrong-type");
+    bmc.set("cpld-registry", "empty-path");
+    bmc.set("cpld-bound", "MB_CPLD");
+    EXPECT_EQ(wrongWith({}),
+              (Wrong{
+                  "failure: the property stagingBMC is of type u: no BMC image "
+                  "can be uploaded",
+                  "failure: the property stagingBIOS is of type u: no BIOS "
+                  "image can be uploaded",
+                  "failure: the property stagingCapsuleMCU is of type u: no "
+                  "BIOS capsule can be uploaded",
+                  "failure: BoardId cannot be read "
+                  "(org.freedesktop.DBus.Error.Failed): every BIOS image is "
+                  "taken for another board's",
+                  "warning: the property RequestedApplyTime is of type u: "
+                  "uploads of BIOS images tell no apply time",
+                  "failure: the registry tells no object path of MB_CPLD: its "
+                  "version is not known, and it cannot be verified",
+              }));
+    bmc.set("cpld", "error");
+    EXPECT_EQ(wrongWith({"cpld"}),
+              (Wrong{"failure: bindedDevices fails "
+                     "(org.freedesktop.DBus.Error.Failed): no CPLD can be "
+                     "listed, verified or updated"}));
+}
+
+/** A flash unit that is not honest, or that does not work. */
+struct Template
+{
+    std::string name;
+    std::string service;
+    Wrong wrong;
+};
+
+void PrintTo(const Template& unit, std::ostream* stream)
+{
+    *stream << unit.name;
+}
+
+class DoctorSeesThrough :
+    public Doctor,
+    public testing::WithParamInterface<Template>
+{};
+
+TEST_P(DoctorSeesThrough, AUnit)
+{
+    bmc.replaceFlashUnit("[Unit]\nDefaultDependencies=no\n[Service]\n" +
+                         GetParam().service);
+    EXPECT_EQ(wrongWith({"bmc"}), GetParam().wrong);
+}
+
+constexpr auto honest = "Type=oneshot\nTimeoutStartSec=60\n";
+
+/** About the template of BMC images. */
+Wrong says(const std::string& level, const std::string& what)
+{
+    return {level + ": obmc-flash-bmc-rot2@.service " + what};
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Units, DoctorSeesThrough,
+    testing::Values(
+        Template{"ThatRemainsAfterExit",
+                 std::string(honest) +
+                     "RemainAfterExit=yes\nExecStart=/bin/true \"%I\"\n",
+                 says("failure", "remains after exit: the same image is not "
+                                 "flashed a second time, though its job is "
+                                 "done")},
+        Template{"WithAnExecCondition",
+                 std::string(honest) +
+                     "ExecCondition=/bin/true\nExecStart=/bin/true \"%I\"\n",
+                 says("failure", "has conditions: where one does not hold, "
+                                 "systemd calls the job done though nothing "
+                                 "was flashed")},
+        Template{"ThatCallsOtherStatusesSuccess",
+                 std::string(honest) +
+                     "SuccessExitStatus=7\nExecStart=/bin/true \"%I\"\n",
+                 says("failure", "counts exit statuses besides 0 as success")},
+        Template{"WhoseProgramIsMissing",
+                 std::string(honest) + "ExecStart=/nonexistent/flash \"%I\"\n",
+                 {"failure: /nonexistent/flash, which "
+                  "obmc-flash-bmc-rot2@.service runs, cannot be executed"}},
+        Template{"ThatKeepsThePathToItself",
+                 std::string(honest) + "ExecStart=/bin/true \"%i\"\n",
+                 says("warning", "does not give its program the path of the "
+                                 "image")},
+        Template{"ThatRunsNothing",
+                 std::string(honest) +
+                     "RemainAfterExit=yes\nExecStop=/bin/true\n",
+                 {says("failure", "remains after exit: the same image is not "
+                                  "flashed a second time, though its job is "
+                                  "done")
+                      .front(),
+                  says("failure", "runs nothing").front()}},
+        Template{"ThatSystemdCannotLoad", "Type=oneshot\n",
+                 says("failure", "is not installed or has errors "
+                                 "(bad-setting): nothing can be flashed")}),
+    [](const auto& row) { return row.param.name; });
+
+TEST_F(Doctor, LooksAtADirectoryOfImages)
+{
+    const TemporaryDirectory directory;
+    const auto here = directory.path().string();
+    EXPECT_EQ(wrongWith({"bmc", "--images", here}), Wrong());
+    EXPECT_EQ(
+        wrongWith({"bmc", "--images", here + "/none"}),
+        (Wrong{"failure: " + here + "/none is no directory that can be read"}));
+    std::filesystem::create_directory(here + "/a-b");
+    EXPECT_EQ(wrongWith({"bmc", "--images", here + "/a-b"}),
+              (Wrong{"failure: " + here +
+                     "/a-b: the flash unit would read each \"-\" as \"/\""}));
+    const auto deep = here + "/" + std::string(200, 'x');
+    std::filesystem::create_directory(deep);
+    EXPECT_EQ(
+        wrongWith({"bmc", "--images", deep}),
+        (Wrong{"failure: " + deep + " is too long a path to keep images in"}));
+}
+
+} // namespace

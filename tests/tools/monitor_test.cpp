@@ -1,0 +1,186 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "../support/bytes.hpp"
+#include "schema.hpp"
+#include "tool_test.hpp"
+
+#include <nlohmann/json.hpp>
+#include <signal.h>
+
+#include <memory>
+#include <regex>
+
+// `monitor` tells what happens as it happens, until it is stopped.
+
+using namespace test;
+
+namespace
+{
+
+class Monitor : public ToolTest
+{
+  protected:
+    Monitor()
+    {
+        bmc.set("flash-time", "50");
+    }
+
+    /** Started, and listening. */
+    std::unique_ptr<Process>
+    started(const std::vector<std::string>& options = {}) const
+    {
+        std::vector<std::string> command{fromEnvironment("WEXA_FWMGR"),
+                                         "monitor"};
+        command.insert(command.end(), options.begin(), options.end());
+        auto monitor = std::make_unique<Process>(command, bmc.environment());
+        monitor->awaitOutput("listening");
+        return monitor;
+    }
+
+    static std::string timeless(const std::string& text)
+    {
+        return std::regex_replace(
+            text, std::regex("[0-9-]+T[0-9:]+[+-][0-9]{4}"), "TIME");
+    }
+
+    /** What the schema does not allow, times apart. */
+    static std::string violationsApartFromTimes(const std::string& text)
+    {
+        return violationsIn(std::regex_replace(text, std::regex("TIME"),
+                                               "2026-01-01T00:00:00+0000"));
+    }
+
+    static Completed stopped(Process& monitor, int signal = SIGINT)
+    {
+        monitor.signal(signal);
+        auto done = monitor.wait();
+        done.out = timeless(done.out);
+        return done;
+    }
+
+    std::string image = images.bmc("1");
+};
+
+TEST_F(Monitor, TellsHowEachFlashEnded)
+{
+    const auto monitor = started();
+    EXPECT_EQ(fwmgr({"update", "bmc", image}).status, 0);
+    monitor->awaitOutput(": flashed\n");
+    bmc.set("flash", "fail");
+    EXPECT_EQ(fwmgr({"update", "bios", image}).status, flashFailed);
+    monitor->awaitOutput("'exit-code'\n");
+    bmc.set("flash", "normal");
+    bmc.set("flash-unit", "condition");
+    EXPECT_EQ(fwmgr({"update", "cpld", image, "--component", "MB_CPLD"}).status,
+              flashNotRun);
+    monitor->awaitOutput("did not hold\n");
+
+    EXPECT_EQ(
+        stopped(*monitor),
+        (Completed{
+            0,
+            "TIME listening; Ctrl-C ends it\nTIME bmc " + image +
+                ": flashed\nTIME bios " + image +
+                ": the flash failed: systemd ended its job with 'failed', the "
+                "unit with 'exit-code'\nTIME cpld MB_CPLD " +
+                image +
+                ": the flash was not run: a condition of the unit did not "
+                "hold\n",
+            ""}));
+}
+
+TEST_F(Monitor, TellsOfFlashesThatBeganBefore)
+{
+    bmc.set("flash-time", "2000");
+    EXPECT_EQ(fwmgr({"update", "bmc", image, "--no-wait"}).status, 0);
+    const auto monitor = started();
+    monitor->awaitOutput(": flashed\n");
+    EXPECT_EQ(stopped(*monitor, SIGTERM).status, 0);
+}
+
+TEST_F(Monitor, TellsOfNotificationsAndOfSystemdButOfNoOtherUnit)
+{
+    const auto monitor = started();
+    writeBytes(bmc.directory() + "/units/other.service",
+               "[Unit]\nDefaultDependencies=no\n"
+               "[Service]\nType=oneshot\nExecStart=/bin/true\n");
+    EXPECT_EQ(bmc.call({"org.freedesktop.systemd1", "/org/freedesktop/systemd1",
+                        "org.freedesktop.systemd1.Manager", "StartUnit", "ss",
+                        "other.service", "replace"})
+                  .status,
+              0);
+    bmc.set("cpld-bound", "MB_CPLD");
+    monitor->awaitOutput("bindedDevicesChanged\n");
+    bmc.set("manager", "absent");
+    monitor->awaitOutput("left the bus\n");
+    bmc.set("manager", "normal");
+    monitor->awaitOutput("is on the bus\n");
+    EXPECT_EQ(fwmgr({"update", "bmc", image}).status, 0);
+    monitor->awaitOutput(": flashed\n");
+
+    EXPECT_EQ(stopped(*monitor),
+              (Completed{0,
+                         "TIME listening; Ctrl-C ends it\n"
+                         "TIME CPLD notification bindedDevicesChanged\n"
+                         "TIME systemd left the bus\n"
+                         "TIME systemd is on the bus\n"
+                         "TIME bmc " +
+                             image + ": flashed\n",
+                         ""}));
+}
+
+TEST_F(Monitor, PrintsOneJsonValueAnEventALine)
+{
+    const auto monitor = started({"--json"});
+    bmc.set("cpld-bound", "MB_CPLD");
+    monitor->awaitOutput("bindedDevicesChanged");
+    EXPECT_EQ(fwmgr({"update", "bmc", image}).status, 0);
+    monitor->awaitOutput("flash_ended");
+    monitor->awaitOutput("}");
+
+    const auto done = stopped(*monitor);
+    EXPECT_EQ(done.status, 0);
+    EXPECT_EQ(done.err, "");
+    EXPECT_EQ(violationsIn(std::regex_replace(done.out, std::regex("TIME"),
+                                              "2026-01-01T00:00:00+0000")),
+              "");
+    const auto value = nlohmann::json::parse(done.out);
+    ASSERT_EQ(value["events"].size(), 3);
+    EXPECT_EQ(value["events"][0]["event"], "listening");
+    EXPECT_EQ(value["events"][1]["member"], "bindedDevicesChanged");
+    EXPECT_EQ(value["events"][2]["outcome"], "success");
+    EXPECT_EQ(value["events"][2]["what"], image);
+}
+
+TEST_F(Monitor, PrintsOneJsonValueWhereNothingHappened)
+{
+    const auto monitor = started({"--json"});
+    const auto done = stopped(*monitor);
+    EXPECT_EQ(done.status, 0);
+    EXPECT_EQ(violationsApartFromTimes(done.out), "");
+}
+
+TEST_F(Monitor, SaysThatTheBusWentAway)
+{
+    const auto monitor = started();
+    bmc.set("bus", "gone");
+    const auto done = monitor->wait();
+    EXPECT_EQ(done.status, callFailed);
+    EXPECT_EQ(timeless(done.out), "TIME listening; Ctrl-C ends it\n");
+    EXPECT_THAT(done.err, testing::MatchesRegex(
+                              "wexa-fwmgr: the bus went away\n  D-Bus:    .*\n"
+                              "  hint:     start it again\n"));
+}
+
+TEST_F(Monitor, SaysAsJsonThatTheBusWentAwayAfterAnEvent)
+{
+    const auto monitor = started({"--json"});
+    bmc.set("cpld-bound", "MB_CPLD");
+    monitor->awaitOutput("bindedDevicesChanged");
+    bmc.set("bus", "gone");
+    const auto done = monitor->wait();
+    EXPECT_EQ(done.status, callFailed);
+    EXPECT_EQ(violationsIn(done.out), "") << done.out;
+    EXPECT_EQ(done.err, "");
+}
+
+} // namespace

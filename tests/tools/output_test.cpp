@@ -1,0 +1,117 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "../support/temporary_directory.hpp"
+#include "tool_test.hpp"
+
+#include <sys/mount.h>
+#include <unistd.h>
+
+// Output that nobody takes, and a flash that has no room.
+
+using namespace test;
+
+namespace
+{
+
+class Output : public ToolTest
+{
+  protected:
+    /** The tool in a shell, as TOOL. */
+    Completed shell(const std::string& command) const
+    {
+        return bmc.run({"bash", "-c",
+                        "TOOL=" + fromEnvironment("WEXA_FWMGR") +
+                            "; IMAGE=" + image + "; " + command});
+    }
+
+    std::string image = images.bmc("1");
+};
+
+TEST_F(Output, IntoAClosedPipeIsToldOfAndNotTakenForSuccess)
+{
+    for (const auto* verb : {"verify", "update"})
+    {
+        const auto done = shell(std::string("{ $TOOL ") + verb +
+                                " bmc $IMAGE; echo $? >&2; } | true");
+        EXPECT_THAT(done.err,
+                    testing::MatchesRegex(
+                        "(flashing .*\n)?wexa-fwmgr: cannot write to standard "
+                        "output: Broken pipe\n  outcome:  " +
+                        image + ": .*\n1\n"));
+    }
+}
+
+TEST_F(Output, IntoAClosedPipeLeavesTheStatusOfAFailure)
+{
+    const auto done =
+        shell("{ $TOOL verify bmc /nonexistent --json; echo $? >&2; } | true");
+    EXPECT_EQ(done.err, "wexa-fwmgr: cannot write to standard output: Broken "
+                        "pipe\n  outcome:  /nonexistent: No such file or "
+                        "directory\n2\n");
+}
+
+TEST_F(Output, OntoAFullDiskIsToldOf)
+{
+    const auto done = shell("$TOOL components --json >/dev/full");
+    EXPECT_EQ(done.status, 1);
+    EXPECT_THAT(done.err,
+                testing::StartsWith("wexa-fwmgr: cannot write to standard "
+                                    "output: No space left on device\n"));
+}
+
+TEST_F(Output, OfAMonitorIntoAClosedPipeEndsIt)
+{
+    bmc.set("flash-time", "50");
+    const auto done = shell("{ $TOOL monitor; echo $? >&2; } | "
+                            "{ head -n 1; exec <&-; "
+                            "$TOOL update bmc $IMAGE >/dev/null; }");
+    EXPECT_THAT(done.err, testing::HasSubstr("wexa-fwmgr: cannot write to "
+                                             "standard output: Broken pipe\n"));
+}
+
+/** A disk of one megabyte, which only root may make. */
+class SmallDisk
+{
+  public:
+    SmallDisk()
+    {
+        if (mount("tmpfs", path().c_str(), "tmpfs", 0, "size=1m") != 0)
+        {
+            throw std::runtime_error("cannot mount a small disk");
+        }
+    }
+
+    ~SmallDisk()
+    {
+        umount2(path().c_str(), MNT_DETACH);
+    }
+
+    SmallDisk(const SmallDisk&) = delete;
+    SmallDisk& operator=(const SmallDisk&) = delete;
+
+    std::string path() const
+    {
+        return directory.path();
+    }
+
+  private:
+    TemporaryDirectory directory;
+};
+
+TEST(FullDisk, MakesTheFlashFailAndTheToolSayIt)
+{
+    const Images images;
+    const auto image = images.make(
+        "big", {"--kind", "bmc", "--version", "1", "--size", "2000000"});
+    const SmallDisk disk;
+    const auto done = run(
+        {"env", "TMPDIR=" + disk.path(), fromEnvironment("WEXA_BMCSIM"), "run",
+         "--", fromEnvironment("WEXA_FWMGR"), "update", "bmc", image});
+    EXPECT_EQ(done.status, flashFailed);
+    EXPECT_EQ(done.out, "");
+    EXPECT_THAT(done.err,
+                testing::HasSubstr("\nwexa-fwmgr: the flash failed: systemd "
+                                   "ended its job with 'failed', the unit "
+                                   "with 'exit-code'\n"));
+}
+
+} // namespace
