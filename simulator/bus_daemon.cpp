@@ -34,7 +34,7 @@ static void writeConfiguration(const std::filesystem::path& file,
 )";
 }
 
-static bool listens(const std::filesystem::path& socketPath)
+bool listens(const std::filesystem::path& socketPath)
 {
     sockaddr_un address{AF_UNIX, {}};
     std::strncpy(address.sun_path, socketPath.c_str(),

@@ -8,6 +8,9 @@
 namespace bmcsim
 {
 
+/** Whether a bus can be reached at a socket. */
+bool listens(const std::filesystem::path& socketPath);
+
 /** The dbus-daemon of the simulated BMC. */
 class BusDaemon
 {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "client.hpp"
 
+#include "bus_daemon.hpp"
 #include "control.hpp"
 #include "exit_status.hpp"
 #include "private_directory.hpp"
@@ -55,15 +56,12 @@ connectTo(const PrivateDirectory& where)
         throw std::runtime_error("no simulated BMC runs in " +
                                  where.path().string());
     }
-    try
-    {
-        return sdbus::createSessionBusConnectionWithAddress(where.busAddress());
-    }
-    catch (const sdbus::Error&)
+    if (!listens(where.busSocket()))
     {
         throw std::runtime_error("the bus of the simulated BMC in " +
                                  where.path().string() + " is gone");
     }
+    return sdbus::createSessionBusConnectionWithAddress(where.busAddress());
 }
 
 /** Calls `ask` with the simulator's control object; the exit status. */

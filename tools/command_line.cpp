@@ -202,7 +202,9 @@ std::optional<Command> parse(int argc, char** argv)
     app.get_formatter()->column_width(20);
     app.fallthrough();
     Command command;
-    Grammar(app, command).declare();
+    // Whose functions are called while the command line is parsed.
+    Grammar grammar(app, command);
+    grammar.declare();
     try
     {
         app.parse(argc, argv);

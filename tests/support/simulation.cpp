@@ -5,7 +5,11 @@
 
 #include <signal.h>
 
+#include <chrono>
+#include <filesystem>
+#include <functional>
 #include <stdexcept>
+#include <thread>
 
 namespace test
 {
@@ -86,6 +90,38 @@ void Simulation::replaceFlashUnit(const std::string& sections) const
 std::string Simulation::flash(const std::string& partition) const
 {
     return bytesOf(where + "/flash/" + partition);
+}
+
+/** Throws where it does not come true in time. */
+static void await(const std::string& what, const std::function<bool()>& isTrue)
+{
+    constexpr std::chrono::seconds patience{60};
+    const auto deadline = std::chrono::steady_clock::now() + patience;
+    while (!isTrue())
+    {
+        if (std::chrono::steady_clock::now() >= deadline)
+        {
+            throw std::runtime_error("never came: " + what);
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+}
+
+void Simulation::awaitFlash(const std::string& partition) const
+{
+    const auto file = where + "/flash/" + partition;
+    await(file, [&] {
+        std::error_code missing;
+        return std::filesystem::file_size(file, missing) > 0 && !missing;
+    });
+}
+
+void Simulation::awaitFlashed(const std::string& partition,
+                              const std::string& bytes) const
+{
+    awaitFlash(partition);
+    await("the whole of " + partition,
+          [&] { return flash(partition) == bytes; });
 }
 
 Completed Simulation::end()

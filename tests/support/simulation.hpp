@@ -52,6 +52,13 @@ class Simulation
     /** The bytes of the file that stands for a flash partition. */
     std::string flash(const std::string& partition) const;
 
+    /** Waits until the flash program has begun to write to a partition. */
+    void awaitFlash(const std::string& partition) const;
+
+    /** Waits until a partition holds these bytes. */
+    void awaitFlashed(const std::string& partition,
+                      const std::string& bytes) const;
+
     const std::string& directory() const
     {
         return where;

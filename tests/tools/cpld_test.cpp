@@ -289,9 +289,7 @@ TEST_F(Cpld, FlashThatAlreadyRunsIsJoined)
     Process first({fromEnvironment("WEXA_FWMGR"), "update", "cpld", image,
                    "--component", "MB_CPLD"},
                   bmc.environment());
-    while (bmc.run({"test", "-s", bmc.directory() + "/flash/cpld-MB_CPLD"})
-               .status != 0)
-    {}
+    bmc.awaitFlash("cpld-MB_CPLD");
     EXPECT_EQ(run("update", "MB_CPLD").status, 0);
     EXPECT_EQ(first.wait().status, 0);
 }

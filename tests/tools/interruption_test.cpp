@@ -26,18 +26,9 @@ class Interruption : public ToolTest
         return {fromEnvironment("WEXA_FWMGR"), "update", "bmc", image};
     }
 
-    void awaitFlash() const
-    {
-        while (bmc.run({"test", "-s", bmc.directory() + "/flash/bmc"}).status !=
-               0)
-        {}
-    }
-
     void expectTheFlashToGoOn() const
     {
-        awaitFlash();
-        while (bmc.flash("bmc") != bytesOf(image))
-        {}
+        bmc.awaitFlashed("bmc", bytesOf(image));
     }
 
     std::string image = images.bmc("1");
@@ -63,7 +54,7 @@ TEST_P(InterruptionBy, ASignalLeavesTheFlashAndSaysSo)
              R"(see systemctl status 'obmc-flash-bmc-rot2@bmc_rot2\x20update\x20)" +
                  path + ".service'"});
     Process tool(update(), bmc.environment());
-    awaitFlash();
+    bmc.awaitFlash("bmc");
     tool.signal(GetParam());
     EXPECT_EQ(tool.wait(), (Completed{128 + GetParam(), "", text}));
     expectTheFlashToGoOn();
@@ -77,7 +68,7 @@ TEST_F(Interruption, IsToldAsJson)
     auto command = update();
     command.emplace_back("--json");
     Process tool(command, bmc.environment());
-    awaitFlash();
+    bmc.awaitFlash("bmc");
     tool.signal(SIGINT);
     const auto done = tool.wait();
     EXPECT_EQ(done.status, 128 + SIGINT);
@@ -92,7 +83,7 @@ TEST_F(Interruption, ByASignalThatIsIgnoredIsNone)
     auto command = update();
     command.insert(command.begin(), "nohup");
     Process tool(command, bmc.environment());
-    awaitFlash();
+    bmc.awaitFlash("bmc");
     tool.signal(SIGHUP);
     EXPECT_EQ(tool.wait().status, 0);
 }
@@ -103,13 +94,12 @@ TEST_F(Interruption, OfATerminalThatIsClosedEndsTheToolAndNotTheFlash)
     {
         Process terminal({"script", "-q", "-e", "-c", command, "/dev/null"},
                          bmc.environment());
-        awaitFlash();
+        bmc.awaitFlash("bmc");
         terminal.signal(SIGKILL);
         terminal.wait();
     }
-    while (run({"pgrep", "-f", command}).status == 0)
-    {}
     expectTheFlashToGoOn();
+    EXPECT_EQ(run({"pgrep", "-f", command}).status, 1);
 }
 
 TEST_F(Interruption, IsNeededByNobodyWhoSeesTheTimePassOnATerminal)

@@ -59,14 +59,6 @@ class Update : public ToolTest
         return fwmgr(arguments);
     }
 
-    /** Waits until the flash program has begun to write. */
-    void awaitFlash() const
-    {
-        while (bmc.run({"test", "-s", bmc.directory() + "/flash/bmc"}).status !=
-               0)
-        {}
-    }
-
     static constexpr auto startAgain =
         "start it again, and look at what the flash program logged";
 
@@ -163,7 +155,7 @@ TEST_F(Update, CountsTheFirstOutcomeOfAFlashThatIsStopped)
     bmc.set("flash", "hang");
     Process tool({fromEnvironment("WEXA_FWMGR"), "update", "bmc", image},
                  bmc.environment());
-    awaitFlash();
+    bmc.awaitFlash("bmc");
     bmc.call({"org.freedesktop.systemd1", "/org/freedesktop/systemd1",
               "org.freedesktop.systemd1.Manager", "StopUnit", "ss", unit(),
               "replace"});
@@ -180,14 +172,11 @@ TEST_F(Update, EndsTheFlashEvenIfNobodyWaits)
     {
         Process tool({fromEnvironment("WEXA_FWMGR"), "update", "bmc", image},
                      bmc.environment());
-        while (bmc.run({"test", "-s", bmc.directory() + "/flash/bmc"}).status !=
-               0)
-        {}
+        bmc.awaitFlash("bmc");
         tool.signal(SIGKILL);
         EXPECT_EQ(tool.wait().status, 128 + SIGKILL);
     }
-    while (bmc.flash("bmc") != bytesOf(image))
-    {}
+    bmc.awaitFlashed("bmc", bytesOf(image));
     EXPECT_EQ(update().status, 0);
 }
 
@@ -294,7 +283,7 @@ TEST_F(Update, SaysThatSystemdLeftTheBusWhileItWaited)
     bmc.set("flash", "hang");
     Process tool({fromEnvironment("WEXA_FWMGR"), "update", "bmc", image},
                  bmc.environment());
-    awaitFlash();
+    bmc.awaitFlash("bmc");
     bmc.set("manager", "absent");
 
     EXPECT_EQ(tool.wait(),
@@ -309,7 +298,7 @@ TEST_F(Update, SaysThatTheBusWentAwayWhileItWaited)
     bmc.set("flash", "hang");
     Process tool({fromEnvironment("WEXA_FWMGR"), "update", "bmc", image},
                  bmc.environment());
-    awaitFlash();
+    bmc.awaitFlash("bmc");
     run({"pkill", "-KILL", "-f", bmc.directory() + "/bus.conf"});
 
     EXPECT_EQ(tool.wait(),
