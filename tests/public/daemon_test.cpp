@@ -24,13 +24,14 @@ class Daemon : public testing::Test
     Images images;
 };
 
-TEST_F(Daemon, StandsInReadmeAsItIsCompiled)
+TEST_F(Daemon, StandsInTheDocumentAsItIsCompiled)
 {
     const auto sources = fromEnvironment("WEXA_SOURCES");
-    const auto readme = bytesOf(sources + "/README.md");
+    const auto document = bytesOf(sources + "/docs/daemon-authors.md");
     const std::string opening = "```cpp\n";
-    const auto start = readme.find(opening) + opening.size();
-    const auto shown = readme.substr(start, readme.find("```", start) - start);
+    const auto start = document.find(opening) + opening.size();
+    const auto shown =
+        document.substr(start, document.find("```", start) - start);
 
     const auto compiled = bytesOf(sources + "/tests/public/daemon.cpp");
     EXPECT_EQ(shown, compiled.substr(compiled.find('\n') + 1));

@@ -55,6 +55,9 @@ TEST_F(Installed, AreLibraryHeaderToolAndPkgConfigFileAndNoStandIn)
                          libdir + "/libwexa_fwmgr_internal.so." + version,
                          libdir + "/pkgconfig/wexa_fwmgr_internal.pc",
                          libdir + "/wexa-fwmgr/wexa-fwmgr-operations.so",
+                         prefix + "/share/bash-completion/completions/"
+                                  "wexa-fwmgr",
+                         prefix + "/share/man/man1/wexa-fwmgr.1",
                      }));
 }
 
