@@ -1,0 +1,39 @@
+# SPDX-License-Identifier: Apache-2.0
+SUMMARY = "Device-specific part of firmware updates on a BMC"
+DESCRIPTION = "The library that a firmware-manager daemon loads, and a tool for \
+updates by hand"
+LICENSE = "Apache-2.0"
+LIC_FILES_CHKSUM = "file://LICENSE;md5=3b83ef96387f14655fc854ddc3c6bd57"
+
+# Builds the tree that it lies in. In a layer of its own it wants SRC_URI and
+# SRCREV instead.
+inherit externalsrc
+EXTERNALSRC = "${@os.path.abspath(os.path.join(d.getVar('THISDIR'), '../..'))}"
+
+inherit meson pkgconfig bash-completion
+
+# The platform's own libraries only: a missing one is an error that names it.
+DEPENDS = " \
+    fmt \
+    libwexacore \
+    phosphor-dbus-interfaces \
+    sdbusplus \
+    systemd \
+"
+EXTRA_OEMESON = " \
+    -Dstand-ins=false \
+    -Dtests=disabled \
+    -Dsimulator=disabled \
+    -Dbenchmarks=disabled \
+"
+
+PACKAGECONFIG ??= "tools"
+PACKAGECONFIG[tools] = "-Dtools=enabled,-Dtools=disabled,cli11 nlohmann-json libtinyxml2"
+
+# The library, -dev and -doc are split as ever; the tool is a package of its
+# own, for boards that have somebody to type.
+PACKAGE_BEFORE_PN = "${PN}-tools"
+FILES:${PN}-tools = " \
+    ${bindir}/wexa-fwmgr \
+    ${libdir}/wexa-fwmgr/wexa-fwmgr-operations.so \
+"

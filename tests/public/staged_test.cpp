@@ -1,0 +1,120 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "../support/bytes.hpp"
+#include "../support/images.hpp"
+#include "../support/simulation.hpp"
+#include "../support/temporary_directory.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+// An installation as an image for a board is made of: everything below one
+// folder. The stand-ins are installed beside, as a board has the real
+// libraries.
+
+using namespace test;
+
+namespace
+{
+
+class Staged : public testing::Test
+{
+  protected:
+    static void SetUpTestSuite()
+    {
+        stage = std::make_unique<TemporaryDirectory>();
+        const TemporaryDirectory build;
+        must({"meson", "install", "--quiet", "--no-rebuild", "-C",
+              fromEnvironment("WEXA_BUILD"), "--destdir",
+              stage->path().string()});
+        for (const std::string name :
+             {"sdbusplus", "phosphor-dbus-interfaces", "wexacore"})
+        {
+            const auto folder = build.file(name);
+            std::vector<std::string> setup{"meson", "setup", folder,
+                                           fromEnvironment("WEXA_SOURCES") +
+                                               "/subprojects/" + name,
+                                           "--optimization=0"};
+            if (name != "wexacore")
+            {
+                setup.emplace_back("-Dtests=false");
+            }
+            must(setup);
+            must({"meson", "install", "--quiet", "-C", folder, "--destdir",
+                  stage->path().string()});
+        }
+    }
+
+    static void TearDownTestSuite()
+    {
+        stage.reset();
+    }
+
+    static void must(const std::vector<std::string>& command)
+    {
+        const auto done = run(command, environment());
+        ASSERT_EQ(done.status, 0) << done.out << done.err;
+    }
+
+    static std::string at(const std::string& path)
+    {
+        return stage->path().string() + path;
+    }
+
+    static std::string libraries()
+    {
+        return at(fromEnvironment("WEXA_LIBDIR"));
+    }
+
+    /** Where libraries and pkg-config files are, and nothing else of ours. */
+    static std::vector<std::string> environment()
+    {
+        const auto search = libraries() + "/pkgconfig";
+        return {"LD_LIBRARY_PATH=" + libraries(), "PKG_CONFIG_PATH=" + search,
+                "PKG_CONFIG_SYSROOT_DIR=" + stage->path().string()};
+    }
+
+    static inline std::unique_ptr<TemporaryDirectory> stage;
+    TemporaryDirectory temporary;
+};
+
+TEST_F(Staged, ToolRunsFromThere)
+{
+    const auto fwmgr = at(fromEnvironment("WEXA_PREFIX") + "/bin/wexa-fwmgr");
+    EXPECT_EQ(
+        run({fwmgr, "--version"}, environment()),
+        (Completed{0, "wexa-fwmgr " + fromEnvironment("WEXA_VERSION") + "\n",
+                   ""}));
+
+    const Simulation bmc;
+    const Images images;
+    const auto image = images.bmc("1");
+    auto variables = bmc.environment();
+    const auto own = environment();
+    variables.insert(variables.end(), own.begin(), own.end());
+    EXPECT_EQ(run({fwmgr, "verify", "bmc", image}, variables),
+              (Completed{0, image + ": authentic BMC image\n", ""}));
+}
+
+TEST_F(Staged, ProgramBuildsWithPkgConfigAloneAndRuns)
+{
+    const auto program = temporary.file("daemon");
+    const auto built =
+        run({"sh", "-c",
+             "c++ -std=c++20 -o " + program + " " +
+                 fromEnvironment("WEXA_SOURCES") +
+                 "/tests/public/daemon.cpp $(pkg-config --cflags --libs "
+                 "wexa_fwmgr_internal)"},
+            environment());
+    ASSERT_EQ(built.status, 0) << built.err;
+
+    const Simulation bmc;
+    const Images images;
+    const auto image = images.bmc("2.14.0");
+    auto variables = bmc.environment();
+    const auto own = environment();
+    variables.insert(variables.end(), own.begin(), own.end());
+    EXPECT_EQ(run({program, image}, variables).status, 0);
+    EXPECT_TRUE(bmc.flash("bmc") == bytesOf(image));
+}
+
+} // namespace
