@@ -64,8 +64,10 @@ TEST_F(Output, OfAMonitorIntoAClosedPipeEndsIt)
     const auto done = shell("{ $TOOL monitor; echo $? >&2; } | "
                             "{ head -n 1; exec <&-; "
                             "$TOOL update bmc $IMAGE >/dev/null; }");
-    EXPECT_THAT(done.err, testing::HasSubstr("wexa-fwmgr: cannot write to "
-                                             "standard output: Broken pipe\n"));
+    EXPECT_EQ(done.err, "flashing " + image +
+                            "\nwexa-fwmgr: cannot write to standard output: "
+                            "Broken pipe\n  outcome:  nobody reads what "
+                            "happens\n1\n");
 }
 
 /** A disk of one megabyte, which only root may make. */

@@ -41,10 +41,10 @@ static std::vector<Component> registered(Findings& findings,
         auto reply = bus.call(call, patience);
         if (std::string(reply.get_signature()) != registryType)
         {
-            findings.failure(
-                std::string("the registry is of type ") +
-                    reply.get_signature() + ": " + registryNeed.without,
-                std::string("have bindedDevices answer ") + registryType);
+            addWrong(findings, registryNeed,
+                     std::string("the registry is of type ") +
+                         reply.get_signature(),
+                     std::string("have bindedDevices answer ") + registryType);
             return {};
         }
         Registry registry;
@@ -56,9 +56,9 @@ static std::vector<Component> registered(Findings& findings,
     }
     catch (const sdbusplus::exception::exception& error)
     {
-        findings.failure(std::string("bindedDevices fails (") + error.name() +
-                             "): " + registryNeed.without,
-                         "look at what the service itself logged");
+        addWrong(findings, registryNeed,
+                 std::string("bindedDevices fails (") + error.name() + ")",
+                 "look at what the service itself logged");
     }
     return components;
 }

@@ -9,8 +9,8 @@
 #include <algorithm>
 #include <vector>
 
-static void report(Findings& findings, const Need& need,
-                   const std::string& what, const std::string& advice)
+void addWrong(Findings& findings, const Need& need, const std::string& what,
+              const std::string& advice)
 {
     if (need.level == Level::warning)
     {
@@ -51,8 +51,8 @@ bool isOnTheBus(Findings& findings, sdbusplus::bus::bus& bus,
                          "start it and run the doctor again");
         return false;
     }
-    report(findings, need, service + " is not on the bus",
-           "install or start the service");
+    addWrong(findings, need, service + " is not on the bus",
+             "install or start the service");
     return false;
 }
 
@@ -74,9 +74,9 @@ offeredBy(Findings& findings, sdbusplus::bus::bus& bus,
         const auto found = all->find(interface);
         if (found == all->end())
         {
-            report(findings, need,
-                   path + " does not offer the interface " + interface,
-                   "install a version of the service that offers it");
+            addWrong(findings, need,
+                     path + " does not offer the interface " + interface,
+                     "install a version of the service that offers it");
             return {};
         }
         return found->second;
@@ -95,12 +95,12 @@ offeredBy(Findings& findings, sdbusplus::bus::bus& bus,
         }
         if (name == "org.freedesktop.DBus.Error.UnknownObject")
         {
-            report(findings, need, service + " has no object " + path,
-                   "install a version of the service that has it");
+            addWrong(findings, need, service + " has no object " + path,
+                     "install a version of the service that has it");
             return {};
         }
-        report(findings, need, path + " does not answer (" + name + ")",
-               "look at what the service logged, and restart it");
+        addWrong(findings, need, path + " does not answer (" + name + ")",
+                 "look at what the service logged, and restart it");
         return {};
     }
 }
@@ -117,17 +117,17 @@ void checkMethod(Findings& findings, const OfferedInterface& offered,
     const auto found = offered.methods.find(name);
     if (found == offered.methods.end())
     {
-        report(findings, need, "there is no method " + name,
-               "install a version of the service that offers " + name +
-                   inWords(types));
+        addWrong(findings, need, "there is no method " + name,
+                 "install a version of the service that offers " + name +
+                     inWords(types));
         return;
     }
     const auto& has = found->second;
     if (has.in != types.in || has.out != types.out)
     {
-        report(findings, need, "the method " + name + " is " + inWords(has),
-               "install a version of the service whose " + name + " is " +
-                   inWords(types));
+        addWrong(findings, need, "the method " + name + " is " + inWords(has),
+                 "install a version of the service whose " + name + " is " +
+                     inWords(types));
         return;
     }
     findings.ok(name + inWords(types));
@@ -140,22 +140,23 @@ bool checkProperty(Findings& findings, const OfferedInterface& offered,
     const auto found = offered.properties.find(name);
     if (found == offered.properties.end())
     {
-        report(findings, need, "there is no property " + name,
-               "install a version of the service that has it, of type " + type);
+        addWrong(findings, need, "there is no property " + name,
+                 "install a version of the service that has it, of type " +
+                     type);
         return false;
     }
     const auto& has = found->second;
     if (has.type != type)
     {
-        report(findings, need,
-               "the property " + name + " is of type " + has.type,
-               "install a version of the service that has it of type " + type);
+        addWrong(
+            findings, need, "the property " + name + " is of type " + has.type,
+            "install a version of the service that has it of type " + type);
         return false;
     }
     if (writable && has.access != "readwrite" && has.access != "write")
     {
-        report(findings, need, "the property " + name + " cannot be written",
-               "install a version of the service where it can");
+        addWrong(findings, need, "the property " + name + " cannot be written",
+                 "install a version of the service where it can");
         return false;
     }
     if (writable)

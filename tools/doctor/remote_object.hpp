@@ -17,6 +17,10 @@ struct Need
     std::string without;
 };
 
+/** Adds a finding about something that is not as it is needed. */
+void addWrong(Findings& findings, const Need& need, const std::string& what,
+              const std::string& advice);
+
 /** Whether a service is on the bus; a finding if it is not. */
 bool isOnTheBus(Findings& findings, sdbusplus::bus::bus& bus,
                 const std::string& service, const Need& need);

@@ -99,17 +99,10 @@ valueOf(Findings& findings, sdbusplus::bus::bus& bus, const Place& place,
     }
     catch (const sdbusplus::exception::exception& error)
     {
-        const auto what = std::string(property) + " cannot be read (" +
-                          error.name() + "): " + need.without;
-        constexpr auto advice = "look at what the service itself logged";
-        if (need.level == Level::warning)
-        {
-            findings.warning(what, advice);
-        }
-        else
-        {
-            findings.failure(what, advice);
-        }
+        addWrong(findings, need,
+                 std::string(property) + " cannot be read (" + error.name() +
+                     ")",
+                 "look at what the service itself logged");
         return {};
     }
 }
