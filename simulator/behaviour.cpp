@@ -23,6 +23,7 @@ static constexpr std::array names{
 Behaviour behaviourNamed(const std::string& name)
 {
     std::vector<std::string> known;
+    known.reserve(names.size());
     for (const auto& entry : names)
     {
         known.emplace_back(entry.second);

@@ -44,7 +44,8 @@ void FirmwareInformation::offerTexts()
             [this, property](sdbus::PropertySetCall& call) {
                 std::string version;
                 call >> version;
-                count("Set", property + " " + version);
+                auto asked = property;
+                count("Set", asked.append(" ").append(version));
                 stage(property, version);
             });
     }

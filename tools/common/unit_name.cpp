@@ -73,8 +73,8 @@ std::optional<Obstacle> obstacleOfPath(const std::string& imagePath)
 {
     if (imagePath.find('-') != std::string::npos)
     {
-        return Obstacle{"the flash unit would read each \"-\" as \"/\"",
-                        "move the image to a path without \"-\""};
+        return Obstacle{R"(the flash unit would read each "-" as "/")",
+                        R"(move the image to a path without "-")"};
     }
     if (!std::ranges::all_of(imagePath, isCarried))
     {

@@ -132,7 +132,7 @@ std::vector<Component> checkCplds(Findings& findings, sdbusplus::bus::bus& bus)
     {
         return {};
     }
-    const auto components = registered(findings, bus);
+    auto components = registered(findings, bus);
     if (components.empty() && findings.count(Level::failure) == before)
     {
         findings.warning("no CPLD is bound", "look at what the CPLD update "

@@ -212,7 +212,7 @@ Result update(const Request& request)
     const auto unit = flashUnitName(request.kind, request.component, image);
     if (request.dryRun)
     {
-        const auto planned = plan(target, unit);
+        auto planned = plan(target, unit);
         requireFaithful(target, unit, planned);
         return planned;
     }
