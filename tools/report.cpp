@@ -7,8 +7,6 @@
 #include <cstring>
 #include <iostream>
 
-using nlohmann::json;
-
 Report::Report(std::string verb, bool json) : verb(std::move(verb)), json(json)
 {}
 
