@@ -142,7 +142,7 @@ void tell(int report, std::string_view text)
 
 } // namespace
 
-int runContainer(const PrivateDirectory& directory, const Settings& settings,
+int runContainer(const PrivateDirectory& directory, const Setup& setup,
                  int lifeline, int report)
 {
     // The terminal's Ctrl-C is for the command, not for the BMC.
@@ -152,9 +152,9 @@ int runContainer(const PrivateDirectory& directory, const Settings& settings,
     try
     {
         const auto children = watchChildren();
-        Board board(directory, settings.manager);
+        Board board(directory, setup.manager);
         Control control(board, directory.busAddress());
-        for (const auto& [what, value] : settings.initial)
+        for (const auto& [what, value] : setup.initial)
         {
             board.set(what, value);
         }

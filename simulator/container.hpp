@@ -11,7 +11,7 @@ namespace bmcsim
 {
 
 /** What a simulated BMC is made with. */
-struct Settings
+struct Setup
 {
     ManagerKind manager = ManagerKind::systemd;
 
@@ -27,7 +27,7 @@ struct Settings
  *  @param report    receives "up", or why the BMC is not
  *  @return the exit status
  */
-int runContainer(const PrivateDirectory& directory, const Settings& settings,
+int runContainer(const PrivateDirectory& directory, const Setup& setup,
                  int lifeline, int report);
 
 } // namespace bmcsim

@@ -48,7 +48,7 @@ void declareRun(CLI::App& app, std::function<int()>& action)
         {
             throw CLI::RequiredError("COMMAND");
         }
-        bmcsim::Settings made;
+        bmcsim::Setup made;
         made.manager =
             manager == "systemd" ? ManagerKind::systemd : ManagerKind::builtin;
         try

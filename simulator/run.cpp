@@ -60,15 +60,15 @@ struct Pipe
 class Container
 {
   public:
-    explicit Container(const Settings& settings) :
-        directory(PrivateDirectory::make()), manager(settings.manager)
+    explicit Container(const Setup& setup) :
+        directory(PrivateDirectory::make()), manager(setup.manager)
     {
         process = forkContainer();
         if (process == 0)
         {
             report.closeEnd(0);
             lifeline.closeEnd(1);
-            _exit(runContainer(directory, settings, lifeline.ends[0],
+            _exit(runContainer(directory, setup, lifeline.ends[0],
                                report.ends[1]));
         }
         report.closeEnd(1);
@@ -239,8 +239,7 @@ int supervise(pid_t command, Container& container, const sigset_t& signals)
 
 } // namespace
 
-int runCommand(const Settings& settings,
-               const std::vector<std::string>& command)
+int runCommand(const Setup& setup, const std::vector<std::string>& command)
 try
 {
     // From here on every way out passes the container's destructor.
@@ -248,7 +247,7 @@ try
     sigset_t before;
     sigprocmask(SIG_BLOCK, &signals, &before);
 
-    Container container(settings);
+    Container container(setup);
     const auto child = checked(fork(), "fork");
     if (child == 0)
     {

@@ -15,7 +15,6 @@ namespace bmcsim
  *          killed it; 126 or 127 where it cannot be executed;
  *          `exitStatus::noBoard` where there is no BMC to run it in
  */
-int runCommand(const Settings& settings,
-               const std::vector<std::string>& command);
+int runCommand(const Setup& setup, const std::vector<std::string>& command);
 
 } // namespace bmcsim

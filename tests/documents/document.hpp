@@ -4,6 +4,7 @@
 #include "../support/bytes.hpp"
 #include "../support/process.hpp"
 
+#include <algorithm>
 #include <filesystem>
 #include <string>
 #include <vector>

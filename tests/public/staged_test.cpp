@@ -7,6 +7,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <memory>
+
 // An installation as an image for a board is made of: everything below one
 // folder. The stand-ins are installed beside, as a board has the real
 // libraries.
