@@ -150,7 +150,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST_F(ApplyTime, EndsTheUploadWhereItsCallCannotBeCreated)
 {
-    const RefusedCall refused{settings::service};
+    const RefusedCall refused{"Get"};
 
     EXPECT_EQ(
         thrownText<sdbusplus::exception::SdBusError>([this] { upload(image); }),

@@ -140,7 +140,7 @@ TEST_F(Discovery, FindsNothingInAnAnswerOfAnotherType)
 
 TEST_F(Discovery, EndsWhereTheRegistrysCallCannotBeCreated)
 {
-    const RefusedCall refused{cpld_manager::service};
+    const RefusedCall refused{"bindedDevices"};
 
     EXPECT_EQ(thrownText<sdbusplus::exception::SdBusError>(
                   [this] { manager.getAvailableCpldCompsInfo(); }),

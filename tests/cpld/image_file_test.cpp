@@ -283,7 +283,7 @@ INSTANTIATE_TEST_SUITE_P(
 TEST_F(ImageFile, EndsWhereTheRegistrysCallCannotBeCreated)
 {
     const auto path = file();
-    const RefusedCall refused{cpld_manager::service};
+    const RefusedCall refused{"bindedDevices"};
     EXPECT_EQ(thrownText<sdbusplus::exception::SdBusError>([&] { info(path); }),
               creationFailure);
     EXPECT_THAT(events(), IsEmpty());

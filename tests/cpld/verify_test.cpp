@@ -206,7 +206,7 @@ TEST_F(VerifyCpld, EndsWhereTheDevicesPathIsEmptyOrMalformed)
 
 TEST_F(VerifyCpld, EndsWhereTheRegistrysCallCannotBeCreated)
 {
-    const RefusedCall refused{cpld_manager::service};
+    const RefusedCall refused{"bindedDevices"};
 
     EXPECT_EQ(
         thrownText<sdbusplus::exception::SdBusError>([this] { verify(); }),

@@ -15,15 +15,6 @@ using Message =
 
 constexpr auto markerInterface = "test.Marker";
 
-static void becomeMonitor(sd_bus* connection)
-{
-    check(sd_bus_call_method(connection, "org.freedesktop.DBus",
-                             "/org/freedesktop/DBus",
-                             "org.freedesktop.DBus.Monitoring", "BecomeMonitor",
-                             nullptr, nullptr, "asu", 0, 0U),
-          "BecomeMonitor");
-}
-
 static Message nextMessage(sd_bus* connection)
 {
     constexpr std::uint64_t patience = 5'000'000;
@@ -55,10 +46,8 @@ static std::string text(sd_bus_message* message)
 }
 
 BusTraffic::BusTraffic(const PrivateBus& bus, std::string watched) :
-    monitor(bus.connect()), marker(bus.connect()), watched(std::move(watched))
-{
-    becomeMonitor(monitor.get());
-}
+    monitor(bus.monitor()), marker(bus.connect()), watched(std::move(watched))
+{}
 
 std::vector<std::string> BusTraffic::sent()
 {

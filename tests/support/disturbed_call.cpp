@@ -6,10 +6,10 @@
 
 #include <cerrno>
 #include <cstdint>
-#include <stdexcept>
 
 static std::string refused;
-static std::string throwing;
+static std::string disturbed;
+static std::function<void()> disturbance;
 
 /** libsystemd's own, which the one below of the same name hides. */
 template <typename Function>
@@ -21,9 +21,9 @@ static Function* hidden(const char* name)
 namespace test
 {
 
-RefusedCall::RefusedCall(std::string service)
+RefusedCall::RefusedCall(std::string member)
 {
-    refused = std::move(service);
+    refused = std::move(member);
 }
 
 RefusedCall::~RefusedCall()
@@ -31,14 +31,15 @@ RefusedCall::~RefusedCall()
     refused.clear();
 }
 
-ThrowingCall::ThrowingCall(std::string member)
+BeforeCall::BeforeCall(std::string member, std::function<void()> action)
 {
-    throwing = std::move(member);
+    disturbed = std::move(member);
+    disturbance = std::move(action);
 }
 
-ThrowingCall::~ThrowingCall()
+BeforeCall::~BeforeCall()
 {
-    throwing.clear();
+    disturbed.clear();
 }
 
 } // namespace test
@@ -48,7 +49,7 @@ sd_bus_message_new_method_call(sd_bus* bus, sd_bus_message** message,
                                const char* service, const char* path,
                                const char* interface, const char* member)
 {
-    if (refused == service)
+    if (!refused.empty() && refused == member)
     {
         return -ENOTCONN;
     }
@@ -61,9 +62,9 @@ extern "C" int sd_bus_call(sd_bus* bus, sd_bus_message* message,
                            std::uint64_t timeout, sd_bus_error* error,
                            sd_bus_message** reply)
 {
-    if (throwing == sd_bus_message_get_member(message))
+    if (!disturbed.empty() && disturbed == sd_bus_message_get_member(message))
     {
-        throw std::runtime_error("from below");
+        disturbance();
     }
     return hidden<decltype(sd_bus_call)>("sd_bus_call")(bus, message, timeout,
                                                         error, reply);

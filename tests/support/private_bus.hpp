@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "bus_program.hpp"
 #include "temporary_directory.hpp"
 
-#include <sys/types.h>
 #include <systemd/sd-bus.h>
 
+#include <atomic>
 #include <memory>
 #include <string>
 
@@ -22,31 +23,59 @@ struct CloseConnection
 
 using Connection = std::unique_ptr<sd_bus, CloseConnection>;
 
-/** A real dbus-daemon of the test's own, on which everything is allowed. */
+/** A new connection to a bus, ready to be used. A monitor's answers no calls:
+ *  the bus ends a monitor that speaks.
+ */
+Connection connectTo(const std::string& address, bool asMonitor = false);
+
+/** A real bus of the test's own: dbus-daemon's, or dbus-broker's where the
+ *  variable WEXA_TEST_BUS names it. Everything is allowed on it.
+ */
 class PrivateBus
 {
   public:
     PrivateBus();
-    ~PrivateBus();
 
-    PrivateBus(const PrivateBus&) = delete;
-    PrivateBus& operator=(const PrivateBus&) = delete;
-
-    /** A new connection, ready to be used. */
     Connection connect() const;
 
-    /** Ends the daemon; every connection is lost. */
-    void kill();
+    /** A connection that sees all messages on the bus. */
+    Connection monitor() const;
 
-    const std::string& address() const
+    std::string address() const
     {
-        return where;
+        return "unix:path=" + directory.file("bus");
+    }
+
+    /** Ends the bus; every connection is lost. */
+    void kill()
+    {
+        running = false;
+        program->kill();
+    }
+
+    bool isRunning() const
+    {
+        return running;
+    }
+
+    /** Has the bus forbid all method calls to a service; to none where its
+     *  name is empty.
+     */
+    void refuse(const std::string& service)
+    {
+        program->refuse(service);
+    }
+
+    /** The program's own words. */
+    const BusProgram& says() const
+    {
+        return *program;
     }
 
   private:
     TemporaryDirectory directory;
-    std::string where;
-    pid_t daemon = -1;
+    std::unique_ptr<BusProgram> program;
+    std::atomic<bool> running = true;
 };
 
 /** Throws with `what` and the errno text where `result` is negative. */

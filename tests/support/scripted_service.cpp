@@ -121,7 +121,7 @@ ScriptedService::ScriptedService(const PrivateBus& bus, Transcript& transcript,
                                  const std::string& name,
                                  std::vector<Method> offered) :
     connection(bus.connect()),
-    transcript(transcript), methods(std::move(offered)),
+    transcript(transcript), name(name), methods(std::move(offered)),
     stop(check(eventfd(0, EFD_CLOEXEC), "eventfd"))
 {
     std::vector<std::string> paths;
@@ -145,6 +145,8 @@ ScriptedService::~ScriptedService()
     eventfd_write(stop, 1);
     thread.join();
     close(stop);
+    // Waits for the bus: the next call does not reach what is going away.
+    sd_bus_release_name(connection.get(), name.c_str());
 }
 
 int ScriptedService::dispatch(sd_bus_message* call, void* userdata,

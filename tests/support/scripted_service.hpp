@@ -82,6 +82,7 @@ class ScriptedService
 
     Connection connection;
     Transcript& transcript;
+    std::string name;
     std::vector<Method> methods;
     int stop;
     std::thread thread;

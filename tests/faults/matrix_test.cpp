@@ -1,0 +1,154 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "fault.hpp"
+
+#include <algorithm>
+
+// Every remote call of the library meets every fault that a bus and its
+// services can show. A row names the operation and the fault; it holds the
+// result or exception, both streams, the calls that services got, what was
+// sent, the remembered unit, and that the connection works afterwards as
+// before, where it can.
+
+using namespace test;
+
+namespace
+{
+
+struct Row
+{
+    CallSite site;
+    Fault fault;
+};
+
+void PrintTo(const Row& row, std::ostream* stream)
+{
+    *stream << row.site.name << ' ' << row.fault.name;
+}
+
+std::vector<Row> rows(const std::vector<Fault>& faults)
+{
+    std::vector<Row> all;
+    for (const auto& fault : faults)
+    {
+        for (const auto& site : callSites())
+        {
+            if (fault.concerns(site))
+            {
+                all.push_back({site, fault});
+            }
+        }
+    }
+    return all;
+}
+
+using Events = std::vector<std::string>;
+
+void append(Events& events, const Events& more)
+{
+    events.insert(events.end(), more.begin(), more.end());
+}
+
+/** What happens up to the answer, as far as the call gets. */
+Events eventsUpTo(const CallSite& site, Reach reach)
+{
+    auto expected = site.before;
+    if (reach != Reach::notCreated)
+    {
+        append(expected, site.announcement);
+    }
+    if (reach == Reach::service)
+    {
+        expected.push_back("call: " + site.member);
+    }
+    return expected;
+}
+
+Events sentUpTo(const CallSite& site, Reach reach)
+{
+    auto expected = site.sentBefore;
+    if (reach == Reach::bus || reach == Reach::service)
+    {
+        expected.push_back(site.call);
+    }
+    return expected;
+}
+
+/** An ending's events, with the failure's text in place. */
+Events filled(Events events, const std::string& failure)
+{
+    for (auto& event : events)
+    {
+        if (const auto at = event.find("{}"); at != std::string::npos)
+        {
+            event.replace(at, 2, failure);
+        }
+    }
+    return events;
+}
+
+class RemoteCall : public Platform, public testing::WithParamInterface<Row>
+{
+  protected:
+    static void SetUpTestSuite()
+    {
+        makeImages();
+    }
+
+    const CallSite& site = GetParam().site;
+    const Fault& fault = GetParam().fault;
+
+    void expectEnding(const Ending& ending, Reach reach,
+                      const std::string& failure)
+    {
+        auto expected = eventsUpTo(site, reach);
+        append(expected, filled(ending.events, failure));
+        EXPECT_EQ(heard(), expected);
+
+        auto expectedSent = sentUpTo(site, reach);
+        append(expectedSent, ending.sent);
+        if (theBus().isRunning())
+        {
+            EXPECT_EQ(sent(), expectedSent);
+        }
+        EXPECT_EQ(rememberedUnit(),
+                  reach == Reach::notCreated ? "" : site.remembered);
+    }
+};
+
+TEST_P(RemoteCall, Ends)
+{
+    fault.happen(*this, site);
+
+    const auto result = run(site);
+    calm();
+
+    const auto failure = fault.failure ? fault.failure(*this, site) : "";
+    const auto ending = fault.reach == Reach::notCreated
+                            ? Ending{"SdBusError: " + failure}
+                            : site.*fault.ending;
+    EXPECT_EQ(result, ending.result);
+    expectEnding(ending, fault.reach, failure);
+    ASSERT_EQ(isConnected(), fault.connectionSurvives);
+
+    if (fault.connectionSurvives)
+    {
+        EXPECT_EQ(waitingSignals(), fault.signals);
+        startHealthy(site);
+        EXPECT_EQ(run(site), site.success.result);
+        expectEnding(site.success, Reach::service, "");
+    }
+}
+
+std::string nameOf(const testing::TestParamInfo<Row>& row)
+{
+    return row.param.site.name + row.param.fault.name;
+}
+
+INSTANTIATE_TEST_SUITE_P(Bus, RemoteCall, testing::ValuesIn(rows(busFaults())),
+                         nameOf);
+INSTANTIATE_TEST_SUITE_P(Service, RemoteCall,
+                         testing::ValuesIn(rows(serviceFaults())), nameOf);
+INSTANTIATE_TEST_SUITE_P(Reply, RemoteCall,
+                         testing::ValuesIn(rows(replyFaults())), nameOf);
+
+} // namespace

@@ -1,0 +1,90 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "happenings.hpp"
+
+namespace test
+{
+
+static std::string desertion(const Platform& platform, const CallSite&)
+{
+    return "sd_bus_call: " + platform.theBus().says().desertion();
+}
+
+/** sd-bus answers for properties by itself. */
+static std::string unknownMember(const Platform&, const CallSite& site)
+{
+    const std::string error = "sd_bus_call: org.freedesktop.DBus.Error.";
+    return error +
+           (site.property.empty() ? "UnknownMethod: Unknown method " + site.member + " or interface " + site.interface : "UnknownProperty: Unknown interface " + site.propertyInterface + " or property " + site.property) +
+           '.';
+}
+
+std::vector<Fault> serviceFaults()
+{
+    return {
+        {.name = "WhereTheObjectIsAbsent",
+         .concerns = everyone,
+         .happen =
+             [](Platform& platform, const CallSite& site) {
+                 platform.startWithoutObject(site);
+             },
+         .ending = &CallSite::failure,
+         .failure =
+             [](const Platform&, const CallSite& site) {
+                 return "sd_bus_call: org.freedesktop.DBus.Error."
+                        "UnknownObject: Unknown object '" +
+                        site.path + "'.";
+             },
+         .reach = Reach::bus},
+        {.name = "WhereTheInterfaceIsAbsent",
+         .concerns = everyone,
+         .happen = movedTo([](const CallSite& site) {
+             return Method{site.path, "test.Other", site.member, healthy(site)};
+         }),
+         .ending = &CallSite::failure,
+         .failure = unknownMember,
+         .reach = Reach::bus},
+        {.name = "WhereTheMethodIsAbsent",
+         .concerns = everyone,
+         .happen = movedTo([](const CallSite& site) {
+             return Method{site.path, site.interface, "Other", healthy(site)};
+         }),
+         .ending = &CallSite::failure,
+         .failure = unknownMember,
+         .reach = Reach::bus},
+        {.name = "WhereTheServiceDies",
+         .concerns = everyone,
+         .happen = answering(reply::hangUp()),
+         .ending = &CallSite::failure,
+         .failure = desertion},
+        {.name = "WhereTheServiceRestartsBefore",
+         .concerns = everyone,
+         .happen = beforeTheCall([](Platform& platform, const CallSite& site) {
+             platform.startHealthy(site);
+         }),
+         .ending = &CallSite::success},
+        {.name = "WithSignalsInFrontOfTheAnswer",
+         .concerns = everyone,
+         .happen =
+             [](Platform& platform, const CallSite& site) {
+                 platform.startAnswering(
+                     site, platform.afterSignals(1000, healthy(site)));
+             },
+         .ending = &CallSite::success,
+         .signals = 1000},
+        {.name = "WhereTheAnswerNeverComes",
+         .concerns = everyone,
+         .happen = inAHurry(
+             [](Platform&, const CallSite&) { return reply::silence(); }),
+         .ending = &CallSite::failure,
+         .failure = callFailed(timeOut)},
+        {.name = "WhereTheAnswerComesTooLate",
+         .concerns = everyone,
+         .happen = inAHurry([](Platform& platform, const CallSite& site) {
+             return platform.tooLate(healthy(site));
+         }),
+         .ending = &CallSite::failure,
+         .failure = callFailed(timeOut)},
+    };
+}
+
+} // namespace test

@@ -1,0 +1,103 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "bus_program.hpp"
+#include "bytes.hpp"
+#include "private_bus.hpp"
+#include "process.hpp"
+
+#include <filesystem>
+
+namespace test
+{
+
+namespace
+{
+
+class DbusDaemon : public BusProgram
+{
+  public:
+    explicit DbusDaemon(const std::string& directory) : directory(directory)
+    {
+        configure("");
+        daemon = std::make_unique<Process>(std::vector<std::string>{
+            "dbus-daemon", "--nofork", "--config-file=" + configuration(),
+            "--print-address=1"});
+        // It prints its address once it listens.
+        daemon->awaitOutput("\n");
+    }
+
+    void refuse(const std::string& service) override
+    {
+        configure(service.empty()
+                      ? ""
+                      : "<deny send_type=\"method_call\" send_destination=\"" +
+                            service + "\"/>");
+        const auto connection = connectTo("unix:path=" + directory + "/bus");
+        check(sd_bus_call_method(connection.get(), "org.freedesktop.DBus",
+                                 "/org/freedesktop/DBus",
+                                 "org.freedesktop.DBus", "ReloadConfig",
+                                 nullptr, nullptr, nullptr),
+              "ReloadConfig");
+    }
+
+    std::string absence(const std::string& service) const override
+    {
+        return "org.freedesktop.DBus.Error.ServiceUnknown: The name " +
+               service + " was not provided by any .service files";
+    }
+
+    std::string desertion() const override
+    {
+        return "org.freedesktop.DBus.Error.NoReply: Message recipient "
+               "disconnected from message bus without replying";
+    }
+
+    std::regex refusal() const override
+    {
+        return std::regex(
+            "org\\.freedesktop\\.DBus\\.Error\\.AccessDenied: Rejected send "
+            "message, [0-9]+ matched rules; type=\"method_call\", sender=[^)]*"
+            "\\) interface=.* destination=\"[^\"]*\" \\([^)]*\\)");
+    }
+
+    void kill() override
+    {
+        daemon.reset();
+    }
+
+  private:
+    std::string configuration() const
+    {
+        return directory + "/bus.conf";
+    }
+
+    void configure(const std::string& furtherPolicy) const
+    {
+        writeBytes(configuration(), R"(<!DOCTYPE busconfig PUBLIC
+ "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
+ "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
+<busconfig>
+  <type>session</type>
+  <listen>unix:path=)" + directory + R"(/bus</listen>
+  <auth>EXTERNAL</auth>
+  <policy context="default">
+    <allow send_destination="*" eavesdrop="true"/>
+    <allow eavesdrop="true"/>
+    <allow own="*"/>
+    )" + furtherPolicy + R"(
+  </policy>
+</busconfig>
+)");
+    }
+
+    std::string directory;
+    std::unique_ptr<Process> daemon;
+};
+
+} // namespace
+
+std::unique_ptr<BusProgram> startDbusDaemon(const std::string& directory)
+{
+    return std::make_unique<DbusDaemon>(directory);
+}
+
+} // namespace test
