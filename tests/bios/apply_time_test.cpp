@@ -1,11 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "../support/disturbed_call.hpp"
 #include "upload_bios.hpp"
 
 // The requested apply time: the last step of an upload, which it cannot fail.
 
 using namespace test;
-using namespace std::chrono_literals;
 using testing::ElementsAre;
 using testing::Pair;
 
@@ -91,72 +89,5 @@ INSTANTIATE_TEST_SUITE_P(
         OtherAnswer{"WhereItIsANumber", reply::numberVariant(1)},
         OtherAnswer{"WhereTheAnswerIsEmpty", reply::nothing()}),
     [](const auto& row) { return row.param.name; });
-
-TEST_F(ApplyTime, IsLeftOutWhereTheSettingsServiceIsAbsent)
-{
-    services.erase(settings::service);
-
-    EXPECT_THAT(upload(image), ElementsAre(Pair("extendedVersion", ""),
-                                           Pair("version", "1.7")));
-    auto expected = eventsBefore(image);
-    expected.push_back(settings::failure(
-        "sd_bus_call: org.freedesktop.DBus.Error.ServiceUnknown: The name "
-        "xyz.openbmc_project.Settings was not provided by any .service "
-        "files"));
-    EXPECT_EQ(events(), expected);
-    EXPECT_EQ(sent().back(), settings::call());
-}
-
-struct BadAnswer
-{
-    std::string name;
-    Reply reply;
-    std::string what;
-};
-
-class ApplyTimeCannotBeLearnt :
-    public ApplyTime,
-    public testing::WithParamInterface<BadAnswer>
-{};
-
-TEST_P(ApplyTimeCannotBeLearnt, WhichFailsNoUpload)
-{
-    setTimeout(100ms);
-    settingsAnswer(GetParam().reply);
-
-    EXPECT_THAT(upload(image), ElementsAre(Pair("extendedVersion", ""),
-                                           Pair("version", "1.7")));
-    auto expected = eventsBefore(image);
-    expected.push_back("call: Get");
-    expected.push_back(settings::failure(GetParam().what));
-    EXPECT_EQ(events(), expected);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    ApplyTime, ApplyTimeCannotBeLearnt,
-    testing::Values(
-        BadAnswer{"FromAServiceThatNeverAnswers", reply::silence(),
-                  "sd_bus_call: org.freedesktop.DBus.Error.Timeout: "
-                  "Connection timed out"},
-        BadAnswer{"FromAnError",
-                  reply::error("org.freedesktop.DBus.Error.UnknownProperty",
-                               "None such."),
-                  "sd_bus_call: org.freedesktop.DBus.Error.UnknownProperty: "
-                  "None such."},
-        BadAnswer{"FromAnAnswerThatIsNoVariant", reply::text("OnReset"),
-                  "sd_bus_message_skip variant: System.Error.ENXIO: No such "
-                  "device or address"}),
-    [](const auto& row) { return row.param.name; });
-
-TEST_F(ApplyTime, EndsTheUploadWhereItsCallCannotBeCreated)
-{
-    const RefusedCall refused{"Get"};
-
-    EXPECT_EQ(
-        thrownText<sdbusplus::exception::SdBusError>([this] { upload(image); }),
-        creationFailure);
-
-    EXPECT_EQ(events(), eventsBefore(image));
-}
 
 } // namespace

@@ -5,7 +5,6 @@
 // UpdateBIOS: as UpdateBMC, with a template, a word and a log of its own.
 
 using namespace test;
-using namespace std::chrono_literals;
 using testing::ElementsAre;
 using wexa::core::VersionPurpose;
 
@@ -79,15 +78,6 @@ TEST_F(UpdateBios, IgnoresPurposeAndThirdArgument)
     }
 }
 
-TEST_F(UpdateBios, DoesNotLookAtTheAnswer)
-{
-    for (const auto& answer : {reply::nothing(), reply::boolean(false)})
-    {
-        systemdAnswers(answer);
-        EXPECT_EQ(update("/tmp/image"), 0);
-    }
-}
-
 TEST_F(UpdateBios, TakesTheRememberedUnitOverFromAnotherKind)
 {
     systemdAnswers(systemd_manager::accepts());
@@ -109,37 +99,6 @@ TEST_F(UpdateBios, TakesTheRememberedUnitOverFromAnotherKind)
         EXPECT_EQ((manager.*handle)(done), 1);
         EXPECT_EQ((manager.*handle)(failed), 2);
     }
-}
-
-TEST_F(UpdateBios, FailsAndStillRemembersTheUnit)
-{
-    systemdAnswers(reply::error("org.freedesktop.systemd1.NoSuchUnit",
-                                "Unit x.service not found."));
-
-    EXPECT_EQ(update("/tmp/image"), -5);
-
-    EXPECT_THAT(
-        events(),
-        ElementsAre(out("flashWriteBios: /tmp/image"), "call: StartUnit",
-                    err("Error in trying to upgrade Host Bios: sd_bus_call: "
-                        "org.freedesktop.systemd1.NoSuchUnit: Unit x.service "
-                        "not found.")));
-    EXPECT_EQ(rememberedUnit(), unitOf("-tmp-image"));
-}
-
-TEST_F(UpdateBios, FailsWhereSystemdNeverAnswers)
-{
-    setTimeout(100ms);
-    systemdAnswers(reply::silence());
-
-    EXPECT_EQ(update("/tmp/image"), -5);
-
-    EXPECT_THAT(
-        events(),
-        ElementsAre(out("flashWriteBios: /tmp/image"), "call: StartUnit",
-                    err("Error in trying to upgrade Host Bios: sd_bus_call: "
-                        "org.freedesktop.DBus.Error.Timeout: Connection timed "
-                        "out")));
 }
 
 TEST_F(UpdateBios, KeepsTheRememberedUnitWhereTheCallCannotBeCreated)

@@ -89,44 +89,4 @@ TEST_P(VerifyBios, LooksNeitherAtThePurposeNorAtTheThirdArgument)
     }
 }
 
-TEST_P(VerifyBios, FailsWhereTheSecurityManagerIsAbsent)
-{
-    EXPECT_EQ(verify("/tmp/image"), -5);
-
-    EXPECT_THAT(
-        events(),
-        ElementsAre(signature, out("verify image: /tmp/image"),
-                    security_manager::failure(
-                        "sd_bus_call: "
-                        "org.freedesktop.DBus.Error.ServiceUnknown: The name "
-                        "xyz.openbmc_project.SecurityManager was not provided "
-                        "by any .service files")));
-}
-
-TEST_P(VerifyBios, FailsWhereTheAnswerIsNoBoolean)
-{
-    securityManagerAnswers(reply::text("true"));
-
-    EXPECT_EQ(verify("/tmp/image"), -5);
-
-    EXPECT_THAT(events(),
-                ElementsAre(signature, out("verify image: /tmp/image"),
-                            "call: " + member,
-                            security_manager::failure(
-                                "sd_bus_message_read_basic bool: "
-                                "System.Error.ENXIO: No such device or "
-                                "address")));
-}
-
-TEST_P(VerifyBios, EndsWhereNoCallCanBeCreated)
-{
-    connection = unconnected();
-
-    EXPECT_EQ(thrownText<sdbusplus::exception::SdBusError>(
-                  [this] { verify("/tmp/image"); }),
-              creationFailure);
-
-    EXPECT_THAT(events(), ElementsAre(signature));
-}
-
 } // namespace

@@ -6,7 +6,6 @@
 // image path, and the name is remembered from before the request on.
 
 using namespace test;
-using namespace std::chrono_literals;
 using testing::ElementsAre;
 using wexa::core::VersionPurpose;
 
@@ -113,82 +112,6 @@ TEST_F(UpdateBmc, RemembersOnlyTheLastUnit)
     update("/tmp/second");
 
     EXPECT_EQ(rememberedUnit(), unitOf("-tmp-second"));
-}
-
-TEST_F(UpdateBmc, DoesNotLookAtTheAnswer)
-{
-    for (const auto& answer :
-         {reply::nothing(), reply::boolean(false), reply::text("no job")})
-    {
-        systemdAnswers(answer);
-        EXPECT_EQ(update("/tmp/image"), 0);
-        EXPECT_THAT(events(),
-                    ElementsAre(startLine, out("image_path: /tmp/image"),
-                                out("bmcServiceFile: " + unitOf("-tmp-image")),
-                                "call: StartUnit"));
-    }
-}
-
-struct Refusal
-{
-    std::string name;
-    Reply reply;
-    std::string what;
-};
-
-class UpdateBmcFails :
-    public UpdateBmc,
-    public testing::WithParamInterface<Refusal>
-{};
-
-TEST_P(UpdateBmcFails, AndStillRemembersTheUnit)
-{
-    setTimeout(100ms);
-    systemdAnswers(GetParam().reply);
-
-    EXPECT_EQ(update("/tmp/image"), -5);
-
-    EXPECT_THAT(
-        events(),
-        ElementsAre(
-            startLine, out("image_path: /tmp/image"),
-            out("bmcServiceFile: " + unitOf("-tmp-image")), "call: StartUnit",
-            err("Error in trying to upgrade bmc-rot2: " + GetParam().what)));
-    EXPECT_THAT(sent(),
-                ElementsAre(systemd_manager::call(unitOf("-tmp-image"))));
-    EXPECT_EQ(rememberedUnit(), unitOf("-tmp-image"));
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    UpdateBmc, UpdateBmcFails,
-    testing::Values(Refusal{"WhereNoSuchUnitIsInstalled",
-                            reply::error("org.freedesktop.systemd1.NoSuchUnit",
-                                         "Unit x.service not found."),
-                            "sd_bus_call: org.freedesktop.systemd1.NoSuchUnit: "
-                            "Unit x.service not found."},
-                    Refusal{"WhereTheUnitIsMasked",
-                            reply::error("org.freedesktop.systemd1.UnitMasked",
-                                         "Unit x.service is masked."),
-                            "sd_bus_call: org.freedesktop.systemd1.UnitMasked: "
-                            "Unit x.service is masked."},
-                    Refusal{"WhereSystemdNeverAnswers", reply::silence(),
-                            "sd_bus_call: org.freedesktop.DBus.Error.Timeout: "
-                            "Connection timed out"}),
-    [](const auto& row) { return row.param.name; });
-
-TEST_F(UpdateBmc, FailsWhereSystemdIsAbsent)
-{
-    EXPECT_EQ(update("/tmp/image"), -5);
-
-    EXPECT_THAT(events(),
-                ElementsAre(startLine, out("image_path: /tmp/image"),
-                            out("bmcServiceFile: " + unitOf("-tmp-image")),
-                            err("Error in trying to upgrade bmc-rot2: "
-                                "sd_bus_call: "
-                                "org.freedesktop.DBus.Error.ServiceUnknown: "
-                                "The name org.freedesktop.systemd1 was not "
-                                "provided by any .service files")));
-    EXPECT_EQ(rememberedUnit(), unitOf("-tmp-image"));
 }
 
 TEST_F(UpdateBmc, KeepsTheRememberedUnitWhereTheCallCannotBeCreated)

@@ -109,19 +109,6 @@ TEST_F(VerifyBmc, LeavesTheRememberedUnitAlone)
     EXPECT_EQ(rememberedUnit(), unit);
 }
 
-TEST_F(VerifyBmc, SaysOnlyItsSignatureWhereTheCallCannotBeCreated)
-{
-    auto broken = unconnected();
-    wexa::core::FWManagerInternal onBroken{broken};
-
-    EXPECT_EQ(thrownText<sdbusplus::exception::SdBusError>([&] {
-                  onBroken.VerifyBMC("/tmp/image", VersionPurpose::BMC, "");
-              }),
-              creationFailure);
-
-    EXPECT_THAT(events(), ElementsAre(signature));
-}
-
 struct RefusedPurpose
 {
     VersionPurpose purpose;

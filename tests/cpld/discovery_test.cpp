@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "../support/disturbed_call.hpp"
 #include "cpld_test.hpp"
 
 // getAvailableCpldCompsInfo: all components or none.
@@ -63,15 +62,6 @@ TEST_F(Discovery, ListsEachComponentWithVersionAndProperties)
                             call(scm, "readMBVersionString")));
 }
 
-TEST_F(Discovery, FindsNothingInAnEmptyRegistry)
-{
-    offerManagerWith(cpld_manager::registry({}));
-
-    EXPECT_THAT(manager.getAvailableCpldCompsInfo(), IsEmpty());
-
-    EXPECT_THAT(events(), ElementsAre(heading, "call: bindedDevices"));
-}
-
 TEST_F(Discovery, ListsAComponentWhoseVersionIsNotTold)
 {
     offerManagerWith(cpld_manager::registry(
@@ -119,34 +109,6 @@ TEST_F(Discovery, IsNeverPartial)
                     failure("sd_bus_message_new_method_call: "
                             "org.freedesktop.DBus.Error.InvalidArgs: Invalid "
                             "argument")));
-}
-
-TEST_F(Discovery, FindsNothingWhereTheManagerIsAbsent)
-{
-    EXPECT_THAT(manager.getAvailableCpldCompsInfo(), IsEmpty());
-
-    EXPECT_THAT(events(), ElementsAre(heading, failure(cpld_manager::absent)));
-}
-
-TEST_F(Discovery, FindsNothingInAnAnswerOfAnotherType)
-{
-    offerManagerWith(reply::text("MB"));
-
-    EXPECT_THAT(manager.getAvailableCpldCompsInfo(), IsEmpty());
-
-    EXPECT_THAT(events(), ElementsAre(heading, "call: bindedDevices",
-                                      failure(cpld_manager::notARegistry)));
-}
-
-TEST_F(Discovery, EndsWhereTheRegistrysCallCannotBeCreated)
-{
-    const RefusedCall refused{"bindedDevices"};
-
-    EXPECT_EQ(thrownText<sdbusplus::exception::SdBusError>(
-                  [this] { manager.getAvailableCpldCompsInfo(); }),
-              creationFailure);
-
-    EXPECT_THAT(events(), ElementsAre(heading));
 }
 
 } // namespace

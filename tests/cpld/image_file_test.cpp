@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "../support/disturbed_call.hpp"
 #include "cpld_test.hpp"
 
 #include <sys/stat.h>
@@ -9,7 +8,6 @@
 // then its device; then the device is asked.
 
 using namespace test;
-using namespace std::chrono_literals;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Pair;
@@ -52,15 +50,6 @@ class ImageFile : public CpldTest
         EXPECT_THAT(sent(), ElementsAre(cpld_manager::registryCall(),
                                         cpld_manager::call(
                                             mb, "readImageFileInfo", path)));
-    }
-
-    static std::string registryFailure(const std::string& what)
-    {
-        return err("ERROR !! Failed to prepare CPLD info: "
-                   "(xyz.openbmc_project.CpldUpdateMgrSvc, "
-                   "/xyz/openbmc_project/cpld_update_mgr, "
-                   "xyz.openbmc_project.cpld_update_mgr.CpldUpdateMgrSvc): " +
-                   what);
     }
 
     static std::string deviceFailure(const std::string& path,
@@ -227,66 +216,19 @@ TEST_F(ImageFile, OfADeviceWithoutAPathEndsTheOperation)
     }
 }
 
-TEST_F(ImageFile, CannotBeDescribedWhereTheManagerIsAbsent)
+TEST_F(ImageFile, ThatCannotBeDescribedIsToldByThePickedFile)
 {
-    EXPECT_THAT(info(file()), IsEmpty());
-    EXPECT_THAT(events(), ElementsAre(registryFailure(cpld_manager::absent)));
-}
-
-TEST_F(ImageFile, CannotBeDescribedWhereTheRegistryIsOfAnotherType)
-{
-    offerManagerWith(reply::boolean(true));
-    EXPECT_THAT(info(file()), IsEmpty());
-    EXPECT_THAT(events(),
-                ElementsAre("call: bindedDevices",
-                            registryFailure(cpld_manager::notARegistry)));
-}
-
-struct BadAnswer
-{
-    std::string name;
-    Reply reply;
-    std::string what;
-};
-
-class ImageFileFails :
-    public ImageFile,
-    public testing::WithParamInterface<BadAnswer>
-{};
-
-TEST_P(ImageFileFails, WithTheDeviceAndThePickedFile)
-{
-    setTimeout(100ms);
-    deviceAnswers(GetParam().reply);
+    deviceAnswers(reply::error("xyz.openbmc_project.Error", "No image."));
     const auto picked = file("image_cpld_signed");
 
     EXPECT_THAT(info(directory.path()), IsEmpty());
 
-    EXPECT_THAT(events(),
-                ElementsAre("call: bindedDevices", "call: readImageFileInfo",
-                            deviceFailure(picked, GetParam().what)));
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    ImageFile, ImageFileFails,
-    testing::Values(
-        BadAnswer{"WhereTheDeviceAnswersAnError",
-                  reply::error("xyz.openbmc_project.Error", "No image."),
-                  "sd_bus_call: xyz.openbmc_project.Error: No image."},
-        BadAnswer{"WhereTheDeviceNeverAnswers", reply::silence(),
-                  "sd_bus_call: org.freedesktop.DBus.Error.Timeout: "
-                  "Connection timed out"},
-        BadAnswer{"WhereTheAnswerIsNoDictionary", reply::text("1.2"),
-                  cpld_manager::notARegistry}),
-    [](const auto& row) { return row.param.name; });
-
-TEST_F(ImageFile, EndsWhereTheRegistrysCallCannotBeCreated)
-{
-    const auto path = file();
-    const RefusedCall refused{"bindedDevices"};
-    EXPECT_EQ(thrownText<sdbusplus::exception::SdBusError>([&] { info(path); }),
-              creationFailure);
-    EXPECT_THAT(events(), IsEmpty());
+    EXPECT_THAT(
+        events(),
+        ElementsAre("call: bindedDevices", "call: readImageFileInfo",
+                    deviceFailure(picked, "sd_bus_call: "
+                                          "xyz.openbmc_project.Error: No "
+                                          "image.")));
 }
 
 TEST_F(ImageFile, HasTheVersionThatItsDeviceTells)

@@ -4,7 +4,6 @@
 // getCPLDVersionString: one call of the device's own object.
 
 using namespace test;
-using namespace std::chrono_literals;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -19,15 +18,6 @@ class RunningVersion : public CpldTest
         offer(cpld_manager::service,
               {cpld_manager::method(mb, "readMBVersionString",
                                     std::move(reply))});
-    }
-
-    std::string failure(const std::string& what) const
-    {
-        return err("Error in method call for "
-                   "(xyz.openbmc_project.CpldUpdateMgrSvc, " +
-                   std::string(mb) +
-                   ", xyz.openbmc_project.cpld_update_mgr.CpldDevice: " + what +
-                   ")");
     }
 };
 
@@ -66,49 +56,6 @@ TEST_F(RunningVersion, EndsWhereThePathIsMalformed)
     }
     EXPECT_THAT(events(), IsEmpty());
     EXPECT_THAT(sent(), IsEmpty());
-}
-
-struct BadAnswer
-{
-    std::string name;
-    Reply reply;
-    std::string what;
-};
-
-class RunningVersionFails :
-    public RunningVersion,
-    public testing::WithParamInterface<BadAnswer>
-{};
-
-TEST_P(RunningVersionFails, WithOneLine)
-{
-    setTimeout(100ms);
-    deviceAnswers(GetParam().reply);
-
-    EXPECT_EQ(manager.getCPLDVersionString(mb), "");
-
-    EXPECT_THAT(events(), ElementsAre("call: readMBVersionString",
-                                      failure(GetParam().what)));
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    RunningVersion, RunningVersionFails,
-    testing::Values(
-        BadAnswer{"WhereTheDeviceAnswersAnError",
-                  reply::error("xyz.openbmc_project.Error", "JTAG is busy."),
-                  "sd_bus_call: xyz.openbmc_project.Error: JTAG is busy."},
-        BadAnswer{"WhereTheDeviceNeverAnswers", reply::silence(),
-                  "sd_bus_call: org.freedesktop.DBus.Error.Timeout: "
-                  "Connection timed out"},
-        BadAnswer{"WhereTheAnswerIsNoText", reply::number(1),
-                  "sd_bus_message_read_basic string: System.Error.ENXIO: No "
-                  "such device or address"}),
-    [](const auto& row) { return row.param.name; });
-
-TEST_F(RunningVersion, FailsWhereTheManagerIsAbsent)
-{
-    EXPECT_EQ(manager.getCPLDVersionString(mb), "");
-    EXPECT_THAT(events(), ElementsAre(failure(cpld_manager::absent)));
 }
 
 } // namespace

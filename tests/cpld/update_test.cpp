@@ -89,21 +89,6 @@ TEST_F(UpdateCpld, TakesARealSystemdsAnswerForAFailureAndRemembersTheUnit)
     EXPECT_EQ(manager.onCPLDStateChange(job), 1);
 }
 
-TEST_F(UpdateCpld, FailsWhereSystemdRefuses)
-{
-    systemdAnswers(reply::error("org.freedesktop.systemd1.NoSuchUnit",
-                                "Unit x.service not found."));
-
-    EXPECT_EQ(update("/a/b"), -5);
-
-    EXPECT_EQ(events(),
-              whole(begin("/a/b", "MB_CPLD"),
-                    err("Error in trying to upgrade cpld_rot2: sd_bus_call: "
-                        "org.freedesktop.systemd1.NoSuchUnit: Unit x.service "
-                        "not found.")));
-    EXPECT_EQ(rememberedUnit(), unitOf("MB_CPLD", "-a-b"));
-}
-
 TEST_F(UpdateCpld, PutsTheComponentIntoTheNameAsItIs)
 {
     systemdAnswers(reply::boolean(true));

@@ -1,11 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "../support/disturbed_call.hpp"
 #include "cpld_test.hpp"
 
 // VerifyCPLD: the device is looked up, then judges the image itself.
 
 using namespace test;
-using namespace std::chrono_literals;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using wexa::core::VersionPurpose;
@@ -31,21 +29,6 @@ class VerifyCpld : public CpldTest
     static std::string asked(const std::string& component = "MB_CPLD")
     {
         return out("Verify " + component + ", image: /tmp/image");
-    }
-
-    static std::string registryFailure(const std::string& what)
-    {
-        return err("ERROR !! Failed to obtain avaialble CPLD devices. "
-                   "(xyz.openbmc_project.CpldUpdateMgrSvc,"
-                   "/xyz/openbmc_project/cpld_update_mgr,"
-                   "xyz.openbmc_project.cpld_update_mgr.CpldUpdateMgrSvc): " +
-                   what);
-    }
-
-    static std::string deviceFailure(const std::string& what)
-    {
-        return err("Error in security method call for (" + std::string(mb) +
-                   ", xyz.openbmc_project.cpld_update_mgr.CpldDevice: " + what);
     }
 };
 
@@ -117,78 +100,6 @@ TEST_F(VerifyCpld, IgnoresThePurpose)
     }
 }
 
-TEST_F(VerifyCpld, FailsWhereTheManagerIsAbsent)
-{
-    EXPECT_EQ(verify(), -5);
-
-    EXPECT_THAT(events(), ElementsAre(signature, asked(),
-                                      registryFailure(cpld_manager::absent)));
-}
-
-TEST_F(VerifyCpld, FailsWhereTheRegistryIsOfAnotherType)
-{
-    offerManagerWith(reply::number(2));
-
-    EXPECT_EQ(verify(), -5);
-
-    EXPECT_THAT(events(),
-                ElementsAre(signature, asked(), "call: bindedDevices",
-                            registryFailure(cpld_manager::notARegistry)));
-}
-
-struct BadAnswer
-{
-    std::string name;
-    Reply reply;
-    std::string what;
-};
-
-class VerifyCpldFails :
-    public VerifyCpld,
-    public testing::WithParamInterface<BadAnswer>
-{};
-
-TEST_P(VerifyCpldFails, WithTheDevicesName)
-{
-    setTimeout(100ms);
-    deviceAnswers(GetParam().reply);
-
-    EXPECT_EQ(verify(), -5);
-
-    EXPECT_THAT(events(), ElementsAre(signature, asked(), "call: bindedDevices",
-                                      image, "call: verifyCPLD",
-                                      deviceFailure(GetParam().what)));
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    VerifyCpld, VerifyCpldFails,
-    testing::Values(
-        BadAnswer{"WhereTheDeviceAnswersAnError",
-                  reply::error("xyz.openbmc_project.Error", "JTAG is busy."),
-                  "sd_bus_call: xyz.openbmc_project.Error: JTAG is busy."},
-        BadAnswer{"WhereTheDeviceNeverAnswers", reply::silence(),
-                  "sd_bus_call: org.freedesktop.DBus.Error.Timeout: "
-                  "Connection timed out"},
-        BadAnswer{"WhereTheAnswerIsNoBoolean", reply::text("true"),
-                  "sd_bus_message_read_basic bool: System.Error.ENXIO: No "
-                  "such device or address"}),
-    [](const auto& row) { return row.param.name; });
-
-TEST_F(VerifyCpld, FailsWhereTheDevicesObjectIsAbsent)
-{
-    offerManager();
-
-    EXPECT_EQ(verify(), -5);
-
-    EXPECT_THAT(
-        events(),
-        ElementsAre(signature, asked(), "call: bindedDevices", image,
-                    deviceFailure("sd_bus_call: "
-                                  "org.freedesktop.DBus.Error.UnknownObject: "
-                                  "Unknown object '" +
-                                  std::string(mb) + "'.")));
-}
-
 TEST_F(VerifyCpld, EndsWhereTheDevicesPathIsEmptyOrMalformed)
 {
     for (const auto* path : {"", "no/slash"})
@@ -202,17 +113,6 @@ TEST_F(VerifyCpld, EndsWhereTheDevicesPathIsEmptyOrMalformed)
         EXPECT_THAT(events(),
                     ElementsAre(signature, asked(), "call: bindedDevices"));
     }
-}
-
-TEST_F(VerifyCpld, EndsWhereTheRegistrysCallCannotBeCreated)
-{
-    const RefusedCall refused{"bindedDevices"};
-
-    EXPECT_EQ(
-        thrownText<sdbusplus::exception::SdBusError>([this] { verify(); }),
-        creationFailure);
-
-    EXPECT_THAT(events(), ElementsAre(signature, asked()));
 }
 
 } // namespace

@@ -129,10 +129,6 @@ inline std::string call(const std::string& device, const std::string& member,
            member + "(s) \"" + argument + '"';
 }
 
-constexpr auto absent =
-    "sd_bus_call: org.freedesktop.DBus.Error.ServiceUnknown: The name "
-    "xyz.openbmc_project.CpldUpdateMgrSvc was not provided by any .service "
-    "files";
 constexpr auto notARegistry =
     "sd_bus_message_enter_container emplace_container: System.Error.ENXIO: "
     "No such device or address";
