@@ -111,15 +111,6 @@ TEST_F(UploadBiosTest, CutsTextsAtSixtyThreeCharacters)
     }
 }
 
-TEST_F(UploadBiosTest, ReadsNoFurtherThanTheBufferOfATextWithoutAnEnd)
-{
-    everyoneAgrees();
-    core.fillsVersion = true;
-
-    EXPECT_EQ(upload(bios("1")).at("version"), std::string(64, 'v'));
-    EXPECT_EQ(upload(capsule("1")).at("version"), std::string(64, 'v'));
-}
-
 TEST_F(UploadBiosTest, RecordsAnEmptyDateAndVersionAsTheyAre)
 {
     everyoneAgrees();
@@ -178,18 +169,6 @@ TEST_F(UploadBiosTest, TellsAnUnreadableCapsuleWithoutAskingAnyone)
             uploadSignature,
             errNotFlushed("Unable to read version from capsule image\n")));
     EXPECT_THAT(sent(), IsEmpty());
-}
-
-TEST_F(UploadBiosTest, TakesAnyResultButZeroForUnreadable)
-{
-    everyoneAgrees();
-    for (const auto result : {1, -1, 64})
-    {
-        core.versionResult = result;
-        EXPECT_THAT(upload(bios("1")), IsEmpty());
-        EXPECT_THAT(upload(capsule("1")), IsEmpty());
-        EXPECT_THAT(sent(), IsEmpty());
-    }
 }
 
 TEST_F(UploadBiosTest, VerifiesNothingThatIsForAnotherBoard)

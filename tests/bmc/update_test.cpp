@@ -131,15 +131,4 @@ TEST_F(UpdateBmc, KeepsTheRememberedUnitWhereTheCallCannotBeCreated)
     EXPECT_EQ(rememberedUnit(), unitOf("-tmp-first"));
 }
 
-TEST_F(UpdateBmc, SendsAPathThatIsNotUtf8InVain)
-{
-    EXPECT_EQ(update("/tmp/\xff"), -5);
-
-    const auto seen = events();
-    ASSERT_EQ(seen.size(), 4U);
-    EXPECT_EQ(seen[2], out("bmcServiceFile: " + unitOf("-tmp-\xff")));
-    EXPECT_THAT(seen[3], testing::StartsWith("err: Error in trying to upgrade "
-                                             "bmc-rot2: sd_bus_call: "));
-}
-
 } // namespace

@@ -94,6 +94,9 @@ std::vector<CallSite> startSites();
 std::vector<CallSite> uploadSites();
 std::vector<CallSite> cpldSites();
 
+/** One of them; it must be there. */
+const CallSite& siteNamed(const std::string& name);
+
 /** The image files that the operations above are given, once they are made. */
 void makeImages();
 const std::string& bmcImage();

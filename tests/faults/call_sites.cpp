@@ -2,6 +2,9 @@
 #include "../support/images.hpp"
 #include "call_site.hpp"
 
+#include <algorithm>
+#include <stdexcept>
+
 namespace test
 {
 
@@ -55,6 +58,16 @@ const std::vector<CallSite>& callSites()
         return all;
     }();
     return sites;
+}
+
+const CallSite& siteNamed(const std::string& name)
+{
+    const auto found = std::ranges::find(callSites(), name, &CallSite::name);
+    if (found == callSites().end())
+    {
+        throw std::logic_error("no call site " + name);
+    }
+    return *found;
 }
 
 } // namespace test

@@ -34,11 +34,17 @@ static Routine* hidden(const char* symbol)
     return reinterpret_cast<Routine*>(found);
 }
 
-static void note(const std::string& call)
+/** Notes a call, which then may throw. */
+static void note(const std::string& routine, const std::string& arguments)
 {
-    if (ScriptedCoreLibrary::current != nullptr)
+    if (ScriptedCoreLibrary::current == nullptr)
     {
-        ScriptedCoreLibrary::current->calls.push_back(call);
+        return;
+    }
+    ScriptedCoreLibrary::current->calls.push_back(routine + ' ' + arguments);
+    if (ScriptedCoreLibrary::current->throwing == routine)
+    {
+        throw std::runtime_error("from the core library");
     }
 }
 
@@ -49,20 +55,21 @@ static std::string describe(const char* buffer, int size)
     return ' ' + std::to_string(size) + (isClean ? "" : " dirty");
 }
 
-static std::optional<int>
-scripted(std::optional<int> ScriptedCoreLibrary::*answer)
+template <typename Answer>
+static std::optional<Answer>
+scripted(std::optional<Answer> ScriptedCoreLibrary::*answer)
 {
     return ScriptedCoreLibrary::current == nullptr
                ? std::nullopt
                : ScriptedCoreLibrary::current->*answer;
 }
 
-static void fillIfTold(char* version, int size)
+static void fillIfTold(std::optional<std::string> ScriptedCoreLibrary::*bytes,
+                       char* buffer, int size)
 {
-    if (ScriptedCoreLibrary::current != nullptr &&
-        ScriptedCoreLibrary::current->fillsVersion)
+    if (const auto text = scripted(bytes))
     {
-        std::fill_n(version, size, 'v');
+        text->copy(buffer, static_cast<std::size_t>(size));
     }
 }
 
@@ -73,9 +80,19 @@ namespace wexa::core
 
 using test::ScriptedCoreLibrary;
 
+std::string get_bmc_version_string_from_image(char* imagePath)
+{
+    test::note("get_bmc_version_string_from_image", imagePath);
+    const auto answer = test::scripted(&ScriptedCoreLibrary::bmcVersion);
+    return answer ? *answer
+                  : test::hidden<std::string(char*)>(
+                        "_ZN4wexa4core33get_bmc_version_string_from_imageB5"
+                        "cxx11EPc")(imagePath);
+}
+
 int check_bios_seamless_capsule(char* imagePath)
 {
-    test::note(std::string("check_bios_seamless_capsule ") + imagePath);
+    test::note("check_bios_seamless_capsule", imagePath);
     const auto answer = test::scripted(&ScriptedCoreLibrary::capsuleKind);
     return answer ? *answer
                   : test::hidden<int(char*)>(
@@ -85,7 +102,7 @@ int check_bios_seamless_capsule(char* imagePath)
 
 int get_bios_board_id(char* imagePath)
 {
-    test::note(std::string("get_bios_board_id ") + imagePath);
+    test::note("get_bios_board_id", imagePath);
     const auto answer = test::scripted(&ScriptedCoreLibrary::board);
     return answer ? *answer
                   : test::hidden<int(char*)>(
@@ -95,26 +112,27 @@ int get_bios_board_id(char* imagePath)
 int get_bios_version_from_image(char* imagePath, char* versionOut,
                                 int versionSize, char* dateOut, int dateSize)
 {
-    test::note(std::string("get_bios_version_from_image ") + imagePath +
-               test::describe(versionOut, versionSize) +
-               test::describe(dateOut, dateSize));
+    test::note("get_bios_version_from_image",
+               imagePath + test::describe(versionOut, versionSize) +
+                   test::describe(dateOut, dateSize));
     const auto result = test::hidden<int(char*, char*, int, char*, int)>(
         "_ZN4wexa4core27get_bios_version_from_imageEPcS1_iS1_i")(
         imagePath, versionOut, versionSize, dateOut, dateSize);
-    test::fillIfTold(versionOut, versionSize);
+    test::fillIfTold(&ScriptedCoreLibrary::version, versionOut, versionSize);
+    test::fillIfTold(&ScriptedCoreLibrary::date, dateOut, dateSize);
     return test::scripted(&ScriptedCoreLibrary::versionResult).value_or(result);
 }
 
 int get_capsule_version_from_image(char* imagePath, char* versionOut,
                                    int versionSize, int capsuleKind)
 {
-    test::note(std::string("get_capsule_version_from_image ") + imagePath +
-               test::describe(versionOut, versionSize) + ' ' +
-               std::to_string(capsuleKind));
+    test::note("get_capsule_version_from_image",
+               imagePath + test::describe(versionOut, versionSize) + ' ' +
+                   std::to_string(capsuleKind));
     const auto result = test::hidden<int(char*, char*, int, int)>(
         "_ZN4wexa4core30get_capsule_version_from_imageEPcS1_ii")(
         imagePath, versionOut, versionSize, capsuleKind);
-    test::fillIfTold(versionOut, versionSize);
+    test::fillIfTold(&ScriptedCoreLibrary::version, versionOut, versionSize);
     return test::scripted(&ScriptedCoreLibrary::versionResult).value_or(result);
 }
 

@@ -26,9 +26,16 @@ class ScriptedCoreLibrary
     std::optional<int> capsuleKind;
     std::optional<int> board;
     std::optional<int> versionResult;
+    std::optional<std::string> bmcVersion;
 
-    /** Fills the version's buffer to its last byte, without an end. */
-    bool fillsVersion = false;
+    /** Bytes that go into the buffers of version and date, as many as have
+     *  room and without an end of their own.
+     */
+    std::optional<std::string> version;
+    std::optional<std::string> date;
+
+    /** The routine that throws std::runtime_error("from the core library"). */
+    std::string throwing;
 
     /** The routines called, with what was handed over: a path, the sizes of
      *  buffers, "dirty" for one that was not all zeros, a kind.

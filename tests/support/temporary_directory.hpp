@@ -13,7 +13,10 @@ namespace test
 class TemporaryDirectory
 {
   public:
-    TemporaryDirectory() : where(make()) {}
+    explicit TemporaryDirectory(const std::filesystem::path& parent =
+                                    std::filesystem::temp_directory_path()) :
+        where(make(parent))
+    {}
 
     ~TemporaryDirectory()
     {
@@ -35,11 +38,10 @@ class TemporaryDirectory
     }
 
   private:
-    static std::filesystem::path make()
+    static std::filesystem::path make(const std::filesystem::path& parent)
     {
         // No "-" in the name: flash unit names cannot carry it.
-        std::string name =
-            std::filesystem::temp_directory_path() / "fwmgr.XXXXXX";
+        std::string name = parent / "fwmgr.XXXXXX";
         if (mkdtemp(name.data()) == nullptr)
         {
             throw std::runtime_error("cannot make a directory like " + name);

@@ -87,8 +87,10 @@ using CpldComponentMap = std::map<std::string, CpldComponentInfo>;
  *  Log. Progress goes to `std::cout`, errors to `std::cerr`, a line each.
  *  The texts are part of the interface.
  *
- *  A file name that is not UTF-8 cannot be sent over D-Bus: the bus closes
- *  the connection of whoever tries. Keep such names away from the operations.
+ *  A text that is not UTF-8, as a file name may be, cannot be sent over D-Bus:
+ *  the bus closes the connection of whoever tries. A start of a flash sends
+ *  the mode alone instead, which systemd refuses. Keep such names away from
+ *  the operations.
  */
 class WEXA_FWMGR_EXPORT FWManagerInternal
 {
