@@ -75,9 +75,15 @@ Completed Simulation::call(const std::vector<std::string>& words) const
     return run(command);
 }
 
-void Simulation::replaceFlashUnit(const std::string& sections) const
+void Simulation::replaceUnit(const std::string& name,
+                             const std::string& sections) const
 {
-    writeBytes(where + "/units/obmc-flash-bmc-rot2@.service", sections);
+    writeBytes(where + "/units/" + name, sections);
+    reloadUnits();
+}
+
+void Simulation::reloadUnits() const
+{
     const auto done =
         call({"org.freedesktop.systemd1", "/org/freedesktop/systemd1",
               "org.freedesktop.systemd1.Manager", "Reload"});

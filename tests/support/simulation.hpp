@@ -47,7 +47,17 @@ class Simulation
     /** Replaces the unit template of the BMC's flash by one whose [Unit] and
      *  [Service] sections are given, and has systemd take it up.
      */
-    void replaceFlashUnit(const std::string& sections) const;
+    void replaceFlashUnit(const std::string& sections) const
+    {
+        replaceUnit("obmc-flash-bmc-rot2@.service", sections);
+    }
+
+    /** The same of any unit. */
+    void replaceUnit(const std::string& name,
+                     const std::string& sections) const;
+
+    /** Has systemd take up what was changed of its units. */
+    void reloadUnits() const;
 
     /** The bytes of the file that stands for a flash partition. */
     std::string flash(const std::string& partition) const;
