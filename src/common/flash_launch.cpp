@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstddef>
 
 namespace wexa::core
 {
@@ -21,7 +22,11 @@ std::string flashUnitName(std::string_view unitTemplate,
                           std::initializer_list<std::string_view> words,
                           std::string imagePath)
 {
-    std::string name{unitTemplate};
+    // Systemd takes no longer names: one allocation.
+    constexpr std::size_t longest = 255;
+    std::string name;
+    name.reserve(longest);
+    name.append(unitTemplate);
     for (const auto word : words)
     {
         name.append(word).append(R"(\x20)");
