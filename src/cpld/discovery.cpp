@@ -2,6 +2,8 @@
 #include "../common/log.hpp"
 #include "registry.hpp"
 
+#include <utility>
+
 namespace wexa::core
 {
 
@@ -13,12 +15,13 @@ CpldComponentMap FWManagerInternal::getAvailableCpldCompsInfo()
     CpldComponentMap components;
     try
     {
-        for (const auto& [name, record] : callFor<CpldDeviceMap>(bus, call))
+        for (auto& [name, record] : callFor<CpldDeviceMap>(bus, call))
         {
-            const auto& [path, driver, properties] = record;
+            auto& [path, driver, properties] = record;
             log::progress("Add component {}, dev {}, drv {}", name, path,
                           driver);
-            components[name] = {getCPLDVersionString(path), properties};
+            components[name] = {getCPLDVersionString(path),
+                                std::move(properties)};
         }
         return components;
     }
