@@ -12,9 +12,9 @@ static std::ostream& writeUnformatted(std::ostream& stream,
     return stream.write(text.data(), static_cast<std::streamsize>(text.size()));
 }
 
-void line(std::ostream& stream, std::string_view text)
+void line(std::ostream& stream, fmt::string_view text, fmt::format_args args)
 {
-    writeUnformatted(stream, text).put('\n').flush();
+    writeUnformatted(stream, fmt::vformat(text, args)).put('\n').flush();
 }
 
 void errorAsIs(std::string_view text)

@@ -6,7 +6,6 @@
 #include <iosfwd>
 #include <iostream>
 #include <string_view>
-#include <utility>
 
 /** The library's log: whole lines, progress on standard output, errors on
  *  standard error, each flushed as it is written.
@@ -18,19 +17,19 @@
 namespace wexa::core::log
 {
 
-/** Writes `text` and a newline, and flushes. */
-void line(std::ostream& stream, std::string_view text);
+/** Writes the formatted text and a newline, and flushes. */
+void line(std::ostream& stream, fmt::string_view text, fmt::format_args args);
 
 template <typename... Args>
-void progress(fmt::format_string<Args...> text, Args&&... args)
+void progress(fmt::format_string<Args...> text, const Args&... args)
 {
-    line(std::cout, fmt::format(text, std::forward<Args>(args)...));
+    line(std::cout, text, fmt::make_format_args(args...));
 }
 
 template <typename... Args>
-void error(fmt::format_string<Args...> text, Args&&... args)
+void error(fmt::format_string<Args...> text, const Args&... args)
 {
-    line(std::cerr, fmt::format(text, std::forward<Args>(args)...));
+    line(std::cerr, text, fmt::make_format_args(args...));
 }
 
 /** Writes an error text that brings its own newline; it is not flushed. */
