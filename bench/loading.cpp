@@ -1,23 +1,30 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <benchmark/benchmark.h>
-#include <dlfcn.h>
-#include <link.h>
-#include <unistd.h>
+#include "rounds.hpp"
 
-#include <cstdlib>
-#include <filesystem>
-#include <iostream>
+#include <dlfcn.h>
+#include <fmt/format.h>
+#include <link.h>
+
+#include <cstdio>
+#include <fstream>
 #include <stdexcept>
 #include <string>
-#include <vector>
 
-// How long the library takes to load into a process that already has its
-// dependencies, and how large it is without its symbols.
+// What loading the library costs a process that already has what it depends
+// on, beside a library of nothing: time, and memory of the process's own.
 
 namespace
 {
 
-std::string library;
+void* load(const std::string& library)
+{
+    void* handle = dlopen(library.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (handle == nullptr)
+    {
+        throw std::runtime_error(dlerror());
+    }
+    return handle;
+}
 
 int addName(dl_phdr_info* object, std::size_t, void* names)
 {
@@ -27,13 +34,9 @@ int addName(dl_phdr_info* object, std::size_t, void* names)
 }
 
 /** Loads what the library needs, to stay. */
-void loadDependencies()
+void loadDependencies(const std::string& library)
 {
-    void* handle = dlopen(library.c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (handle == nullptr)
-    {
-        throw std::runtime_error(dlerror());
-    }
+    void* handle = load(library);
     std::vector<std::string> loaded;
     dl_iterate_phdr(addName, &loaded);
     for (const auto& object : loaded)
@@ -46,64 +49,73 @@ void loadDependencies()
     dlclose(handle);
 }
 
-void load(benchmark::State& state)
+/** Medians in microseconds, and their ratio to the first library's. */
+std::vector<bench::Duration>
+durationsOf(const std::vector<std::string>& libraries)
 {
-    for (const auto _ : state)
+    // Unloading is not timed: each turn leaves its handle to the next.
+    void* handle = nullptr;
+    std::vector<bench::Side> sides;
+    for (const auto& library : libraries)
     {
-        void* handle = dlopen(library.c_str(), RTLD_NOW | RTLD_LOCAL);
-        if (handle == nullptr)
-        {
-            state.SkipWithError(dlerror());
-            return;
-        }
-        state.PauseTiming();
-        dlclose(handle);
-        state.ResumeTiming();
+        sides.push_back(
+            {[&] { handle = load(library); }, 1, [&] { dlclose(handle); }});
     }
+    return bench::takeTurns(sides, {20, 50});
 }
 
-/** Bytes of the library after strip. */
-void size(benchmark::State& state)
+/** Kilobytes of memory that only this process has, written to. */
+long privateMemory()
 {
-    const auto stripped = std::filesystem::temp_directory_path() /
-                          ("bench_loading." + std::to_string(getpid()));
-    const auto command =
-        "strip --strip-unneeded -o " + stripped.string() + " " + library;
-    for (const auto _ : state)
+    std::ifstream sums("/proc/self/smaps_rollup");
+    const std::string key = "Private_Dirty:";
+    for (std::string line; std::getline(sums, line);)
     {
-        if (std::system(command.c_str()) != 0)
+        if (line.starts_with(key))
         {
-            state.SkipWithError("strip failed");
-            return;
+            return std::stol(line.substr(key.size()));
         }
     }
-    state.counters["bytes"] =
-        static_cast<double>(std::filesystem::file_size(stripped));
-    std::filesystem::remove(stripped);
+    throw std::runtime_error("/proc/self/smaps_rollup");
 }
 
-BENCHMARK(load)->Name("loading")->Unit(benchmark::kMicrosecond);
-BENCHMARK(size)->Name("stripped size")->Iterations(1);
+/** Kilobytes that loading a library adds. */
+long memoryOf(const std::string& library)
+{
+    privateMemory(); // has its own memory from now on
+    const auto before = privateMemory();
+    void* handle = load(library);
+    const auto after = privateMemory();
+    dlclose(handle);
+    return after - before;
+}
 
 } // namespace
 
 int main(int argc, char** argv)
+try
 {
-    benchmark::Initialize(&argc, argv);
-    if (argc != 2)
+    if (argc != 3)
     {
-        std::cerr << "usage: bench_loading LIBRARY\n";
+        fmt::print(stderr, "usage: bench_loading LIBRARY EMPTY\n");
         return 2;
     }
-    library = argv[1];
-    try
-    {
-        loadDependencies();
-    }
-    catch (const std::exception& error)
-    {
-        std::cerr << "bench_loading: " << error.what() << '\n';
-        return 1;
-    }
-    benchmark::RunSpecifiedBenchmarks();
+    const std::string library = argv[1];
+    const std::string empty = argv[2];
+    loadDependencies(library);
+    const auto memory = memoryOf(library);
+    const auto memoryOfEmpty = memoryOf(empty);
+    const auto took = durationsOf({empty, library});
+
+    fmt::print("{:33}{:9.0f} us, {:.2f} of an empty library's {:.0f} us\n",
+               "loading", took[1].microseconds, took[1].ratio,
+               took[0].microseconds);
+    fmt::print("{:33}{:9} kB, an empty library's {} kB\n",
+               "private memory when loaded", memory, memoryOfEmpty);
+}
+
+catch (const std::exception& error)
+{
+    fmt::print(stderr, "bench_loading: {}\n", error.what());
+    return 1;
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <sys/types.h>
+#include <systemd/sd-bus.h>
 
 #include <string>
 
@@ -13,10 +14,8 @@ namespace bench
  */
 void pinToOneCpu();
 
-/** Answers as a security manager, as systemd and as a CPLD update manager do,
- *  at once, in a process of its own.
- *
- *  The CPLD update manager has a registry of N devices at /registry/N.
+/** Answers as all services do that the library calls, at once, with plain
+ *  sd-bus, in a process of its own.
  */
 class Platform
 {
@@ -30,5 +29,10 @@ class Platform
   private:
     pid_t child;
 };
+
+/** Has the platform bind so many CPLDs, CPLD_0 and on, of eight properties
+ *  each.
+ */
+void bindDevices(sd_bus* bus, int devices);
 
 } // namespace bench

@@ -1,10 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <benchmark/benchmark.h>
-
 #include <functional>
-#include <string>
+#include <optional>
 #include <vector>
 
 namespace bench
@@ -13,16 +11,48 @@ namespace bench
 /** One of several ways to do the same. */
 struct Side
 {
-    std::string name;
     std::function<void()> act;
+
+    /** It takes part in every so-manieth turn only. */
+    int every = 1;
+
+    /** What it does afterwards, not timed. */
+    std::function<void()> undo = [] {};
 };
 
-/** Times all sides in turns, so that whatever else the machine does meets all
- *  of them. Reports, of each, the median in microseconds ("NAME_us") and, of
- *  all but the first, that median by the first one's ("NAME_ratio").
- *
- *  @return the first side's median
+/** How often each side acts: `turns` in each of `count` rounds. */
+struct Rounds
+{
+    int count;
+    int turns;
+};
+
+/** What a side takes, beside the first side. */
+struct Duration
+{
+    /** The median of all rounds' medians. */
+    double microseconds;
+
+    /** The median of all rounds' ratios of medians. */
+    double ratio;
+
+    /** The same of 99th percentiles; none where a round has no hundred. */
+    std::optional<double> ratioOf99th;
+};
+
+/** Times all sides in turns, each turn in another order, so that whatever
+ *  else the machine does, and what a side leaves in the caches, meets all of
+ *  them.
  */
-double takeTurns(benchmark::State& state, const std::vector<Side>& sides);
+std::vector<Duration> takeTurns(const std::vector<Side>& sides,
+                                const Rounds& rounds);
+
+/** Of a copy: the value below which a share of them lies. */
+double quantile(std::vector<double> values, double share);
+
+inline double median(const std::vector<double>& values)
+{
+    return quantile(values, 0.5);
+}
 
 } // namespace bench
