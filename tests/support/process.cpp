@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "process.hpp"
 
+#include <elf.h>
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
@@ -9,9 +10,13 @@
 #include <unistd.h>
 
 #include <array>
+#include <cstddef>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
+#include <iterator>
 #include <ostream>
+#include <sstream>
 #include <stdexcept>
 
 namespace test
@@ -31,6 +36,32 @@ static void resetSignals()
     sigprocmask(SIG_SETMASK, &none, nullptr);
 }
 
+/** The field of an ELF file that names the processor; empty for others. */
+static std::string processorOf(const std::string& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    std::string header(sizeof(Elf32_Ehdr), '\0');
+    file.read(header.data(), static_cast<std::streamsize>(header.size()));
+    return file && header.starts_with(ELFMAG)
+               ? header.substr(offsetof(Elf32_Ehdr, e_machine), 2)
+               : "";
+}
+
+/** The words to put before a program of the processor that runs this test,
+ *  where that is an emulated one.
+ */
+static std::vector<std::string> emulator(const std::string& program)
+{
+    const auto* words = std::getenv("MESON_EXE_WRAPPER");
+    if (words == nullptr ||
+        processorOf(program) != processorOf("/proc/self/exe"))
+    {
+        return {};
+    }
+    std::istringstream text(words);
+    return {std::istream_iterator<std::string>(text), {}};
+}
+
 static void exec(const std::vector<std::string>& arguments,
                  const std::vector<std::string>& environment)
 {
@@ -40,8 +71,10 @@ static void exec(const std::vector<std::string>& arguments,
     {
         putenv(strdup(variable.c_str()));
     }
+    auto command = emulator(arguments[0]);
+    command.insert(command.end(), arguments.begin(), arguments.end());
     std::vector<char*> argv;
-    for (const auto& argument : arguments)
+    for (const auto& argument : command)
     {
         argv.push_back(const_cast<char*>(argument.c_str()));
     }

@@ -6,6 +6,7 @@
 #include <signal.h>
 
 #include <chrono>
+#include <cstdlib>
 #include <filesystem>
 #include <functional>
 #include <stdexcept>
@@ -14,10 +15,19 @@
 namespace test
 {
 
+/** The simulator; a native one, if there is one, where this test runs on an
+ *  emulated processor, for that can neither make namespaces nor be systemd's.
+ */
+static std::string simulatorProgram()
+{
+    const auto* native = std::getenv("WEXA_NATIVE_BMCSIM");
+    return native != nullptr ? native : fromEnvironment("WEXA_BMCSIM");
+}
+
 static std::vector<std::string>
 runUntilTold(const std::vector<std::string>& options)
 {
-    std::vector<std::string> command{fromEnvironment("WEXA_BMCSIM"), "run"};
+    std::vector<std::string> command{simulatorProgram(), "run"};
     command.insert(command.end(), options.begin(), options.end());
     for (const auto* word :
          {"--", "sh", "-c", "echo in $WEXA_BMCSIM_DIR.; exec sleep 600"})
@@ -48,7 +58,7 @@ Completed Simulation::run(std::vector<std::string> command) const
     }
     if (command.front() == "wexa-bmcsim")
     {
-        command.front() = fromEnvironment("WEXA_BMCSIM");
+        command.front() = simulatorProgram();
     }
     return test::run(command, environment());
 }
