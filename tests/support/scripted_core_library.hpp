@@ -10,7 +10,7 @@ namespace test
 {
 
 /** Stands before libwexacore in programs that link it: notes each call of its
- *  BIOS routines, and answers what a test wants where no image can make the
+ *  routines, and answers what a test wants where no image can make the
  *  real one answer so. One at a time.
  */
 class ScriptedCoreLibrary

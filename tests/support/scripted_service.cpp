@@ -34,13 +34,6 @@ Reply objectPath(std::string value)
     };
 }
 
-Reply number(std::uint32_t value)
-{
-    return [value](sd_bus_message* call) {
-        sd_bus_reply_method_return(call, "u", value);
-    };
-}
-
 Reply nothing()
 {
     return
@@ -98,14 +91,6 @@ Reply error(std::string name, std::string text)
 Reply silence()
 {
     return [](sd_bus_message*) {};
-}
-
-Reply late(std::chrono::milliseconds delay, Reply then)
-{
-    return [delay, then](sd_bus_message* call) {
-        std::this_thread::sleep_for(delay);
-        then(call);
-    };
 }
 
 Reply hangUp()

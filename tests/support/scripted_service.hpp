@@ -4,7 +4,6 @@
 #include "private_bus.hpp"
 #include "transcript.hpp"
 
-#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -20,11 +19,10 @@ using Reply = std::function<void(sd_bus_message* call)>;
 namespace reply
 {
 
-/** One boolean; a string; an object path; an unsigned number; no value. */
+/** One boolean; a string; an object path; no value. */
 Reply boolean(bool value);
 Reply text(std::string value);
 Reply objectPath(std::string value);
-Reply number(std::uint32_t value);
 Reply nothing();
 
 /** A variant that holds a string, or a number of 16 or 32 bits. */
@@ -43,9 +41,6 @@ Reply error(std::string name, std::string text);
 
 /** Never an answer. */
 Reply silence();
-
-/** An answer after a while. */
-Reply late(std::chrono::milliseconds delay, Reply then);
 
 /** The service leaves the bus instead of answering. */
 Reply hangUp();

@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "input.hpp"
+#include "platform.hpp"
+
+#include <string>
+
+/** What the services of a platform answer, chosen by the input. */
+namespace fuzz
+{
+
+/** A value of the given types, whatever it is. */
+Answer typedAnswer(Input& input, const std::string& types);
+
+/** What the service that `key` names in `Answers` would say. */
+Answer soundAnswer(Input& input, const std::string& key);
+
+/** An answer that nobody hopes for: values of other types, none, an error,
+ *  nothing at all, a connection that is lost.
+ */
+Answer oddAnswer(Input& input);
+
+/** The one or the other. */
+Answer anyAnswer(Input& input, const std::string& key);
+
+/** Any answers of all services; some are absent. */
+Answers anyAnswers(Input& input);
+
+/** Bytes of any signature and content, often of the right signature. */
+Answer rawAnswer(Input& input);
+
+} // namespace fuzz

@@ -1,0 +1,75 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "../../tests/support/bytes.hpp"
+#include "../../tests/support/temporary_directory.hpp"
+#include "../support/answers.hpp"
+#include "../support/cpld_device.hpp"
+#include "../support/side_by_side.hpp"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <vector>
+
+// The signed image of a CPLD in directories of any names and kinds of entries.
+
+/** A name of any bytes that a file can have, often one that is looked for. */
+static std::string nameFrom(fuzz::Input& input)
+{
+    auto name = input.anyBytes(15);
+    std::erase(name, '/');
+    std::erase(name, '\0');
+    switch (input.below(4))
+    {
+        case 0:
+            return name + "image_cpld_signed";
+        case 1:
+            return "image_cpld_signe" + name;
+        default:
+            return name;
+    }
+}
+
+/** Makes an entry, or not where there is one of that name. */
+static void makeEntry(fuzz::Input& input, const std::string& path)
+{
+    switch (input.below(5))
+    {
+        case 0:
+            mkdir(path.c_str(), 0755);
+            return;
+        case 1:
+            std::ignore = symlink(nameFrom(input).c_str(), path.c_str());
+            return;
+        case 2:
+            mkfifo(path.c_str(), 0644);
+            return;
+        default:
+            close(open(path.c_str(), O_CREAT | O_WRONLY | O_EXCL, 0644));
+    }
+}
+
+static void run(fuzz::Input input)
+{
+    const test::TemporaryDirectory directory;
+    std::vector<std::string> paths{directory.path()};
+    for (auto count = input.below(8); count-- > 0;)
+    {
+        const auto& parent = paths[input.below(paths.size())];
+        const auto path = parent + '/' + nameFrom(input);
+        makeEntry(input, path);
+        paths.push_back(path);
+    }
+    fuzz::Answers answers{{"bindedDevices", fuzz::oneBoundDevice()}};
+    answers["readImageFileInfo"] =
+        fuzz::soundAnswer(input, "readImageFileInfo");
+    auto asked = paths[input.below(paths.size())];
+    asked += input.below(4) == 0 ? "/" : "";
+
+    fuzz::SideBySide sides(std::move(answers));
+    sides.compare("getCPLDImageFileInfo", [&](auto& subject) {
+        return subject.getCPLDImageFileInfo("MB_CPLD", asked);
+    });
+}
+
+static const fuzz::Target target("directories", run);
