@@ -22,10 +22,17 @@ static bool isDotOrDotDot(const std::string& name)
     return name == "." || name == "..";
 }
 
+struct CloseDirectory
+{
+    void operator()(DIR* open) const
+    {
+        closedir(open);
+    }
+};
+
 static std::string signedEntry(const std::string& directory)
 {
-    const std::unique_ptr<DIR, decltype(&closedir)> open(
-        opendir(directory.c_str()), closedir);
+    const std::unique_ptr<DIR, CloseDirectory> open(opendir(directory.c_str()));
     if (!open)
     {
         fail();

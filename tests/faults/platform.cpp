@@ -69,8 +69,13 @@ std::vector<std::string> Platform::heard()
     }
     for (auto& event : all)
     {
-        event =
-            std::regex_replace(event, bus.says().refusal(), refusedByTheBus);
+        const auto refusal = bus.says().refusalIn(event);
+        if (!refusal.empty())
+        {
+            event.replace(
+                static_cast<std::size_t>(refusal.data() - event.data()),
+                refusal.size(), refusedByTheBus);
+        }
     }
     return all;
 }

@@ -19,7 +19,7 @@ class Platform : public LibraryTest
     /** Starts every service that `site` needs, with `method` in place of that
      * which `site` calls.
      */
-    void start(const CallSite& site, Method method);
+    virtual void start(const CallSite& site, Method method);
 
     /** The same, without the object that `site` calls. */
     void startWithoutObject(const CallSite& site);

@@ -2,8 +2,8 @@
 #pragma once
 
 #include <memory>
-#include <regex>
 #include <string>
+#include <string_view>
 
 namespace test
 {
@@ -31,10 +31,10 @@ class BusProgram
     /** The same of a service that leaves without an answer. */
     virtual std::string desertion() const = 0;
 
-    /** The same of a call that it forbids, as an expression: the text names
-     *  processes.
+    /** Where in a text it says that it forbids a call, which may name
+     *  processes; nowhere: nothing.
      */
-    virtual std::regex refusal() const = 0;
+    virtual std::string_view refusalIn(std::string_view text) const = 0;
 
     /** Ends the program; every connection is lost. */
     virtual void kill() = 0;

@@ -149,10 +149,14 @@ class DbusBroker : public BusProgram
         return "org.freedesktop.DBus.Error.NoReply: Remote peer disconnected";
     }
 
-    std::regex refusal() const override
+    std::string_view refusalIn(std::string_view text) const override
     {
-        return std::regex("org\\.freedesktop\\.DBus\\.Error\\.AccessDenied: "
-                          "Sender is not authorized to send message");
+        constexpr std::string_view refusal =
+            "org.freedesktop.DBus.Error.AccessDenied: Sender is not "
+            "authorized to send message";
+        const auto begin = text.find(refusal);
+        return begin == text.npos ? std::string_view()
+                                  : text.substr(begin, refusal.size());
     }
 
     void kill() override

@@ -51,12 +51,14 @@ class DbusDaemon : public BusProgram
                "disconnected from message bus without replying";
     }
 
-    std::regex refusal() const override
+    std::string_view refusalIn(std::string_view text) const override
     {
-        return std::regex(
-            "org\\.freedesktop\\.DBus\\.Error\\.AccessDenied: Rejected send "
-            "message, [0-9]+ matched rules; type=\"method_call\", sender=[^)]*"
-            "\\) interface=.* destination=\"[^\"]*\" \\([^)]*\\)");
+        const auto begin = text.find("org.freedesktop.DBus.Error.AccessDenied: "
+                                     "Rejected send message, ");
+        const auto end = text.find(')', text.find(" destination=", begin));
+        return begin == text.npos || end == text.npos
+                   ? std::string_view()
+                   : text.substr(begin, end + 1 - begin);
     }
 
     void kill() override
