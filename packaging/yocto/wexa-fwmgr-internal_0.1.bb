@@ -25,6 +25,7 @@ EXTRA_OEMESON = " \
     -Dtests=disabled \
     -Dsimulator=disabled \
     -Dbenchmarks=disabled \
+    -Dfuzzing=disabled \
 "
 
 PACKAGECONFIG ??= "tools"

@@ -19,35 +19,38 @@ class Load
      */
     Load(std::string what, int rounds, double share) :
         what(std::move(what)), rounds(rounds),
-        end(std::chrono::steady_clock::now() +
-            std::chrono::duration_cast<std::chrono::steady_clock::duration>(
-                minutes() * share))
+        time(std::chrono::duration_cast<Clock::duration>(minutes() * share))
     {}
 
-    /** Runs `round` again and again; the first tenth warms up. */
+    /** Runs `round` again and again; the first tenth warms up. Ends where a
+     *  round fails.
+     */
     template <typename Round>
     void run(Round round)
     {
+        const auto begin = Clock::now();
         std::optional<Resources> before;
         int done = 0;
-        while (done < rounds && std::chrono::steady_clock::now() < end &&
+        while (done < rounds && Clock::now() < begin + time &&
                !testing::Test::HasFailure())
         {
-            if (!before && done >= rounds / 10)
+            if (!before &&
+                (done >= rounds / 10 || Clock::now() > begin + time / 10))
             {
                 before.emplace();
             }
             round();
             ++done;
         }
-        ASSERT_TRUE(before) << "not even warm after " << done << " rounds of "
-                            << what << ": give it more minutes";
+        ASSERT_TRUE(before) << "not even warm after " << done << ' ' << what;
         expectFlat(std::to_string(done) + " of " + std::to_string(rounds) +
                        ' ' + what,
                    *before, {});
     }
 
   private:
+    using Clock = std::chrono::steady_clock;
+
     static std::chrono::duration<double> minutes()
     {
         const auto* const given = std::getenv("WEXA_SOAK_MINUTES");
@@ -56,7 +59,7 @@ class Load
 
     std::string what;
     int rounds;
-    std::chrono::steady_clock::time_point end;
+    Clock::duration time;
 };
 
 } // namespace test
