@@ -22,7 +22,7 @@ std::string flashUnitName(std::string_view unitTemplate,
                           std::initializer_list<std::string_view> words,
                           std::string imagePath)
 {
-    // Systemd takes no longer names: one allocation.
+    // No unit has a longer name: one allocation.
     constexpr std::size_t longest = 255;
     std::string name;
     name.reserve(longest);

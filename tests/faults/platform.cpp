@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform.hpp"
 
+#include <pthread.h>
+#include <signal.h>
+
 #include <algorithm>
 #include <map>
 
@@ -84,6 +87,23 @@ Reply Platform::tooLate(Reply then)
 {
     return [end = end, then](sd_bus_message* call) {
         end.wait_for(std::chrono::seconds(30));
+        then(call);
+    };
+}
+
+Reply Platform::interrupting(Reply then)
+{
+    signal(SIGUSR1, [](int) {});
+    return [end = end, then, caller = pthread_self()](sd_bus_message* call) {
+        for (int times = 0; times < 30'000; ++times)
+        {
+            pthread_kill(caller, SIGUSR1);
+            if (end.wait_for(std::chrono::milliseconds(1)) ==
+                std::future_status::ready)
+            {
+                break;
+            }
+        }
         then(call);
     };
 }

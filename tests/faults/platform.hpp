@@ -61,6 +61,10 @@ class Platform : public LibraryTest
     /** A reply that is not sent before the operation has ended. */
     Reply tooLate(Reply then);
 
+    /** The same; until then the caller handles one POSIX signal after another.
+     */
+    Reply interrupting(Reply then);
+
     /** The connection receives this many signals before the reply. */
     Reply afterSignals(int count, Reply then);
 

@@ -62,6 +62,15 @@ std::vector<Fault> serviceFaults()
              platform.startHealthy(site);
          }),
          .ending = &CallSite::success},
+        {.name = "WhereThePollIsInterrupted",
+         .concerns = everyone,
+         .happen =
+             [](Platform& platform, const CallSite& site) {
+                 platform.startAnswering(site,
+                                         platform.interrupting(healthy(site)));
+             },
+         .ending = &CallSite::failure,
+         .failure = callFailed("System.Error.EINTR: Interrupted system call")},
         {.name = "WithSignalsInFrontOfTheAnswer",
          .concerns = everyone,
          .happen =

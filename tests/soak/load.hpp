@@ -28,6 +28,13 @@ class Load
     template <typename Round>
     void run(Round round)
     {
+        run(round, [] {});
+    }
+
+    /** The same; `settle` drops what rounds have gathered. */
+    template <typename Round, typename Settle>
+    void run(Round round, Settle settle)
+    {
         const auto begin = Clock::now();
         std::optional<Resources> before;
         int done = 0;
@@ -37,12 +44,14 @@ class Load
             if (!before &&
                 (done >= rounds / 10 || Clock::now() > begin + time / 10))
             {
+                settle();
                 before.emplace();
             }
             round();
             ++done;
         }
         ASSERT_TRUE(before) << "not even warm after " << done << ' ' << what;
+        settle();
         expectFlat(std::to_string(done) + " of " + std::to_string(rounds) +
                        ' ' + what,
                    *before, {});

@@ -118,15 +118,18 @@ TEST_F(Soak, HealthyCalls)
 {
     SwitchedBoard board;
     int unheard = 0;
-    Load("operations on a healthy platform", 1'000'000, 0.5).run([&] {
-        const auto& site = any(callSites());
-        ASSERT_EQ(board.run(site), site.success.result) << site.name;
-        if (++unheard == 100)
-        {
-            board.forget();
-            unheard = 0;
-        }
-    });
+    Load("operations on a healthy platform", 1'000'000, 0.5)
+        .run(
+            [&] {
+                const auto& site = any(callSites());
+                ASSERT_EQ(board.run(site), site.success.result) << site.name;
+                if (++unheard == 100)
+                {
+                    board.forget();
+                    unheard = 0;
+                }
+            },
+            [&] { board.forget(); });
 }
 
 TEST_F(Soak, RandomFaults)
