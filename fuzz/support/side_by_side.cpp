@@ -24,7 +24,7 @@ void SideBySide::setAnswers(Answers answers)
     Platform::answers = std::move(answers);
 }
 
-static bool someAreSilent()
+bool SideBySide::someAreSilent()
 {
     return std::ranges::any_of(Platform::answers, [](const auto& answer) {
         return answer.second.isSilent;

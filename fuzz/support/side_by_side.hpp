@@ -25,6 +25,9 @@ class SideBySide
     /** Other answers from now on. */
     void setAnswers(Answers answers);
 
+    /** Whether a service never answers. */
+    static bool someAreSilent();
+
     /** Runs an operation of the one, then of the other, and compares.
      *
      *  @param operation  takes either and returns its result, if any

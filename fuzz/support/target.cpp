@@ -32,7 +32,9 @@ const Target* Target::named(const std::string& name)
 
 void fail(const std::string& why)
 {
-    std::fprintf(stderr, "%s\n", why.c_str());
+    // A zero byte is no end.
+    std::fwrite(why.data(), 1, why.size(), stderr);
+    std::fputc('\n', stderr);
     std::abort();
 }
 
