@@ -74,7 +74,7 @@ std::size_t allocationsOfLog(const std::function<void()>& act)
     std::size_t sum = 0;
     for (std::string line; std::getline(printed, line);)
     {
-        sum += allocationsOf([&] { std::ignore = fmt::format("{}", line); });
+        sum += allocationsOf([&] { std::ignore = fmt::format("{}\n", line); });
     }
     return sum;
 }

@@ -33,7 +33,7 @@ void addApplyTime(sdbusplus::bus::bus& bus, UploadResult& result)
     }
     catch (const RemoteError& failure)
     {
-        log::error("Error in getting ApplyTime: ({}, {}: {}", path, interface,
+        log::error("Error in getting ApplyTime: ({}, {}: {}\n", path, interface,
                    failure.what());
     }
 }

@@ -23,14 +23,14 @@ bool FWManagerInternal::compare_boardID(std::string imagePath)
     }
     catch (const RemoteError& failure)
     {
-        log::error("boardID is mismatch: {}", failure.what());
+        log::error("boardID is mismatch: {}\n", failure.what());
         return false;
     }
 
     // Whole integers: an identifier that could not be read equals none.
     if (get_bios_board_id(imagePath.data()) != int{hostBoard})
     {
-        log::errorAsIs("boardID is mismatch\n");
+        log::errorUnflushed("boardID is mismatch\n");
         return false;
     }
     return true;

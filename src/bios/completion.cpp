@@ -14,7 +14,8 @@ int FWManagerInternal::onBIOSStateChange(sdbusplus::message::message& msg)
 
 void FWManagerInternal::onBIOSUpdateSuccess()
 {
-    log::progress("void wexa::core::FWManagerInternal::onBIOSUpdateSuccess()");
+    log::progress(
+        "void wexa::core::FWManagerInternal::onBIOSUpdateSuccess()\n");
 }
 
 } // namespace wexa::core

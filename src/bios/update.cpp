@@ -10,7 +10,7 @@ namespace wexa::core
 int FWManagerInternal::UpdateBIOS(std::string imagePath, VersionPurpose,
                                   std::string)
 {
-    log::progress("flashWriteBios: {}", imagePath);
+    log::progress("flashWriteBios: {}\n", imagePath);
 
     auto call = newStartUnitCall(bus);
     serviceFile = flashUnitName("obmc-flash-host-bios@",

@@ -33,7 +33,7 @@ UploadResult FWManagerInternal::processUploadBiosImage(std::string imagePath,
         "std::map<std::__cxx11::basic_string<char>, "
         "std::__cxx11::basic_string<char> > "
         "wexa::core::FWManagerInternal::processUploadBiosImage(std::string, "
-        "wexa::core::FWManagerInternal::UPLOAD_IMG_TYPE, std::string)");
+        "wexa::core::FWManagerInternal::UPLOAD_IMG_TYPE, std::string)\n");
 
     TextBuffer versionBuffer = {};
     std::string version;
@@ -46,7 +46,7 @@ UploadResult FWManagerInternal::processUploadBiosImage(std::string imagePath,
                                            versionBuffer.data(),
                                            versionBuffer.size(), kind) != 0)
         {
-            log::errorAsIs("Unable to read version from capsule image\n");
+            log::errorUnflushed("Unable to read version from capsule image\n");
             return {};
         }
 
@@ -56,7 +56,7 @@ UploadResult FWManagerInternal::processUploadBiosImage(std::string imagePath,
 
         if (VerifyCapsule(imagePath, VersionPurpose::Host, "") != 0)
         {
-            log::error("Error !! VerifyCapsule failed. image: {}", imagePath);
+            log::error("Error !! VerifyCapsule failed. image: {}\n", imagePath);
             return {};
         }
     }
@@ -67,7 +67,7 @@ UploadResult FWManagerInternal::processUploadBiosImage(std::string imagePath,
                                         versionBuffer.size(), dateBuffer.data(),
                                         dateBuffer.size()) != 0)
         {
-            log::errorAsIs("Unable to read version from bios image\n");
+            log::errorUnflushed("Unable to read version from bios image\n");
             return {};
         }
         if (!compare_boardID(imagePath))
@@ -81,7 +81,7 @@ UploadResult FWManagerInternal::processUploadBiosImage(std::string imagePath,
 
         if (VerifyBIOS(imagePath, VersionPurpose::Host, "") != 0)
         {
-            log::error("Error !! VerifyBIOS failed. image: {}", imagePath);
+            log::error("Error !! VerifyBIOS failed. image: {}\n", imagePath);
             return {};
         }
     }

@@ -11,7 +11,7 @@ int FWManagerInternal::VerifyBIOS(std::string imagePath, VersionPurpose,
                                   std::string)
 {
     log::progress("int wexa::core::FWManagerInternal::VerifyBIOS(std::string, "
-                  "wexa::core::VersionPurpose, std::string)");
+                  "wexa::core::VersionPurpose, std::string)\n");
     return verifyBySecurityManager(bus, "verifyBios", imagePath);
 }
 
@@ -20,7 +20,7 @@ int FWManagerInternal::VerifyCapsule(std::string imagePath, VersionPurpose,
 {
     log::progress(
         "int wexa::core::FWManagerInternal::VerifyCapsule(std::string, "
-        "wexa::core::VersionPurpose, std::string)");
+        "wexa::core::VersionPurpose, std::string)\n");
     return verifyBySecurityManager(bus, "verifyCapsule", imagePath);
 }
 

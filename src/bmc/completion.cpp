@@ -14,7 +14,7 @@ int FWManagerInternal::onBMCStateChange(sdbusplus::message::message& msg)
 
 void FWManagerInternal::onBMCUpdateSuccess()
 {
-    log::progress("void wexa::core::FWManagerInternal::onBMCUpdateSuccess()");
+    log::progress("void wexa::core::FWManagerInternal::onBMCUpdateSuccess()\n");
 }
 
 } // namespace wexa::core

@@ -16,18 +16,18 @@ UploadResult FWManagerInternal::processUploadBmcImage(std::string imagePath,
         "std::map<std::__cxx11::basic_string<char>, "
         "std::__cxx11::basic_string<char> > "
         "wexa::core::FWManagerInternal::processUploadBmcImage(std::string, "
-        "wexa::core::FWManagerInternal::UPLOAD_IMG_TYPE, std::string)");
+        "wexa::core::FWManagerInternal::UPLOAD_IMG_TYPE, std::string)\n");
 
     const auto version = get_bmc_version_string_from_image(imagePath.data());
     if (version.empty())
     {
-        log::errorAsIs("Unable to read version from image\n");
+        log::errorUnflushed("Unable to read version from image\n");
         return {};
     }
 
     if (VerifyBMC(imagePath, VersionPurpose::BMC, "") != 0)
     {
-        log::error("Error !! VerifyBMC failed. image: {}", imagePath);
+        log::error("Error !! VerifyBMC failed. image: {}\n", imagePath);
         return {};
     }
 

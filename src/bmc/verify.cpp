@@ -17,11 +17,11 @@ int FWManagerInternal::VerifyBMC(std::string imagePath, VersionPurpose purpose,
                                  std::string)
 {
     log::progress("int wexa::core::FWManagerInternal::VerifyBMC(std::string, "
-                  "wexa::core::VersionPurpose, std::string)");
+                  "wexa::core::VersionPurpose, std::string)\n");
 
     if (purpose != VersionPurpose::BMC)
     {
-        log::progress("Unsupport image type: {} !!",
+        log::progress("Unsupport image type: {} !!\n",
                       Version::convertVersionPurposeToString(purpose));
         return -EINVAL;
     }

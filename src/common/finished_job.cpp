@@ -19,11 +19,11 @@ int finishedJobOutcome(sdbusplus::message::message& jobRemoved,
     std::string result;
     jobRemoved.read(id, path, unit, result);
 
-    log::progress("{}", id);
-    log::progress("{}", path.str);
-    log::progress("{}", unit);
-    log::progress("{}", result);
-    log::progress("serviceFile: {}", serviceFile);
+    log::progress("{}\n", id);
+    log::progress("{}\n", path.str);
+    log::progress("{}\n", unit);
+    log::progress("{}\n", result);
+    log::progress("serviceFile: {}\n", serviceFile);
 
     if (unit != serviceFile)
     {

@@ -47,7 +47,8 @@ int startUnit(sdbusplus::bus::bus& bus, sdbusplus::message::message& call,
     }
     catch (const RemoteError& failure)
     {
-        log::error("Error in trying to upgrade {}: {}", device, failure.what());
+        log::error("Error in trying to upgrade {}: {}\n", device,
+                   failure.what());
         return -EIO;
     }
 }

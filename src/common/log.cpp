@@ -12,12 +12,12 @@ static std::ostream& writeUnformatted(std::ostream& stream,
     return stream.write(text.data(), static_cast<std::streamsize>(text.size()));
 }
 
-void line(std::ostream& stream, fmt::string_view text, fmt::format_args args)
+void write(std::ostream& stream, fmt::string_view text, fmt::format_args args)
 {
-    writeUnformatted(stream, fmt::vformat(text, args)).put('\n').flush();
+    writeUnformatted(stream, fmt::vformat(text, args)).flush();
 }
 
-void errorAsIs(std::string_view text)
+void errorUnflushed(std::string_view text)
 {
     writeUnformatted(std::cerr, text);
 }

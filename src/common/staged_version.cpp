@@ -26,7 +26,7 @@ bool recordStagedVersion(sdbusplus::bus::bus& bus, const char* property,
     }
     catch (const RemoteError& failure)
     {
-        log::error("Error in fwinfo method call for ({}, {}: {}", path,
+        log::error("Error in fwinfo method call for ({}, {}: {}\n", path,
                    interface, failure.what());
         return false;
     }

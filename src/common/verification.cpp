@@ -18,17 +18,17 @@ int verifyBySecurityManager(sdbusplus::bus::bus& bus, const char* member,
         newCall(bus, {securityMgrService.c_str(), securityMgrPath.c_str(),
                       securityMgrInterface.c_str(), member});
     call.append(imagePath);
-    log::progress("verify image: {}", imagePath);
+    log::progress("verify image: {}\n", imagePath);
 
     try
     {
         const auto authentic = callFor<bool>(bus, call);
-        log::progress("{}", authentic ? "Verify OK" : "Verify false");
+        log::progress("{}\n", authentic ? "Verify OK" : "Verify false");
         return authentic ? 0 : -EPERM;
     }
     catch (const RemoteError& failure)
     {
-        log::error("Error in security method call for ({}, {}: {}",
+        log::error("Error in security method call for ({}, {}: {}\n",
                    securityMgrPath, securityMgrInterface, failure.what());
         return -EIO;
     }

@@ -9,7 +9,7 @@ namespace wexa::core
 
 CpldComponentMap FWManagerInternal::getAvailableCpldCompsInfo()
 {
-    log::progress("[getAvailableCpldCompsInfo]");
+    log::progress("[getAvailableCpldCompsInfo]\n");
 
     auto call = newBoundDevicesCall(bus);
     CpldComponentMap components;
@@ -18,7 +18,7 @@ CpldComponentMap FWManagerInternal::getAvailableCpldCompsInfo()
         for (auto& [name, record] : callFor<CpldDeviceMap>(bus, call))
         {
             auto& [path, driver, properties] = record;
-            log::progress("Add component {}, dev {}, drv {}", name, path,
+            log::progress("Add component {}, dev {}, drv {}\n", name, path,
                           driver);
             components[name] = {getCPLDVersionString(path),
                                 std::move(properties)};
@@ -27,7 +27,8 @@ CpldComponentMap FWManagerInternal::getAvailableCpldCompsInfo()
     }
     catch (const std::exception& failure)
     {
-        log::error("ERROR !! Failed to prepare CPLD info: {}", failure.what());
+        log::error("ERROR !! Failed to prepare CPLD info: {}\n",
+                   failure.what());
         return {};
     }
 }

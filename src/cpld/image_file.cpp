@@ -29,7 +29,7 @@ PropertyMap FWManagerInternal::getCPLDImageFileInfo(std::string componentName,
 {
     if (!fs::exists(imagePath))
     {
-        log::error("ERROR !! File {} does NOT exists", imagePath);
+        log::error("ERROR !! File {} does NOT exists\n", imagePath);
         return {};
     }
     if (fs::is_directory(imagePath))
@@ -45,7 +45,7 @@ PropertyMap FWManagerInternal::getCPLDImageFileInfo(std::string componentName,
     }
     catch (const RemoteError& failure)
     {
-        log::error("ERROR !! Failed to prepare CPLD info: ({}, {}, {}): {}",
+        log::error("ERROR !! Failed to prepare CPLD info: ({}, {}, {}): {}\n",
                    cpldUpdateMgrService, cpldUpdateMgrPath,
                    cpldUpdateMgrInterface, failure.what());
         return {};
@@ -73,7 +73,7 @@ PropertyMap FWManagerInternal::getCPLDImageFileInfo(std::string componentName,
     catch (const std::exception& failure)
     {
         log::error("ERROR !! Failed to prepare CPLD image file info: ({}, {}, "
-                   "{}, image file: {}): {}",
+                   "{}, image file: {}): {}\n",
                    cpldUpdateMgrService, path, interface, imagePath,
                    failure.what());
         return {};
@@ -87,19 +87,19 @@ FWManagerInternal::getCPLDImageFileVersionString(std::string componentName,
     const auto info = getCPLDImageFileInfo(componentName, imagePath);
     if (info.empty())
     {
-        log::error("Failed to get cpld image file info");
+        log::error("Failed to get cpld image file info\n");
         return {};
     }
     const auto found = info.find("versionString");
     if (found == info.end())
     {
-        log::error("Failed to get cpld image version string");
+        log::error("Failed to get cpld image version string\n");
         return {};
     }
     auto version = std::get<std::string>(found->second);
     if (version.empty())
     {
-        log::error("Version string is empty");
+        log::error("Version string is empty\n");
         return {};
     }
     return version;

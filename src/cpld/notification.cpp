@@ -15,7 +15,7 @@ std::string FWManagerInternal::getCpldNotifiedRulesPattern()
 int FWManagerInternal::onCPLDNotifiedSignal(std::string)
 {
     log::progress("int wexa::core::FWManagerInternal::onCPLDNotifiedSignal("
-                  "std::string)");
+                  "std::string)\n");
     return 0;
 }
 

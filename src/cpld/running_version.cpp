@@ -13,7 +13,7 @@ FWManagerInternal::getCPLDVersionString(std::string deviceObjectPath)
 {
     if (deviceObjectPath.empty())
     {
-        log::error("ERROR !! device objpath is empty");
+        log::error("ERROR !! device objpath is empty\n");
         return {};
     }
 
@@ -26,7 +26,7 @@ FWManagerInternal::getCPLDVersionString(std::string deviceObjectPath)
     }
     catch (const RemoteError& failure)
     {
-        log::error("Error in method call for ({}, {}, {}: {})",
+        log::error("Error in method call for ({}, {}, {}: {})\n",
                    cpldUpdateMgrService, deviceObjectPath, cpldDeviceInterface,
                    failure.what());
         return {};

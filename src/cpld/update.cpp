@@ -14,9 +14,9 @@ int FWManagerInternal::UpdateCPLD(std::string imagePath, VersionPurpose,
                                   std::string componentName)
 {
     log::progress("int wexa::core::FWManagerInternal::UpdateCPLD(std::string, "
-                  "wexa::core::VersionPurpose, std::string)");
-    log::progress("flashWrite cpld-rot2 start.");
-    log::progress("compoment: {}, image_path: {}", componentName, imagePath);
+                  "wexa::core::VersionPurpose, std::string)\n");
+    log::progress("flashWrite cpld-rot2 start.\n");
+    log::progress("compoment: {}, image_path: {}\n", componentName, imagePath);
 
     auto call = newStartUnitCall(bus);
     serviceFile =
@@ -28,12 +28,12 @@ int FWManagerInternal::UpdateCPLD(std::string imagePath, VersionPurpose,
     {
         // A real systemd answers with a job's path, which fails this read.
         const auto accepted = callFor<bool>(bus, call);
-        log::progress("{}", accepted ? "Verify OK" : "Verify false");
+        log::progress("{}\n", accepted ? "Verify OK" : "Verify false");
         return accepted ? 0 : -EPERM;
     }
     catch (const RemoteError& failure)
     {
-        log::error("Error in trying to upgrade {}: {}", "cpld_rot2",
+        log::error("Error in trying to upgrade {}: {}\n", "cpld_rot2",
                    failure.what());
         return -EIO;
     }

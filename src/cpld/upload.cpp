@@ -13,14 +13,15 @@ UploadResult FWManagerInternal::processUploadCpldImage(
         "std::map<std::__cxx11::basic_string<char>, "
         "std::__cxx11::basic_string<char> > "
         "wexa::core::FWManagerInternal::processUploadCpldImage(std::string, "
-        "wexa::core::FWManagerInternal::UPLOAD_IMG_TYPE, std::string)");
+        "wexa::core::FWManagerInternal::UPLOAD_IMG_TYPE, std::string)\n");
 
     const auto version =
         getCPLDImageFileVersionString(componentName, imagePath);
     if (version.empty())
     {
-        log::error("Error !! Failed to get version string from image file: {}",
-                   imagePath);
+        log::error(
+            "Error !! Failed to get version string from image file: {}\n",
+            imagePath);
         return {};
     }
 
@@ -28,7 +29,7 @@ UploadResult FWManagerInternal::processUploadCpldImage(
     constexpr auto cpld = static_cast<VersionPurpose>(7);
     if (VerifyCPLD(imagePath, cpld, componentName) != 0)
     {
-        log::error("Error !! VerifyCPLD failed. comp: {}, image: {}",
+        log::error("Error !! VerifyCPLD failed. comp: {}, image: {}\n",
                    componentName, imagePath);
         return {};
     }

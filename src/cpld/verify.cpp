@@ -11,11 +11,11 @@ int FWManagerInternal::VerifyCPLD(std::string imagePath, VersionPurpose,
                                   std::string componentName)
 {
     log::progress("int wexa::core::FWManagerInternal::VerifyCPLD(std::string, "
-                  "wexa::core::VersionPurpose, std::string)");
-    log::progress("Verify {}, image: {}", componentName, imagePath);
+                  "wexa::core::VersionPurpose, std::string)\n");
+    log::progress("Verify {}, image: {}\n", componentName, imagePath);
     if (componentName.empty())
     {
-        log::error("ERROR !! Failed to obtain component name.");
+        log::error("ERROR !! Failed to obtain component name.\n");
         return -EINVAL;
     }
 
@@ -28,7 +28,7 @@ int FWManagerInternal::VerifyCPLD(std::string imagePath, VersionPurpose,
     catch (const std::exception& failure)
     {
         log::error("ERROR !! Failed to obtain avaialble CPLD devices. "
-                   "({},{},{}): {}",
+                   "({},{},{}): {}\n",
                    cpldUpdateMgrService, cpldUpdateMgrPath,
                    cpldUpdateMgrInterface, failure.what());
         return -EIO;
@@ -37,7 +37,7 @@ int FWManagerInternal::VerifyCPLD(std::string imagePath, VersionPurpose,
     const auto found = devices.find(componentName);
     if (found == devices.end())
     {
-        log::error("ERROR !! Failed to find the target CPLD device: {}",
+        log::error("ERROR !! Failed to find the target CPLD device: {}\n",
                    componentName);
         return -ENOENT;
     }
@@ -46,16 +46,16 @@ int FWManagerInternal::VerifyCPLD(std::string imagePath, VersionPurpose,
     auto call = newCall(bus, {cpldUpdateMgrService.c_str(), path.c_str(),
                               cpldDeviceInterface.c_str(), "verifyCPLD"});
     call.append(imagePath);
-    log::progress("verify image: {}", imagePath);
+    log::progress("verify image: {}\n", imagePath);
     try
     {
         const auto good = callFor<bool>(bus, call);
-        log::progress("{}", good ? "Verify OK" : "Verify failed");
+        log::progress("{}\n", good ? "Verify OK" : "Verify failed");
         return good ? 0 : -EPERM;
     }
     catch (const RemoteError& failure)
     {
-        log::error("Error in security method call for ({}, {}: {}", path,
+        log::error("Error in security method call for ({}, {}: {}\n", path,
                    cpldDeviceInterface, failure.what());
         return -EIO;
     }
