@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "platform.hpp"
 
+#include "../../tests/support/hidden.hpp"
 #include "../../tests/support/message_text.hpp"
 
-#include <dlfcn.h>
 #include <poll.h>
 #include <signal.h>
 #include <sys/socket.h>
@@ -130,20 +130,13 @@ void Platform::serve() const
 
 } // namespace fuzz
 
-/** The one of the library below, which that of the same name hides. */
-template <typename Function>
-static Function* hidden(const char* name)
-{
-    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
-}
-
 /** Waits on after a signal: the engine looks at the time every few seconds,
  *  which would make the call fail that happens to wait.
  */
 extern "C" int ppoll(pollfd* descriptors, nfds_t count, const timespec* timeout,
                      const sigset_t* mask)
 {
-    static auto* const original = hidden<decltype(ppoll)>("ppoll");
+    static auto* const original = test::hidden<decltype(ppoll)>("ppoll");
     int ready = -1;
     do
     {
@@ -157,7 +150,8 @@ extern "C" int sd_bus_call(sd_bus* bus, sd_bus_message* message,
                            std::uint64_t timeout, sd_bus_error* error,
                            sd_bus_message** reply)
 {
-    static auto* const original = hidden<decltype(sd_bus_call)>("sd_bus_call");
+    static auto* const original =
+        test::hidden<decltype(sd_bus_call)>("sd_bus_call");
     const auto found = fuzz::Platform::answers.find(fuzz::keyOf(message));
     const auto isSilent =
         found != fuzz::Platform::answers.end() && found->second.isSilent;

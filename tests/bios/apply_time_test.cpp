@@ -24,8 +24,8 @@ class ApplyTime : public UploadBios
     /** What an upload does up to the apply time. */
     std::vector<std::string> eventsBefore(const std::string& image) const
     {
-        return {uploadSignature,
-                verifyCapsuleSignature,
+        return {uploadSignature("processUploadBiosImage"),
+                signature("VerifyCapsule"),
                 out("verify image: " + image),
                 "call: verifyCapsule",
                 out("Verify OK"),

@@ -8,6 +8,7 @@
 #include "../support/scripted_core_library.hpp"
 #include "../support/security_manager.hpp"
 #include "../support/settings.hpp"
+#include "../support/signatures.hpp"
 
 namespace test
 {
@@ -78,17 +79,5 @@ class UploadBios : public LibraryTest
     Images images;
     ScriptedCoreLibrary core;
 };
-
-inline const auto uploadSignature =
-    out("std::map<std::__cxx11::basic_string<char>, "
-        "std::__cxx11::basic_string<char> > wexa::core::FWManagerInternal::"
-        "processUploadBiosImage(std::string, "
-        "wexa::core::FWManagerInternal::UPLOAD_IMG_TYPE, std::string)");
-inline const auto verifyBiosSignature =
-    out("int wexa::core::FWManagerInternal::VerifyBIOS(std::string, "
-        "wexa::core::VersionPurpose, std::string)");
-inline const auto verifyCapsuleSignature =
-    out("int wexa::core::FWManagerInternal::VerifyCapsule(std::string, "
-        "wexa::core::VersionPurpose, std::string)");
 
 } // namespace test

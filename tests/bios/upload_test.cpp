@@ -26,7 +26,8 @@ TEST_F(UploadBiosTest, TakesAnImageThroughEveryStepInItsOrder)
                                            Pair("version", "1.4b")));
 
     EXPECT_THAT(events(),
-                ElementsAre(uploadSignature, "call: Get", verifyBiosSignature,
+                ElementsAre(uploadSignature("processUploadBiosImage"),
+                            "call: Get", signature("VerifyBIOS"),
                             out("verify image: " + image), "call: verifyBios",
                             out("Verify OK"), "call: Set", "call: Get"));
     EXPECT_THAT(
@@ -54,7 +55,8 @@ TEST_F(UploadBiosTest, TakesACapsuleOfEachKindWithoutABoardCheck)
                                                Pair("version", "1.7")));
 
         EXPECT_THAT(events(),
-                    ElementsAre(uploadSignature, verifyCapsuleSignature,
+                    ElementsAre(uploadSignature("processUploadBiosImage"),
+                                signature("VerifyCapsule"),
                                 out("verify image: " + image),
                                 "call: verifyCapsule", out("Verify OK"),
                                 "call: Set", "call: Get"));
@@ -150,7 +152,7 @@ TEST_F(UploadBiosTest, TellsAnUnreadableImageWithoutAskingAnyone)
         EXPECT_THAT(
             events(),
             ElementsAre(
-                uploadSignature,
+                uploadSignature("processUploadBiosImage"),
                 errNotFlushed("Unable to read version from bios image\n")));
         EXPECT_THAT(sent(), IsEmpty());
     }
@@ -166,7 +168,7 @@ TEST_F(UploadBiosTest, TellsAnUnreadableCapsuleWithoutAskingAnyone)
     EXPECT_THAT(
         events(),
         ElementsAre(
-            uploadSignature,
+            uploadSignature("processUploadBiosImage"),
             errNotFlushed("Unable to read version from capsule image\n")));
     EXPECT_THAT(sent(), IsEmpty());
 }
@@ -178,7 +180,8 @@ TEST_F(UploadBiosTest, VerifiesNothingThatIsForAnotherBoard)
 
     EXPECT_THAT(upload(bios("1")), IsEmpty());
 
-    EXPECT_THAT(events(), ElementsAre(uploadSignature, "call: Get",
+    EXPECT_THAT(events(), ElementsAre(uploadSignature("processUploadBiosImage"),
+                                      "call: Get",
                                       errNotFlushed("boardID is mismatch\n")));
     EXPECT_THAT(sent(), ElementsAre(host::call()));
 }
@@ -190,9 +193,10 @@ TEST_F(UploadBiosTest, VerifiesNothingWhereTheHostIsAbsent)
 
     EXPECT_THAT(upload(bios("1")), IsEmpty());
 
-    EXPECT_THAT(events(), ElementsAre(uploadSignature,
-                                      err("boardID is mismatch: sd_bus_call: " +
-                                          bus.says().absence(host::service))));
+    EXPECT_THAT(events(),
+                ElementsAre(uploadSignature("processUploadBiosImage"),
+                            err("boardID is mismatch: sd_bus_call: " +
+                                bus.program().serviceUnknown(host::service))));
     EXPECT_THAT(sent(), ElementsAre(host::call()));
 }
 
@@ -205,9 +209,9 @@ TEST_F(UploadBiosTest, RecordsNothingThatIsNotAuthentic)
     EXPECT_THAT(upload(image), IsEmpty());
     EXPECT_THAT(
         events(),
-        ElementsAre(uploadSignature, "call: Get", verifyBiosSignature,
-                    out("verify image: " + image), "call: verifyBios",
-                    out("Verify false"),
+        ElementsAre(uploadSignature("processUploadBiosImage"), "call: Get",
+                    signature("VerifyBIOS"), out("verify image: " + image),
+                    "call: verifyBios", out("Verify false"),
                     err("Error !! VerifyBIOS failed. image: " + image)));
     EXPECT_THAT(sent(), ElementsAre(host::call(), security_manager::call(
                                                       "verifyBios", image)));
@@ -216,9 +220,9 @@ TEST_F(UploadBiosTest, RecordsNothingThatIsNotAuthentic)
     EXPECT_THAT(upload(image), IsEmpty());
     EXPECT_THAT(
         events(),
-        ElementsAre(uploadSignature, verifyCapsuleSignature,
-                    out("verify image: " + image), "call: verifyCapsule",
-                    out("Verify false"),
+        ElementsAre(uploadSignature("processUploadBiosImage"),
+                    signature("VerifyCapsule"), out("verify image: " + image),
+                    "call: verifyCapsule", out("Verify false"),
                     err("Error !! VerifyCapsule failed. image: " + image)));
     EXPECT_THAT(sent(),
                 ElementsAre(security_manager::call("verifyCapsule", image)));
@@ -229,22 +233,25 @@ TEST_F(UploadBiosTest, RecordsNothingWhereTheSecurityManagerIsAbsent)
     everyoneAgrees();
     services.erase(security_manager::service);
     const auto failure = security_manager::failure(
-        "sd_bus_call: " + bus.says().absence(security_manager::service));
+        "sd_bus_call: " +
+        bus.program().serviceUnknown(security_manager::service));
 
     auto image = bios("1");
     EXPECT_THAT(upload(image), IsEmpty());
     EXPECT_THAT(
         events(),
-        ElementsAre(uploadSignature, "call: Get", verifyBiosSignature,
-                    out("verify image: " + image), failure,
+        ElementsAre(uploadSignature("processUploadBiosImage"), "call: Get",
+                    signature("VerifyBIOS"), out("verify image: " + image),
+                    failure,
                     err("Error !! VerifyBIOS failed. image: " + image)));
 
     image = capsule("1");
     EXPECT_THAT(upload(image), IsEmpty());
     EXPECT_THAT(
         events(),
-        ElementsAre(uploadSignature, verifyCapsuleSignature,
-                    out("verify image: " + image), failure,
+        ElementsAre(uploadSignature("processUploadBiosImage"),
+                    signature("VerifyCapsule"), out("verify image: " + image),
+                    failure,
                     err("Error !! VerifyCapsule failed. image: " + image)));
 }
 

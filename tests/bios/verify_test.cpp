@@ -39,10 +39,10 @@ INSTANTIATE_TEST_SUITE_P(
     Kinds, VerifyBios,
     testing::Values(Verification{"Image",
                                  &wexa::core::FWManagerInternal::VerifyBIOS,
-                                 "verifyBios", verifyBiosSignature},
+                                 "verifyBios", signature("VerifyBIOS")},
                     Verification{"Capsule",
                                  &wexa::core::FWManagerInternal::VerifyCapsule,
-                                 "verifyCapsule", verifyCapsuleSignature}),
+                                 "verifyCapsule", signature("VerifyCapsule")}),
     [](const auto& row) { return row.param.name; });
 
 TEST_P(VerifyBios, AcceptsWhatTheSecurityManagerCallsAuthentic)

@@ -3,6 +3,7 @@
 #include "../support/images.hpp"
 #include "../support/library_test.hpp"
 #include "../support/security_manager.hpp"
+#include "../support/signatures.hpp"
 
 // processUploadBmcImage: the version is read, the image verified, the version
 // recorded; each step only after the one before it has succeeded.
@@ -15,15 +16,6 @@ using wexa::core::FWManagerInternal;
 
 namespace
 {
-
-const auto signature =
-    out("std::map<std::__cxx11::basic_string<char>, "
-        "std::__cxx11::basic_string<char> > wexa::core::FWManagerInternal::"
-        "processUploadBmcImage(std::string, "
-        "wexa::core::FWManagerInternal::UPLOAD_IMG_TYPE, std::string)");
-const auto verifySignature =
-    out("int wexa::core::FWManagerInternal::VerifyBMC(std::string, "
-        "wexa::core::VersionPurpose, std::string)");
 
 class UploadBmc : public LibraryTest
 {
@@ -61,7 +53,8 @@ TEST_F(UploadBmc, ReadsVerifiesAndRecordsAnImage)
                                            Pair("version", "2.14.0-rc1")));
 
     EXPECT_THAT(events(),
-                ElementsAre(signature, verifySignature,
+                ElementsAre(uploadSignature("processUploadBmcImage"),
+                            signature("VerifyBMC"),
                             out("verify image: " + image), "call: verifyBmc",
                             out("Verify OK"), "call: Set"));
     EXPECT_THAT(sent(), ElementsAre(security_manager::call("verifyBmc", image),
@@ -143,7 +136,7 @@ TEST_P(UploadBmcRefuses, WithoutAskingAnyone)
 
     EXPECT_THAT(
         events(),
-        ElementsAre(signature,
+        ElementsAre(uploadSignature("processUploadBmcImage"),
                     errNotFlushed("Unable to read version from image\n")));
     EXPECT_THAT(sent(), IsEmpty());
 }
@@ -184,7 +177,8 @@ TEST_F(UploadBmc, RecordsNothingOfAnImageThatIsNotAuthentic)
     EXPECT_THAT(upload(image), IsEmpty());
 
     EXPECT_THAT(events(),
-                ElementsAre(signature, verifySignature,
+                ElementsAre(uploadSignature("processUploadBmcImage"),
+                            signature("VerifyBMC"),
                             out("verify image: " + image), "call: verifyBmc",
                             out("Verify false"),
                             err("Error !! VerifyBMC failed. image: " + image)));
@@ -199,13 +193,14 @@ TEST_F(UploadBmc, RecordsNothingWhereTheSecurityManagerIsAbsent)
 
     EXPECT_THAT(upload(image), IsEmpty());
 
-    EXPECT_THAT(events(),
-                ElementsAre(signature, verifySignature,
-                            out("verify image: " + image),
-                            security_manager::failure(
-                                "sd_bus_call: " +
-                                bus.says().absence(security_manager::service)),
-                            err("Error !! VerifyBMC failed. image: " + image)));
+    EXPECT_THAT(
+        events(),
+        ElementsAre(uploadSignature("processUploadBmcImage"),
+                    signature("VerifyBMC"), out("verify image: " + image),
+                    security_manager::failure("sd_bus_call: " +
+                                              bus.program().serviceUnknown(
+                                                  security_manager::service)),
+                    err("Error !! VerifyBMC failed. image: " + image)));
     EXPECT_THAT(sent(),
                 ElementsAre(security_manager::call("verifyBmc", image)));
 }
@@ -222,7 +217,8 @@ TEST_F(UploadBmc, EndsWhereNoCallCanBeCreated)
               }),
               creationFailure);
 
-    EXPECT_THAT(events(), ElementsAre(signature, verifySignature));
+    EXPECT_THAT(events(), ElementsAre(uploadSignature("processUploadBmcImage"),
+                                      signature("VerifyBMC")));
 }
 
 } // namespace

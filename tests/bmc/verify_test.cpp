@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "../support/library_test.hpp"
 #include "../support/security_manager.hpp"
+#include "../support/signatures.hpp"
 
 #include <stdexcept>
 
@@ -14,10 +15,6 @@ using wexa::core::VersionPurpose;
 
 namespace
 {
-
-const auto signature =
-    out("int wexa::core::FWManagerInternal::VerifyBMC(std::string, "
-        "wexa::core::VersionPurpose, std::string)");
 
 class VerifyBmc : public LibraryTest
 {
@@ -41,7 +38,7 @@ TEST_F(VerifyBmc, AcceptsAnImageThatTheSecurityManagerCallsAuthentic)
     EXPECT_EQ(verify("/tmp/images/7f3e/image-bmc"), 0);
 
     EXPECT_THAT(events(),
-                ElementsAre(signature,
+                ElementsAre(signature("VerifyBMC"),
                             out("verify image: /tmp/images/7f3e/image-bmc"),
                             "call: verifyBmc", out("Verify OK")));
     EXPECT_THAT(sent(), ElementsAre(security_manager::call(
@@ -54,9 +51,9 @@ TEST_F(VerifyBmc, RefusesAnImageThatTheSecurityManagerDoesNotAccept)
 
     EXPECT_EQ(verify("/tmp/image"), -1);
 
-    EXPECT_THAT(events(),
-                ElementsAre(signature, out("verify image: /tmp/image"),
-                            "call: verifyBmc", out("Verify false")));
+    EXPECT_THAT(events(), ElementsAre(signature("VerifyBMC"),
+                                      out("verify image: /tmp/image"),
+                                      "call: verifyBmc", out("Verify false")));
     EXPECT_THAT(sent(),
                 ElementsAre(security_manager::call("verifyBmc", "/tmp/image")));
 }
@@ -67,8 +64,9 @@ TEST_F(VerifyBmc, SendsAnEmptyPathAsItIs)
 
     EXPECT_EQ(verify(""), 0);
 
-    EXPECT_THAT(events(), ElementsAre(signature, out("verify image: "),
-                                      "call: verifyBmc", out("Verify OK")));
+    EXPECT_THAT(events(),
+                ElementsAre(signature("VerifyBMC"), out("verify image: "),
+                            "call: verifyBmc", out("Verify OK")));
     EXPECT_THAT(sent(), ElementsAre(security_manager::call("verifyBmc", "")));
 }
 
@@ -78,9 +76,9 @@ TEST_F(VerifyBmc, SendsAPathWithBracesAsItIs)
 
     EXPECT_EQ(verify("/tmp/{}/%s {0}"), 0);
 
-    EXPECT_THAT(events(),
-                ElementsAre(signature, out("verify image: /tmp/{}/%s {0}"),
-                            "call: verifyBmc", out("Verify OK")));
+    EXPECT_THAT(events(), ElementsAre(signature("VerifyBMC"),
+                                      out("verify image: /tmp/{}/%s {0}"),
+                                      "call: verifyBmc", out("Verify OK")));
 }
 
 TEST_F(VerifyBmc, IgnoresItsThirdArgument)
@@ -90,9 +88,9 @@ TEST_F(VerifyBmc, IgnoresItsThirdArgument)
     for (const auto* extra : {"", "MB_CPLD", "/tmp/other", "\xff"})
     {
         EXPECT_EQ(verify("/tmp/image", extra), 0);
-        EXPECT_THAT(events(),
-                    ElementsAre(signature, out("verify image: /tmp/image"),
-                                "call: verifyBmc", out("Verify OK")));
+        EXPECT_THAT(events(), ElementsAre(signature("VerifyBMC"),
+                                          out("verify image: /tmp/image"),
+                                          "call: verifyBmc", out("Verify OK")));
         EXPECT_THAT(sent(), ElementsAre(security_manager::call("verifyBmc",
                                                                "/tmp/image")));
     }
@@ -128,7 +126,7 @@ TEST_P(VerifyBmcRefuses, AnyOtherPurposeWithoutAskingAnyone)
 
     EXPECT_THAT(
         events(),
-        ElementsAre(signature,
+        ElementsAre(signature("VerifyBMC"),
                     out("Unsupport image type: "
                         "xyz.openbmc_project.Software.Version.VersionPurpose." +
                         GetParam().name + " !!")));
@@ -154,7 +152,7 @@ TEST_F(VerifyBmc, LetsTheConversionOfAnUnheardOfPurposeFail)
                                         "");
                   }),
                   std::to_string(number));
-        EXPECT_THAT(events(), ElementsAre(signature));
+        EXPECT_THAT(events(), ElementsAre(signature("VerifyBMC")));
         EXPECT_THAT(sent(), IsEmpty());
     }
 }

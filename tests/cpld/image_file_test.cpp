@@ -11,7 +11,6 @@ using namespace test;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Pair;
-using testing::StartsWith;
 using wexa::core::PropertyMap;
 using wexa::core::PropertyValue;
 
@@ -96,43 +95,6 @@ TEST_F(ImageFile, IsSentUnchangedWhateverItsName)
     const auto path = file("x_image_cpld_signed.bin");
     EXPECT_THAT(info(path), IsEmpty());
     expectAskedAbout(path);
-}
-
-TEST_F(ImageFile, ThatDoesNotExistIsNotAskedFor)
-{
-    deviceTells({});
-    std::filesystem::create_symlink("nowhere", directory.file("dangling"));
-    for (const auto& path : {directory.file("missing"), std::string(),
-                             file() + "/below", directory.file("dangling")})
-    {
-        EXPECT_THAT(info(path), IsEmpty());
-        EXPECT_THAT(events(), ElementsAre(missing(path)));
-        EXPECT_THAT(sent(), IsEmpty());
-    }
-}
-
-TEST_F(ImageFile, ThatCannotBeExaminedEndsTheOperation)
-{
-    deviceTells({});
-    std::filesystem::create_symlink("loop", directory.file("loop"));
-    for (const auto& path :
-         {directory.file("loop"), '/' + std::string(4096, 'x')})
-    {
-        EXPECT_THAT(
-            thrownText<std::filesystem::filesystem_error>([&] { info(path); }),
-            StartsWith("filesystem error: "));
-        EXPECT_THAT(events(), IsEmpty());
-        EXPECT_THAT(sent(), IsEmpty());
-    }
-}
-
-TEST_F(ImageFile, ThroughALinkIsSentByTheLinksName)
-{
-    deviceTells({});
-    const auto link = directory.file("link");
-    std::filesystem::create_symlink(file(), link);
-    info(link);
-    expectAskedAbout(link);
 }
 
 TEST_F(ImageFile, IsTheSignedOneOfADirectory)

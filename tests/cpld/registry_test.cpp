@@ -80,63 +80,6 @@ TEST_F(Registry, KeepsEveryListedTypeAsItsOwnAlternative)
     EXPECT_EQ(properties.at("u").index(), 2U);
 }
 
-struct Unlisted
-{
-    std::string name;
-    Properties append;
-};
-
-class UnlistedType :
-    public Registry,
-    public testing::WithParamInterface<Unlisted>
-{};
-
-TEST_P(UnlistedType, BecomesTheDefaultValueAndTheNextIsRead)
-{
-    EXPECT_THAT(readProperties({text("before", "1"), GetParam().append,
-                                text("next", "2")}),
-                ElementsAre(Pair("before", value(std::string("1"))),
-                            Pair("next", value(std::string("2"))),
-                            Pair("odd", PropertyValue())));
-    EXPECT_EQ(PropertyValue(), value(std::int32_t{0}));
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Registry, UnlistedType,
-    testing::Values(Unlisted{"Double", property("odd", "d", 1.5)},
-                    Unlisted{"Byte", property("odd", "y", 7)},
-                    Unlisted{"Int16", property("odd", "n", 7)},
-                    Unlisted{"Uint16", property("odd", "q", 7)},
-                    Unlisted{"ObjectPath", property("odd", "o", "/path")},
-                    Unlisted{"Signature", property("odd", "g", "s")},
-                    Unlisted{"Array",
-                             [](sd_bus_message* message) {
-                                 sd_bus_message_append(message, "{sv}", "odd",
-                                                       "as", 2, "a", "b");
-                             }},
-                    Unlisted{"EmptyArray",
-                             [](sd_bus_message* message) {
-                                 sd_bus_message_append(message, "{sv}", "odd",
-                                                       "as", 0);
-                             }},
-                    Unlisted{"Structure",
-                             [](sd_bus_message* message) {
-                                 sd_bus_message_append(message, "{sv}", "odd",
-                                                       "(su)", "a", 1);
-                             }},
-                    Unlisted{"DictionaryOfVariants",
-                             [](sd_bus_message* message) {
-                                 sd_bus_message_append(message, "{sv}", "odd",
-                                                       "a{sv}", 1, "k", "s",
-                                                       "v");
-                             }},
-                    Unlisted{"VariantInAVariant",
-                             [](sd_bus_message* message) {
-                                 sd_bus_message_append(message, "{sv}", "odd",
-                                                       "v", "s", "inner");
-                             }}),
-    [](const auto& row) { return row.param.name; });
-
 TEST_F(Registry, KeepsTheFirstOfPropertiesWithTheSameName)
 {
     EXPECT_THAT(readProperties({text("a", "first"), text("b", "only"),

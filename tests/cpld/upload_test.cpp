@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "../support/signatures.hpp"
 #include "cpld_test.hpp"
 
 // processUploadCpldImage: the version is read, then the image verified.
@@ -38,21 +39,12 @@ class UploadCpld : public CpldTest
     static std::vector<std::string> untilVerdict(const std::string& path);
 };
 
-const auto signature =
-    out("std::map<std::__cxx11::basic_string<char>, "
-        "std::__cxx11::basic_string<char> > wexa::core::FWManagerInternal::"
-        "processUploadCpldImage(std::string, "
-        "wexa::core::FWManagerInternal::UPLOAD_IMG_TYPE, std::string)");
-const auto verifySignature =
-    out("int wexa::core::FWManagerInternal::VerifyCPLD(std::string, "
-        "wexa::core::VersionPurpose, std::string)");
-
 std::vector<std::string> UploadCpld::untilVerdict(const std::string& path)
 {
-    return {signature,
+    return {uploadSignature("processUploadCpldImage"),
             "call: bindedDevices",
             "call: readImageFileInfo",
-            verifySignature,
+            signature("VerifyCPLD"),
             out("Verify MB_CPLD, image: " + path),
             "call: bindedDevices",
             out("verify image: " + path),
@@ -109,8 +101,8 @@ TEST_F(UploadCpld, VerifiesNothingWithoutAVersion)
     EXPECT_THAT(upload(path), IsEmpty());
 
     EXPECT_THAT(events(),
-                ElementsAre(signature, "call: bindedDevices",
-                            "call: readImageFileInfo",
+                ElementsAre(uploadSignature("processUploadCpldImage"),
+                            "call: bindedDevices", "call: readImageFileInfo",
                             err("Version string is empty"),
                             err("Error !! Failed to get version string from "
                                 "image file: " +
@@ -125,7 +117,7 @@ TEST_F(UploadCpld, AsksNobodyForAMissingFile)
     EXPECT_THAT(upload(path), IsEmpty());
 
     EXPECT_THAT(events(),
-                ElementsAre(signature,
+                ElementsAre(uploadSignature("processUploadCpldImage"),
                             err("ERROR !! File " + path + " does NOT exists"),
                             err("Failed to get cpld image file info"),
                             err("Error !! Failed to get version string from "
@@ -174,7 +166,9 @@ TEST_F(UploadCpld, EndsWhereTheComponentIsNotBound)
                       [&] { upload(file(), component); }),
                   "sd_bus_message_new_method_call: "
                   "org.freedesktop.DBus.Error.InvalidArgs: Invalid argument");
-        EXPECT_THAT(events(), ElementsAre(signature, "call: bindedDevices"));
+        EXPECT_THAT(events(),
+                    ElementsAre(uploadSignature("processUploadCpldImage"),
+                                "call: bindedDevices"));
     }
 }
 
@@ -189,8 +183,9 @@ TEST_F(UploadCpld, RefusesAComponentWithoutANameEvenIfItIsBound)
 
     EXPECT_THAT(
         events(),
-        ElementsAre(signature, "call: bindedDevices", "call: readImageFileInfo",
-                    verifySignature, out("Verify , image: " + path),
+        ElementsAre(uploadSignature("processUploadCpldImage"),
+                    "call: bindedDevices", "call: readImageFileInfo",
+                    signature("VerifyCPLD"), out("Verify , image: " + path),
                     err("ERROR !! Failed to obtain component name."),
                     err("Error !! VerifyCPLD failed. comp: , image: " + path)));
 }

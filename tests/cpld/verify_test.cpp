@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "../support/signatures.hpp"
 #include "cpld_test.hpp"
 
 // VerifyCPLD: the device is looked up, then judges the image itself.
@@ -32,9 +33,6 @@ class VerifyCpld : public CpldTest
     }
 };
 
-const auto signature =
-    out("int wexa::core::FWManagerInternal::VerifyCPLD(std::string, "
-        "wexa::core::VersionPurpose, std::string)");
 const auto image = out("verify image: /tmp/image");
 
 TEST_F(VerifyCpld, AcceptsWhatTheDeviceAccepts)
@@ -43,9 +41,9 @@ TEST_F(VerifyCpld, AcceptsWhatTheDeviceAccepts)
 
     EXPECT_EQ(verify(), 0);
 
-    EXPECT_THAT(events(),
-                ElementsAre(signature, asked(), "call: bindedDevices", image,
-                            "call: verifyCPLD", out("Verify OK")));
+    EXPECT_THAT(events(), ElementsAre(signature("VerifyCPLD"), asked(),
+                                      "call: bindedDevices", image,
+                                      "call: verifyCPLD", out("Verify OK")));
     EXPECT_THAT(sent(), ElementsAre(cpld_manager::registryCall(),
                                     cpld_manager::call(mb, "verifyCPLD",
                                                        "/tmp/image")));
@@ -58,8 +56,9 @@ TEST_F(VerifyCpld, RefusesWhatTheDeviceRefuses)
     EXPECT_EQ(verify(), -1);
 
     EXPECT_THAT(events(),
-                ElementsAre(signature, asked(), "call: bindedDevices", image,
-                            "call: verifyCPLD", out("Verify failed")));
+                ElementsAre(signature("VerifyCPLD"), asked(),
+                            "call: bindedDevices", image, "call: verifyCPLD",
+                            out("Verify failed")));
 }
 
 TEST_F(VerifyCpld, AsksNobodyWithoutAComponent)
@@ -69,7 +68,7 @@ TEST_F(VerifyCpld, AsksNobodyWithoutAComponent)
     EXPECT_EQ(verify(""), -22);
 
     EXPECT_THAT(events(),
-                ElementsAre(signature, asked(""),
+                ElementsAre(signature("VerifyCPLD"), asked(""),
                             err("ERROR !! Failed to obtain component name.")));
     EXPECT_THAT(sent(), IsEmpty());
 }
@@ -81,7 +80,7 @@ TEST_F(VerifyCpld, FindsTheComponentByItsExactName)
     {
         EXPECT_EQ(verify(component), -2);
         EXPECT_THAT(events(),
-                    ElementsAre(signature, asked(component),
+                    ElementsAre(signature("VerifyCPLD"), asked(component),
                                 "call: bindedDevices",
                                 err("ERROR !! Failed to find the target CPLD "
                                     "device: " +
@@ -110,8 +109,8 @@ TEST_F(VerifyCpld, EndsWhereTheDevicesPathIsEmptyOrMalformed)
             thrownText<sdbusplus::exception::SdBusError>([this] { verify(); }),
             "sd_bus_message_new_method_call: "
             "org.freedesktop.DBus.Error.InvalidArgs: Invalid argument");
-        EXPECT_THAT(events(),
-                    ElementsAre(signature, asked(), "call: bindedDevices"));
+        EXPECT_THAT(events(), ElementsAre(signature("VerifyCPLD"), asked(),
+                                          "call: bindedDevices"));
     }
 }
 

@@ -63,7 +63,7 @@ std::set<std::string> explained(const std::string& heading)
 TEST(LogLines, ThatAreErrorsAreAllExplainedAndNoOthers)
 {
     auto errors = logged("error");
-    errors.merge(logged("errorAsIs"));
+    errors.merge(logged("errorUnflushed"));
     std::set<std::string> expected;
     for (const auto& error : errors)
     {

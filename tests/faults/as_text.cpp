@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "call_site.hpp"
+#include "as_text.hpp"
 
 #include <fmt/format.h>
 

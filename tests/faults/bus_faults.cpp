@@ -1,28 +1,30 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "happenings.hpp"
+#include "injections.hpp"
 
 namespace test
 {
 
-static std::string absence(const Platform& platform, const CallSite& site)
+static std::string serviceUnknown(const Platform& platform,
+                                  const CallSite& site)
 {
-    return "sd_bus_call: " + platform.theBus().says().absence(site.service);
+    return "sd_bus_call: " +
+           platform.theBus().program().serviceUnknown(site.service);
 }
 
 std::vector<Fault> busFaults()
 {
     return {
         {.name = "WhereTheServiceIsAbsent",
-         .concerns = everyone,
-         .happen = beforeTheCall([](Platform& platform, const CallSite& site) {
+         .concerns = everySite,
+         .inject = beforeTheCall([](Platform& platform, const CallSite& site) {
              platform.withdraw(site.service);
          }),
          .ending = &CallSite::failure,
-         .failure = absence,
+         .failure = serviceUnknown,
          .reach = Reach::bus},
         {.name = "WhereTheBusRefusesIt",
-         .concerns = everyone,
-         .happen =
+         .concerns = everySite,
+         .inject =
              [](Platform& platform, const CallSite& site) {
                  platform.startHealthy(site);
                  platform.refuseToSend(site);
@@ -31,8 +33,8 @@ std::vector<Fault> busFaults()
          .failure = callFailed(refusedByTheBus),
          .reach = Reach::bus},
         {.name = "WhereTheBusDiesBefore",
-         .concerns = everyone,
-         .happen = beforeTheCall([](Platform& platform, const CallSite&) {
+         .concerns = everySite,
+         .inject = beforeTheCall([](Platform& platform, const CallSite&) {
              platform.theBus().kill();
          }),
          .ending = &CallSite::failure,
@@ -41,8 +43,8 @@ std::vector<Fault> busFaults()
          .reach = Reach::notSent,
          .connectionSurvives = false},
         {.name = "WhereTheBusDiesMeanwhile",
-         .concerns = everyone,
-         .happen =
+         .concerns = everySite,
+         .inject =
              [](Platform& platform, const CallSite& site) {
                  platform.startAnswering(
                      site, [&](sd_bus_message*) { platform.theBus().kill(); });
@@ -52,8 +54,8 @@ std::vector<Fault> busFaults()
                                "Connection reset by peer"),
          .connectionSurvives = false},
         {.name = "WhereTheConnectionIsClosed",
-         .concerns = everyone,
-         .happen = beforeTheCall([](Platform& platform, const CallSite&) {
+         .concerns = everySite,
+         .inject = beforeTheCall([](Platform& platform, const CallSite&) {
              platform.disconnect();
          }),
          .ending = &CallSite::failure,
@@ -62,8 +64,8 @@ std::vector<Fault> busFaults()
          .reach = Reach::notSent,
          .connectionSurvives = false},
         {.name = "WhereItCannotBeCreated",
-         .concerns = everyone,
-         .happen =
+         .concerns = everySite,
+         .inject =
              [](Platform& platform, const CallSite& site) {
                  platform.startHealthy(site);
                  platform.refuseToCreate(site);

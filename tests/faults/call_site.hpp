@@ -97,24 +97,7 @@ std::vector<CallSite> cpldSites();
 /** One of them; it must be there. */
 const CallSite& siteNamed(const std::string& name);
 
-/** The image files that the operations above are given, once they are made. */
-void makeImages();
-const std::string& bmcImage();
-const std::string& biosImage();
-const std::string& capsuleImage();
-constexpr auto cpldImage = "/dev/null";
-
 /** The device of the one CPLD that is bound, MB. */
 constexpr auto cpldDevice = "/xyz/openbmc_project/cpld_update_mgr/mb";
-
-/** Results as text: a map as "{key: value, ...}", a property by the number of
- *  its alternative and its value.
- */
-std::string asText(int result);
-std::string asText(bool result);
-std::string asText(const std::string& result);
-std::string asText(const wexa::core::UploadResult& result);
-std::string asText(const wexa::core::PropertyMap& result);
-std::string asText(const wexa::core::CpldComponentMap& result);
 
 } // namespace test

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "../support/firmware_information.hpp"
+#include "../support/host.hpp"
 #include "../support/scripted_core_library.hpp"
 #include "platform.hpp"
 #include "site_words.hpp"
 
-#include <algorithm>
 #include <climits>
 
 // What the core library's routines may do wrong, on a healthy platform: only
@@ -16,6 +16,15 @@ using namespace test;
 namespace
 {
 
+/** What happens, and what is sent. */
+struct Course
+{
+    Events events;
+    Events sent{};
+};
+
+using CourseAt = std::function<Course(const CallSite&)>;
+
 struct Misbehaviour
 {
     std::string name;
@@ -24,7 +33,7 @@ struct Misbehaviour
     std::string site;
     std::function<void(ScriptedCoreLibrary&)> script;
     std::string result;
-    std::function<Events(const CallSite&)> events;
+    CourseAt course;
 };
 
 void PrintTo(const Misbehaviour& row, std::ostream* stream)
@@ -54,64 +63,73 @@ TEST_P(CoreLibraryFault, Ends)
 
     EXPECT_EQ(run(site), row.result);
 
-    EXPECT_EQ(events(), row.events(site));
+    const auto expected = row.course(site);
+    EXPECT_EQ(events(), expected.events);
+    EXPECT_EQ(sent(), expected.sent);
+    EXPECT_TRUE(isConnected());
 }
 
-Events signatureOnly(const CallSite& site)
+Course signatureOnly(const CallSite& site)
 {
-    return {site.before.front()};
+    return {{site.before.front()}};
 }
 
 /** The board was asked for before. */
-Events signatureAndHost(const CallSite& site)
+Course signatureAndHost(const CallSite& site)
 {
-    return {site.before.front(), "call: Get"};
+    return {{site.before.front(), "call: Get"}, {host::call()}};
 }
 
-Events wrongBoard(const CallSite& site)
+Course wrongBoard(const CallSite& site)
 {
-    return signatureAndHost(site) +
-           Events{errNotFlushed("boardID is mismatch\n")};
+    auto course = signatureAndHost(site);
+    course.events.push_back(errNotFlushed("boardID is mismatch\n"));
+    return course;
 }
 
-std::function<Events(const CallSite&)> unreadable(const std::string& what)
+CourseAt unreadable(const std::string& what)
 {
     return [what](const CallSite& site) {
-        return signatureOnly(site) +
-               Events{
-                   errNotFlushed("Unable to read version from " + what + "\n")};
+        auto course = signatureOnly(site);
+        course.events.push_back(
+            errNotFlushed("Unable to read version from " + what + "\n"));
+        return course;
     };
 }
 
-Events accepted(const CallSite& site)
+/** The image is accepted, and this recorded as its version. */
+CourseAt recorded(const std::string& version)
 {
-    return site.before + Events{"call: Set"} + site.success.events;
+    return [version](const CallSite& site) -> Course {
+        return {site.before + Events{"call: Set"} + site.success.events,
+                site.sentBefore +
+                    Events{firmware_information::call(site.property, version)} +
+                    site.success.sent};
+    };
 }
 
-Events unsendable(const CallSite& site)
+Course unsendable(const CallSite& site)
 {
-    return site.before +
-           Events{firmware_information::failure(
-               "sd_bus_call: org.freedesktop.DBus.Error.InconsistentMessage: "
-               "Bad message")};
+    return {site.before + Events{firmware_information::failure(
+                              "sd_bus_call: org.freedesktop.DBus.Error."
+                              "InconsistentMessage: Bad message")},
+            site.sentBefore};
 }
 
 Misbehaviour throwing(const std::string& name, const std::string& site,
-                      const std::string& routine,
-                      std::function<Events(const CallSite&)> events)
+                      const std::string& routine, CourseAt course)
 {
     return {name, site,
             [=](ScriptedCoreLibrary& core) { core.throwing = routine; },
-            "another exception: from the core library", std::move(events)};
+            "another exception: from the core library", std::move(course)};
 }
 
 Misbehaviour bmcVersion(const std::string& name, const std::string& version,
-                        const std::string& result,
-                        std::function<Events(const CallSite&)> events)
+                        const std::string& result, CourseAt course)
 {
     return {name, "UploadBmcRecordingTheVersion",
             [=](ScriptedCoreLibrary& core) { core.bmcVersion = version; },
-            result, std::move(events)};
+            result, std::move(course)};
 }
 
 Misbehaviour versionResult(const std::string& name, const std::string& site,
@@ -124,15 +142,14 @@ Misbehaviour versionResult(const std::string& name, const std::string& site,
 
 Misbehaviour texts(const std::string& name, const std::string& site,
                    const std::string& version, const std::string& date,
-                   const std::string& result,
-                   std::function<Events(const CallSite&)> events)
+                   const std::string& result, CourseAt course)
 {
     return {name, site,
             [=](ScriptedCoreLibrary& core) {
                 core.version = version;
                 core.date = date;
             },
-            result, std::move(events)};
+            result, std::move(course)};
 }
 
 Misbehaviour board(const std::string& name, int board)
@@ -159,7 +176,6 @@ const std::string bios = "UploadBiosRecordingTheVersion";
 const std::string capsule = "UploadCapsuleRecordingTheVersion";
 const std::string full(64, 'v');
 const std::string zeroInside("1\0002", 3);
-const std::string mebibyte(std::size_t{1} << 20, 'v');
 
 // The buffers are zeroed before: one zero clears what the real routine wrote.
 const std::string nothing(64, '\0');
@@ -171,9 +187,9 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(
         bmcVersion("BmcVersionThatCannotBeRead", "", "{}", unreadable("image")),
         bmcVersion("BmcVersionThatIsVeryLong", mebibyte, bmcResult(mebibyte),
-                   accepted),
+                   recorded(mebibyte)),
         bmcVersion("BmcVersionWithAZeroByteInside", zeroInside,
-                   bmcResult(zeroInside), accepted),
+                   bmcResult(zeroInside), recorded("1")),
         bmcVersion("BmcVersionThatIsNotUtf8", "1.\xff", "{}", unsendable),
         throwing("BmcVersionThatThrows", bmc,
                  "get_bmc_version_string_from_image", signatureOnly),
@@ -182,11 +198,11 @@ INSTANTIATE_TEST_SUITE_P(
         versionResult("BiosVersionWithANegativeResult", bios, "bios image",
                       INT_MIN),
         texts("BiosVersionWithoutAnEnd", bios, full, "d" + nothing,
-              withVersion(full), accepted),
+              withVersion(full), recorded("BIOS Date: d Ver " + full)),
         texts("BiosDateWithoutAnEnd", bios, "1.0" + nothing, full,
-              withVersion("1.0"), accepted),
+              withVersion("1.0"), recorded("BIOS Date: " + full + " Ver 1.0")),
         texts("BiosTextsThatAreEmpty", bios, nothing, nothing, withVersion(""),
-              accepted),
+              recorded("BIOS Date:  Ver ")),
         texts("BiosVersionThatIsNotUtf8", bios, versionNotUtf8, "d" + nothing,
               "{}", unsendable),
         texts("BiosDateThatIsNotUtf8", bios, "1.0" + nothing, dateNotUtf8, "{}",
@@ -206,9 +222,9 @@ INSTANTIATE_TEST_SUITE_P(
         versionResult("CapsuleVersionWithANegativeResult", capsule,
                       "capsule image", -1),
         texts("CapsuleVersionWithoutAnEnd", capsule, full, "",
-              withVersion(full), accepted),
+              withVersion(full), recorded(full)),
         texts("CapsuleVersionThatIsEmpty", capsule, nothing, "",
-              withVersion(""), accepted),
+              withVersion(""), recorded("")),
         texts("CapsuleVersionThatIsNotUtf8", capsule, versionNotUtf8, "", "{}",
               unsendable),
         throwing("CapsuleKindThatThrows", capsule,

@@ -29,7 +29,7 @@ struct Fault
     /** Whether a call site can meet it. */
     std::function<bool(const CallSite&)> concerns;
 
-    std::function<void(Platform&, const CallSite&)> happen;
+    std::function<void(Platform&, const CallSite&)> inject;
 
     /** Which of the site's endings follows. */
     Ending CallSite::*ending;

@@ -3,22 +3,22 @@
 #include "../support/private_bus.hpp"
 #include "../support/simulation.hpp"
 #include "../support/transcript.hpp"
+#include "flash_units.hpp"
+#include "site_words.hpp"
 
 #include <wexa/core/fwmanager_internal.hpp>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
-#include <map>
 
 // What a real systemd says of flash units of all sorts, and what the library
 // makes of it, for each kind of firmware and through each handler. That a job
 // is done does not mean that something was flashed.
 
 using namespace test;
-using wexa::core::FWManagerInternal;
-using wexa::core::VersionPurpose;
 
 namespace
 {
@@ -30,8 +30,11 @@ struct Kind
     std::string name;
     std::string unitTemplate;
     std::string words;
-    int (*update)(FWManagerInternal&, const std::string& imagePath,
+    int (*update)(Manager&, const std::string& imagePath,
                   const std::string& component);
+
+    Events (*announcement)(const std::string& imagePath,
+                           const std::string& unit);
 
     /** The line that reports a failure: "{}" stands for its text. */
     std::string failure;
@@ -44,9 +47,13 @@ const Kind bmc{
     "Bmc",
     "obmc-flash-bmc-rot2@",
     R"(bmc_rot2\x20update\x20)",
-    [](FWManagerInternal& manager, const std::string& path,
-       const std::string&) {
+    [](Manager& manager, const std::string& path, const std::string&) {
         return manager.UpdateBMC(path, VersionPurpose::BMC, "");
+    },
+    [](const std::string& path, const std::string& unit) {
+        return Events{out("flashWrite bmc-rot2 start."),
+                      out("image_path: " + path),
+                      out("bmcServiceFile: " + unit)};
     },
     "Error in trying to upgrade bmc-rot2: {}",
 };
@@ -54,9 +61,11 @@ const Kind bios{
     "Bios",
     "obmc-flash-host-bios@",
     R"(bios_rot2\x20update\x20)",
-    [](FWManagerInternal& manager, const std::string& path,
-       const std::string&) {
+    [](Manager& manager, const std::string& path, const std::string&) {
         return manager.UpdateBIOS(path, VersionPurpose::Host, "");
+    },
+    [](const std::string& path, const std::string&) {
+        return Events{out("flashWriteBios: " + path)};
     },
     "Error in trying to upgrade Host Bios: {}",
 };
@@ -64,43 +73,17 @@ const Kind cpld{
     "Cpld",
     "obmc-flash-bmc-rot2@",
     R"(cpld_rot2\x20update\x20)",
-    [](FWManagerInternal& manager, const std::string& path,
+    [](Manager& manager, const std::string& path,
        const std::string& component) {
         return manager.UpdateCPLD(path, VersionPurpose::Host, component);
     },
+    [](const std::string& path, const std::string&) {
+        return Events{signature("UpdateCPLD"),
+                      out("flashWrite cpld-rot2 start."),
+                      out("compoment: MB, image_path: " + path)};
+    },
     "Error in trying to upgrade cpld_rot2: {}",
     true,
-};
-
-/** What happens to a flash after it was started. */
-enum class Meanwhile
-{
-    nothing,
-    stop,
-    startAgain,
-    reload,
-};
-
-struct Flash
-{
-    std::string name;
-
-    /** The unit's text: "{flash}" stands for a command that flashes. Empty:
-     *  there is no such unit.
-     */
-    std::string unit;
-
-    /** systemd's words for the jobs that end, in order. */
-    std::vector<std::string> results;
-    bool flashes = false;
-    Meanwhile meanwhile = Meanwhile::nothing;
-
-    /** What systemd says of a start that it refuses: "{}" stands for the name
-     *  of the unit.
-     */
-    std::string refusal{};
-    std::string imagePath = "/tmp/image";
-    bool isMasked = false;
 };
 
 struct Row
@@ -114,30 +97,6 @@ void PrintTo(const Row& row, std::ostream* stream)
     *stream << row.kind.name << ' ' << row.flash.name;
 }
 
-std::string filled(std::string text, const std::string& place,
-                   const std::string& with)
-{
-    if (const auto at = text.find(place); at != std::string::npos)
-    {
-        text.replace(at, place.size(), with);
-    }
-    return text;
-}
-
-/** A unit's text; a desk's systemd has none of the targets that units depend
- *  on by default.
- */
-std::string unitText(const std::string& unit, const std::string& service)
-{
-    return "[Unit]\nDefaultDependencies=no\n" + unit + "\n[Service]\n" +
-           service + '\n';
-}
-
-std::string oneshot(const std::string& service, const std::string& unit = "")
-{
-    return unitText(unit, "Type=oneshot\n" + service);
-}
-
 class FlashUnderSystemd : public testing::TestWithParam<Row>
 {
   protected:
@@ -149,7 +108,7 @@ class FlashUnderSystemd : public testing::TestWithParam<Row>
 
     static void TearDownTestSuite()
     {
-        board->end();
+        EXPECT_EQ(board->end().status, 128 + SIGTERM);
         board.reset();
     }
 
@@ -171,6 +130,7 @@ class FlashUnderSystemd : public testing::TestWithParam<Row>
         board->call({"org.freedesktop.systemd1", "/org/freedesktop/systemd1",
                      systemd, "ResetFailed"});
         fs::remove(flashed);
+        fs::remove(gate);
         if (flash.isMasked)
         {
             fs::remove(unitFile(unit()));
@@ -201,8 +161,7 @@ class FlashUnderSystemd : public testing::TestWithParam<Row>
         }
         else
         {
-            board->replaceUnit(
-                file, filled(flash.unit, "{flash}", "/bin/touch " + flashed));
+            board->replaceUnit(file, filled(flash.unit, flashed));
         }
         if (flash.isMasked)
         {
@@ -231,9 +190,9 @@ class FlashUnderSystemd : public testing::TestWithParam<Row>
             return;
         }
         events();
-        for (const auto handler : {&FWManagerInternal::onBMCStateChange,
-                                   &FWManagerInternal::onBIOSStateChange,
-                                   &FWManagerInternal::onCPLDStateChange})
+        for (const auto handler :
+             {&Manager::onBMCStateChange, &Manager::onBIOSStateChange,
+              &Manager::onCPLDStateChange})
         {
             check(sd_bus_message_rewind(signal, 1), "sd_bus_message_rewind");
             EXPECT_EQ((manager.*handler)(message), result == "done" ? 1 : 2);
@@ -248,20 +207,12 @@ class FlashUnderSystemd : public testing::TestWithParam<Row>
     /** Waits for the ends of `count` jobs, and a moment for more. */
     void awaitEnds(std::size_t count)
     {
-        constexpr std::uint64_t patience = 20'000'000;
+        processUntil(raw.get(), [&] { return results.size() >= count; });
         constexpr std::uint64_t moment = 50'000;
-        for (;;)
-        {
-            const auto worked =
-                check(sd_bus_process(raw.get(), nullptr), "sd_bus_process");
-            const auto isEnough = results.size() >= count;
-            if (worked == 0 &&
-                check(sd_bus_wait(raw.get(), isEnough ? moment : patience),
-                      "sd_bus_wait") == 0)
-            {
-                return;
-            }
-        }
+        while (check(sd_bus_process(raw.get(), nullptr), "sd_bus_process") >
+                   0 ||
+               check(sd_bus_wait(raw.get(), moment), "sd_bus_wait") > 0)
+        {}
     }
 
     std::vector<std::string> events()
@@ -293,9 +244,17 @@ class FlashUnderSystemd : public testing::TestWithParam<Row>
         return kind.update(manager, flash.imagePath, "MB");
     }
 
-    std::string failureLine(const std::string& text) const
+    /** The failure that a launch logs; empty where it starts a job. */
+    std::string expectedFailure() const
     {
-        return err(filled(kind.failure, "{}", text));
+        if (!flash.refusal.empty())
+        {
+            return "sd_bus_call: " + filled(flash.refusal, unit());
+        }
+        return kind.failsWithAJob ? "sd_bus_message_read_basic bool: "
+                                    "System.Error.ENXIO: No such device or "
+                                    "address"
+                                  : "";
     }
 
     static constexpr auto systemd = "org.freedesktop.systemd1.Manager";
@@ -304,10 +263,11 @@ class FlashUnderSystemd : public testing::TestWithParam<Row>
     const Kind& kind = GetParam().kind;
     const Flash& flash = GetParam().flash;
     const std::string flashed = board->directory() + "/flashed";
+    const std::string gate = flashed + ".now";
     Transcript transcript;
-    Connection raw = connectTo("unix:path=" + board->directory() + "/run/bus");
+    Connection raw = connectTo(board->busAddress());
     sdbusplus::bus::bus connection{raw.get()};
-    FWManagerInternal manager{connection};
+    Manager manager{connection};
     std::vector<std::string> results;
 };
 
@@ -315,108 +275,20 @@ std::unique_ptr<Simulation> FlashUnderSystemd::board;
 
 TEST_P(FlashUnderSystemd, EndsAsSystemdSays)
 {
-    const auto result = launch();
+    const auto failure = expectedFailure();
+    EXPECT_EQ(launch(), failure.empty() ? 0 : -5);
+    auto expected = kind.announcement(flash.imagePath, unit());
+    if (!failure.empty())
+    {
+        expected.push_back(err(filled(kind.failure, failure)));
+    }
+    EXPECT_EQ(events(), expected);
 
-    if (!flash.refusal.empty())
-    {
-        EXPECT_EQ(result, -5);
-        EXPECT_EQ(
-            events().back(),
-            failureLine("sd_bus_call: " + filled(flash.refusal, "{}", unit())));
-    }
-    else if (kind.failsWithAJob)
-    {
-        EXPECT_EQ(result, -5);
-        EXPECT_EQ(events().back(),
-                  failureLine("sd_bus_message_read_basic bool: "
-                              "System.Error.ENXIO: No such device or "
-                              "address"));
-    }
-    else
-    {
-        EXPECT_EQ(result, 0);
-    }
     disturb();
+    writeBytes(gate, "");
     awaitEnds(flash.results.size());
     EXPECT_EQ(results, flash.results);
     EXPECT_EQ(fs::exists(flashed), flash.flashes);
-}
-
-std::vector<Flash> flashes()
-{
-    const std::string flash = "ExecStart={flash}";
-    const std::string slowly = "ExecStart=/bin/sleep 0.3\nExecStart={flash}";
-    const std::string notValid = "org.freedesktop.DBus.Error.InvalidArgs: "
-                                 "Unit name {} is not valid.";
-    return {
-        {"ThatSucceeds", oneshot(flash), {"done"}, true},
-        {"ThatFails", oneshot("ExecStart=/bin/false\n" + flash), {"failed"}},
-        {"ThatIsKilled",
-         oneshot("ExecStart=/bin/sh -c 'kill -KILL $$$$'\n" + flash),
-         {"failed"}},
-        {"ThatIsNotInTime",
-         oneshot("TimeoutStartSec=200ms\nExecStart=/bin/sleep 60\n" + flash),
-         {"failed"}},
-        {"OfAMissingProgram", oneshot("ExecStart=/nowhere"), {"failed"}},
-        {"WhoseConditionIsFalse",
-         oneshot(flash, "ConditionPathExists=/nowhere"),
-         {"done"}},
-        {"WhoseExecConditionIsFalse",
-         oneshot("ExecCondition=/bin/false\n" + flash),
-         {"done"}},
-        {"OfASimpleServiceWithoutItsProgram",
-         unitText("", "Type=simple\nExecStart=/nowhere"),
-         {"done"}},
-        {"WhoseFailureIsIgnored", oneshot("ExecStart=-/bin/false"), {"done"}},
-        {"WhoseAssertionIsFalse",
-         oneshot(flash, "AssertPathExists=/nowhere"),
-         {"assert"}},
-        {"WhoseRequirementFails",
-         oneshot(flash, "Requires=broken.service\nAfter=broken.service"),
-         {"dependency"}},
-        {"ThatIsStopped",
-         oneshot("ExecStart=/bin/sleep 60\n" + flash),
-         {"canceled", "done"},
-         false,
-         Meanwhile::stop},
-        {"ThatIsStartedAgain",
-         oneshot(slowly),
-         {"done"},
-         true,
-         Meanwhile::startAgain},
-        {"DuringAReload", oneshot(slowly), {"done"}, true, Meanwhile::reload},
-        {.name = "WithoutATemplate",
-         .unit = "",
-         .results = {},
-         .refusal = "org.freedesktop.systemd1.NoSuchUnit: Unit {} not found."},
-        {.name = "ThatIsMasked",
-         .unit = oneshot(flash),
-         .results = {},
-         .refusal = "org.freedesktop.systemd1.UnitMasked: Unit {} is masked.",
-         .isMasked = true},
-        {.name = "OfAPathWithABlank",
-         .unit = oneshot(flash),
-         .results = {},
-         .refusal = notValid,
-         .imagePath = "/tmp/an image"},
-        {.name = "OfAPathOfOtherLetters",
-         .unit = oneshot(flash),
-         .results = {},
-         .refusal = notValid,
-         .imagePath = "/tmp/\xc3\xa4"},
-        {.name = "OfALongPath",
-         .unit = oneshot(flash),
-         .results = {},
-         .refusal = notValid,
-         .imagePath = "/tmp/" + std::string(250, 'x')},
-        {.name = "OfAPathThatIsNotUtf8",
-         .unit = oneshot(flash),
-         .results = {},
-         .refusal = "org.freedesktop.DBus.Error.InvalidArgs: Invalid "
-                    "arguments 's' to call org.freedesktop.systemd1.Manager."
-                    "StartUnit(), expecting 'ss'.",
-         .imagePath = "/tmp/\xff"},
-    };
 }
 
 std::vector<Row> rows()

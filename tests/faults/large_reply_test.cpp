@@ -11,7 +11,6 @@ namespace
 {
 
 constexpr auto many = 10'000;
-const std::string mebibyte(std::size_t{1} << 20, 'x');
 
 /** Components MB, with a property of a mebibyte, and MB0 to MB9999, whose
  *  devices have no path to be asked at.

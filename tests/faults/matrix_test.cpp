@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "fault.hpp"
-
-#include <algorithm>
+#include "site_words.hpp"
 
 // Every remote call of the library meets every fault that a bus and its
 // services can show. A row names the operation and the fault; it holds the
@@ -41,20 +40,13 @@ std::vector<Row> rows(const std::vector<Fault>& faults)
     return all;
 }
 
-using Events = std::vector<std::string>;
-
-void append(Events& events, const Events& more)
-{
-    events.insert(events.end(), more.begin(), more.end());
-}
-
 /** What happens up to the answer, as far as the call gets. */
 Events eventsUpTo(const CallSite& site, Reach reach)
 {
     auto expected = site.before;
     if (reach != Reach::notCreated)
     {
-        append(expected, site.announcement);
+        expected = expected + site.announcement;
     }
     if (reach == Reach::service)
     {
@@ -73,19 +65,6 @@ Events sentUpTo(const CallSite& site, Reach reach)
     return expected;
 }
 
-/** An ending's events, with the failure's text in place. */
-Events filled(Events events, const std::string& failure)
-{
-    for (auto& event : events)
-    {
-        if (const auto at = event.find("{}"); at != std::string::npos)
-        {
-            event.replace(at, 2, failure);
-        }
-    }
-    return events;
-}
-
 class RemoteCall : public Platform, public testing::WithParamInterface<Row>
 {
   protected:
@@ -100,15 +79,11 @@ class RemoteCall : public Platform, public testing::WithParamInterface<Row>
     void expectEnding(const Ending& ending, Reach reach,
                       const std::string& failure)
     {
-        auto expected = eventsUpTo(site, reach);
-        append(expected, filled(ending.events, failure));
-        EXPECT_EQ(heard(), expected);
-
-        auto expectedSent = sentUpTo(site, reach);
-        append(expectedSent, ending.sent);
+        EXPECT_EQ(heard(),
+                  eventsUpTo(site, reach) + filled(ending.events, failure));
         if (theBus().isRunning())
         {
-            EXPECT_EQ(sent(), expectedSent);
+            EXPECT_EQ(sent(), sentUpTo(site, reach) + ending.sent);
         }
         EXPECT_EQ(rememberedUnit(),
                   reach == Reach::notCreated ? "" : site.remembered);
@@ -117,10 +92,10 @@ class RemoteCall : public Platform, public testing::WithParamInterface<Row>
 
 TEST_P(RemoteCall, Ends)
 {
-    fault.happen(*this, site);
+    fault.inject(*this, site);
 
     const auto result = run(site);
-    calm();
+    endFault();
 
     const auto failure = fault.failure ? fault.failure(*this, site) : "";
     const auto ending = fault.reach == Reach::notCreated

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "../support/bytes.hpp"
 #include "../support/cpld_manager.hpp"
+#include "../support/host.hpp"
+#include "../support/security_manager.hpp"
+#include "../support/settings.hpp"
 #include "../support/temporary_directory.hpp"
 #include "platform.hpp"
 #include "site_words.hpp"
@@ -8,8 +11,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <filesystem>
+#include <variant>
 
 // What a path may be where an image is expected. A CPLD image is sent by its
 // path unless the path is missing or cannot be examined; of BMC and BIOS images
@@ -22,13 +25,11 @@ namespace
 
 namespace fs = std::filesystem;
 
-/** What becomes of a path as a CPLD image's: its end after the given path is
- *  sent, it is called missing, or this is thrown, up to the path's name.
+/** What becomes of a path as a CPLD image's: it is sent, it is called missing,
+ *  or this is thrown, up to the path's name.
  */
 struct Sent
-{
-    std::string end{};
-};
+{};
 
 struct Missing
 {};
@@ -71,17 +72,25 @@ class ImagePath : public Platform, public testing::WithParamInterface<PathRow>
                                image == cpldImage ? "image" : bytesOf(image));
     }
 
-    void expectUpload(const wexa::core::UploadResult& result,
-                      const std::string& what)
+    /** An upload ends as at a call site, but for the image's path; or nothing
+     *  is asked of any service.
+     */
+    void expectUpload(const CallSite& site,
+                      const wexa::core::UploadResult& result,
+                      const Events& calls, const std::string& what)
     {
-        EXPECT_EQ(!result.empty(), GetParam().isReadable);
-        if (!GetParam().isReadable)
+        if (GetParam().isReadable)
         {
-            EXPECT_EQ(
-                events().back(),
-                errNotFlushed("Unable to read version from " + what + "\n"));
-            EXPECT_EQ(sent(), Events{});
+            EXPECT_EQ(asText(result), site.success.result);
+            EXPECT_EQ(sent(), calls);
+            return;
         }
+        EXPECT_EQ(asText(result), "{}");
+        EXPECT_EQ(events(),
+                  (Events{site.before.front(),
+                          errNotFlushed("Unable to read version from " + what +
+                                        "\n")}));
+        EXPECT_EQ(sent(), Events{});
     }
 
     TemporaryDirectory directory;
@@ -101,13 +110,12 @@ TEST_P(ImagePath, IsTakenForACpldImageAsItIs)
         result = thrown.what();
     }
 
-    if (const auto* const asItIs = std::get_if<Sent>(&GetParam().asCpldImage))
+    if (std::holds_alternative<Sent>(GetParam().asCpldImage))
     {
         EXPECT_EQ(result, "{odd: 0 0, versionString: 4 1.2}");
-        EXPECT_EQ(sent(),
-                  (Events{cpld_manager::registryCall(),
-                          cpld_manager::call(cpldDevice, "readImageFileInfo",
-                                             path + asItIs->end)}));
+        EXPECT_EQ(sent(), (Events{cpld_manager::registryCall(),
+                                  cpld_manager::call(
+                                      cpldDevice, "readImageFileInfo", path)}));
         return;
     }
     if (const auto* const thrown = std::get_if<Thrown>(&GetParam().asCpldImage))
@@ -126,18 +134,25 @@ TEST_P(ImagePath, IsTakenForACpldImageAsItIs)
 
 TEST_P(ImagePath, IsReadAsABmcImageOrRefused)
 {
-    startHealthy(siteNamed("UploadBmcRecordingTheVersion"));
-    expectUpload(manager.processUploadBmcImage(make(bmcImage()),
-                                               Manager::UPLOAD_IMG_BMC, ""),
-                 "image");
+    const auto& site = siteNamed("UploadBmcRecordingTheVersion");
+    startHealthy(site);
+    const auto path = make(bmcImage());
+    expectUpload(
+        site, manager.processUploadBmcImage(path, Manager::UPLOAD_IMG_BMC, ""),
+        {security_manager::call("verifyBmc", path), site.call}, "image");
 }
 
 TEST_P(ImagePath, IsReadAsABiosImageOrRefused)
 {
-    startHealthy(siteNamed("UploadBiosRecordingTheVersion"));
-    expectUpload(manager.processUploadBiosImage(make(biosImage()),
-                                                Manager::UPLOAD_IMG_BIOS, ""),
-                 "bios image");
+    const auto& site = siteNamed("UploadBiosRecordingTheVersion");
+    startHealthy(site);
+    const auto path = make(biosImage());
+    expectUpload(
+        site,
+        manager.processUploadBiosImage(path, Manager::UPLOAD_IMG_BIOS, ""),
+        {host::call(), security_manager::call("verifyBios", path), site.call,
+         settings::call()},
+        "bios image");
 }
 
 std::string fileIn(const TemporaryDirectory& directory,
@@ -230,26 +245,37 @@ INSTANTIATE_TEST_SUITE_P(
             Sent{}}),
     [](const auto& row) { return row.param.name; });
 
-TEST_F(Platform, FindsTheSignedImageAmongAHundredThousandFiles)
+class CrowdedDirectory : public Platform
 {
-    // Where making files is fast.
-    const TemporaryDirectory crowd("/dev/shm");
+  protected:
+    /** Where making files is fast. */
+    TemporaryDirectory directory{"/dev/shm"};
+};
+
+TEST_F(CrowdedDirectory, IsSearchedForTheSignedImageAmongAHundredThousandFiles)
+{
     for (int number = 0; number < 100'000; ++number)
     {
-        const auto entry = crowd.file("entry" + std::to_string(number));
+        const auto entry = directory.file("entry" + std::to_string(number));
         check(mknod(entry.c_str(), S_IFREG | 0600, 0) < 0 ? -errno : 0,
               "mknod");
     }
-    const auto image = crowd.file("image_cpld_signed.bin");
+    const auto image = directory.file("image_cpld_signed.bin");
     writeBytes(image, "image");
-    startHealthy(siteNamed("DescribeCpldImageAskingTheDevice"));
+    const auto& site = siteNamed("DescribeCpldImageAskingTheDevice");
+    startHealthy(site);
 
-    manager.getCPLDImageFileInfo("MB", crowd.path());
+    EXPECT_EQ(asText(manager.getCPLDImageFileInfo("MB", directory.path())),
+              site.success.result);
 
-    EXPECT_EQ(sent().back(),
-              cpld_manager::call(cpldDevice, "readImageFileInfo", image));
+    EXPECT_EQ(sent(), (Events{cpld_manager::registryCall(),
+                              cpld_manager::call(cpldDevice,
+                                                 "readImageFileInfo", image)}));
 }
 
+/** The image is gone before it is asked about; the library does not look at it
+ *  any more.
+ */
 class RemovedImage : public Platform
 {
   protected:
@@ -258,40 +284,41 @@ class RemovedImage : public Platform
         makeImages();
     }
 
-    /** The image is gone before a member is called; who asks does not look
-     *  at it any more.
-     */
-    void expectSuccess(const std::string& name, const std::string& member)
-    {
-        const auto& site = siteNamed(name);
-        startHealthy(site);
-        const auto path = fileIn(directory, bytesOf(bmcImage()));
-        const BeforeCall disturbance{member, [&] { fs::remove(path); }};
-        if (member == "bindedDevices")
-        {
-            EXPECT_EQ(asText(manager.getCPLDImageFileInfo("MB", path)),
-                      site.success.result);
-        }
-        else
-        {
-            EXPECT_EQ(asText(manager.processUploadBmcImage(
-                          path, Manager::UPLOAD_IMG_BMC, "")),
-                      site.success.result);
-        }
-        EXPECT_FALSE(fs::exists(path));
-    }
-
-    TemporaryDirectory directory;
+    const TemporaryDirectory directory;
+    const std::string path = directory.file("image");
+    const std::function<void()> remove = [this] { fs::remove(path); };
 };
 
 TEST_F(RemovedImage, IsStillAskedAboutByItsPath)
 {
-    expectSuccess("DescribeCpldImageAskingForTheDevices", "bindedDevices");
+    const auto& site = siteNamed("DescribeCpldImageAskingTheDevice");
+    startHealthy(site);
+    writeBytes(path, "image");
+    const BeforeCall disturbance{"bindedDevices", remove};
+
+    EXPECT_EQ(asText(manager.getCPLDImageFileInfo("MB", path)),
+              site.success.result);
+
+    EXPECT_FALSE(fs::exists(path));
+    EXPECT_EQ(sent(), (Events{cpld_manager::registryCall(),
+                              cpld_manager::call(cpldDevice,
+                                                 "readImageFileInfo", path)}));
 }
 
 TEST_F(RemovedImage, IsStillVerifiedAndRecordedByItsPath)
 {
-    expectSuccess("UploadBmcRecordingTheVersion", "verifyBmc");
+    const auto& site = siteNamed("UploadBmcRecordingTheVersion");
+    startHealthy(site);
+    writeBytes(path, bytesOf(bmcImage()));
+    const BeforeCall disturbance{"verifyBmc", remove};
+
+    EXPECT_EQ(asText(manager.processUploadBmcImage(
+                  path, Manager::UPLOAD_IMG_BMC, "")),
+              site.success.result);
+
+    EXPECT_FALSE(fs::exists(path));
+    EXPECT_EQ(sent(),
+              (Events{security_manager::call("verifyBmc", path), site.call}));
 }
 
 } // namespace

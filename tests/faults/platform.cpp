@@ -72,7 +72,7 @@ std::vector<std::string> Platform::heard()
     }
     for (auto& event : all)
     {
-        const auto refusal = bus.says().refusalIn(event);
+        const auto refusal = bus.program().accessDeniedIn(event);
         if (!refusal.empty())
         {
             event.replace(
@@ -149,8 +149,10 @@ std::string Platform::run(const CallSite& site)
     return result;
 }
 
-void Platform::calm()
+void Platform::endFault()
 {
+    // Else the next call could meet the last of them.
+    signal(SIGUSR1, SIG_IGN);
     ended.set_value();
     disturbance.reset();
     refusal.reset();

@@ -47,9 +47,10 @@ class Platform : public LibraryTest
     }
 
     /** The call of `site` is not waited for longer than a moment. */
-    void hurry(const CallSite& site)
+    void shortenTimeout(const CallSite& site)
     {
-        beforeCall(site, [this] { setTimeout(std::chrono::milliseconds(50)); });
+        beforeCall(site,
+                   [this] { setTimeout(std::chrono::milliseconds(300)); });
     }
 
     /** sd-bus does not create the call of `site`. */
@@ -76,8 +77,8 @@ class Platform : public LibraryTest
      */
     void refuseToSend(const CallSite& site);
 
-    /** Disturbs calls no more. */
-    void calm();
+    /** From now on the platform does what it is told to, and at once. */
+    void endFault();
 
     /** Both streams and the calls that services got. */
     std::vector<std::string> heard();

@@ -1,13 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "../support/cpld_manager.hpp"
-#include "happenings.hpp"
+#include "injections.hpp"
 
 namespace test
 {
-
-static const auto readers =
-    whoever({Reads::boolean, Reads::text, Reads::numberVariant,
-             Reads::textVariant, Reads::registry, Reads::properties});
 
 /** The step that fails to read a value of another type. */
 static std::string mismatch(const Platform&, const CallSite& site)
@@ -34,48 +30,46 @@ static Fault error(const std::string& name, const std::string& error,
                    const std::string& text)
 {
     return {.name = name,
-            .concerns = everyone,
-            .happen = answering(reply::error(error, text)),
+            .concerns = everySite,
+            .inject = answering(reply::error(error, text)),
             .ending = &CallSite::failure,
             .failure = callFailed(error + ": " + text)};
 }
 
 static Fault ignored(const std::string& name, Concerns concerns,
-                     Happening happening)
+                     Injection injection)
 {
     return {.name = name,
             .concerns = std::move(concerns),
-            .happen = std::move(happening),
+            .inject = std::move(injection),
             .ending = &CallSite::success};
 }
 
-static Fault refused(const std::string& name, Reads reads, Happening happening)
+static Fault refused(const std::string& name, Reads reads, Injection injection)
 {
     return {.name = name,
-            .concerns = whoever({reads}),
-            .happen = std::move(happening),
+            .concerns = sitesReading({reads}),
+            .inject = std::move(injection),
             .ending = &CallSite::refusal};
 }
 
 static Fault unreadable(const std::string& name, Concerns concerns,
-                        Happening happening)
+                        Injection injection)
 {
     return {.name = name,
             .concerns = std::move(concerns),
-            .happen = std::move(happening),
+            .inject = std::move(injection),
             .ending = &CallSite::failure,
             .failure = mismatch};
 }
 
-static const auto isBoolean = whoever({Reads::boolean});
-static const auto isText = whoever({Reads::text});
-static const auto isNothing = whoever({Reads::nothing});
+static const auto isBoolean = sitesReading({Reads::boolean});
+static const auto isText = sitesReading({Reads::text});
+static const auto isNothing = sitesReading({Reads::nothing});
 static const auto isVariant =
-    whoever({Reads::numberVariant, Reads::textVariant});
-static const auto isRegistry = whoever({Reads::registry});
-static const auto isMap = whoever({Reads::registry, Reads::properties});
-
-static const std::string mebibyte(std::size_t{1} << 20, 'x');
+    sitesReading({Reads::numberVariant, Reads::textVariant});
+static const auto isRegistry = sitesReading({Reads::registry});
+static const auto isMap = sitesReading({Reads::registry, Reads::properties});
 
 static Reply withTextBehind(const CallSite& site, const std::string& text)
 {
@@ -99,17 +93,17 @@ static std::vector<Fault> errors()
 
 static std::vector<Fault> otherTypes()
 {
-    const auto notBoolean = [](const std::string& what, Happening happening) {
+    const auto notBoolean = [](const std::string& what, Injection injection) {
         return unreadable("WithA" + what + "ForABoolean", isBoolean,
-                          std::move(happening));
+                          std::move(injection));
     };
-    const auto notText = [](const std::string& what, Happening happening) {
+    const auto notText = [](const std::string& what, Injection injection) {
         return unreadable("WithA" + what + "ForAText", isText,
-                          std::move(happening));
+                          std::move(injection));
     };
-    const auto notVariant = [](const std::string& what, Happening happening) {
+    const auto notVariant = [](const std::string& what, Injection injection) {
         return unreadable("WithA" + what + "ForAVariant", isVariant,
-                          std::move(happening));
+                          std::move(injection));
     };
     return {
         notBoolean("Text", answeringWith("s", "true")),
@@ -162,11 +156,11 @@ static std::vector<Fault> otherProperties()
 /** The reply is another type at one of its levels. */
 static std::vector<Fault> malformedMaps()
 {
-    const auto badMap = [](const std::string& name, Happening happening) {
-        return unreadable(name, isMap, std::move(happening));
+    const auto badMap = [](const std::string& name, Injection injection) {
+        return unreadable(name, isMap, std::move(injection));
     };
-    const auto badRegistry = [](const std::string& name, Happening happening) {
-        return unreadable(name, isRegistry, std::move(happening));
+    const auto badRegistry = [](const std::string& name, Injection injection) {
+        return unreadable(name, isRegistry, std::move(injection));
     };
     return {
         badMap("WithNothingForAMap", answering(reply::nothing())),
@@ -249,6 +243,7 @@ static std::vector<Fault> oddMaps()
         unlisted("APath", "o", "/path"),
         unlisted("ASignature", "g", "s"),
         unlisted("AList", "as", 2, "a", "b"),
+        unlisted("AnEmptyList", "as", 0),
         unlisted("AMap", "a{sv}", 1, "k", "s", "v"),
         unlisted("AStructure", "(is)", 1, "a"),
         unlisted("AVariant", "v", "s", "a"),
@@ -279,11 +274,11 @@ static std::vector<Fault> answers()
     return {
         refused("WithANo", Reads::boolean, answeringWith("b", 0)),
         refused("WithAnEmptyText", Reads::text, answeringWith("s", "")),
-        ignored("WithMoreThanExpected", everyone,
+        ignored("WithMoreThanExpected", everySite,
                 answering(Answer{[](const CallSite& site) {
                     return withTextBehind(site, "more");
                 }})),
-        ignored("WithAMebibyteMoreThanExpected", everyone,
+        ignored("WithAMebibyteMoreThanExpected", everySite,
                 answering(Answer{[](const CallSite& site) {
                     return withTextBehind(site, mebibyte);
                 }})),

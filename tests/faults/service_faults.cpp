@@ -1,29 +1,33 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "happenings.hpp"
+#include "injections.hpp"
 
 namespace test
 {
 
-static std::string desertion(const Platform& platform, const CallSite&)
+static std::string noReply(const Platform& platform, const CallSite&)
 {
-    return "sd_bus_call: " + platform.theBus().says().desertion();
+    return "sd_bus_call: " + platform.theBus().program().noReply();
 }
 
 /** sd-bus answers for properties by itself. */
 static std::string unknownMember(const Platform&, const CallSite& site)
 {
     const std::string error = "sd_bus_call: org.freedesktop.DBus.Error.";
-    return error +
-           (site.property.empty() ? "UnknownMethod: Unknown method " + site.member + " or interface " + site.interface : "UnknownProperty: Unknown interface " + site.propertyInterface + " or property " + site.property) +
-           '.';
+    if (!site.property.empty())
+    {
+        return error + "UnknownProperty: Unknown interface " +
+               site.propertyInterface + " or property " + site.property + '.';
+    }
+    return error + "UnknownMethod: Unknown method " + site.member +
+           " or interface " + site.interface + '.';
 }
 
 std::vector<Fault> serviceFaults()
 {
     return {
         {.name = "WhereTheObjectIsAbsent",
-         .concerns = everyone,
-         .happen =
+         .concerns = everySite,
+         .inject =
              [](Platform& platform, const CallSite& site) {
                  platform.startWithoutObject(site);
              },
@@ -36,35 +40,35 @@ std::vector<Fault> serviceFaults()
              },
          .reach = Reach::bus},
         {.name = "WhereTheInterfaceIsAbsent",
-         .concerns = everyone,
-         .happen = movedTo([](const CallSite& site) {
+         .concerns = everySite,
+         .inject = movedTo([](const CallSite& site) {
              return Method{site.path, "test.Other", site.member, healthy(site)};
          }),
          .ending = &CallSite::failure,
          .failure = unknownMember,
          .reach = Reach::bus},
         {.name = "WhereTheMethodIsAbsent",
-         .concerns = everyone,
-         .happen = movedTo([](const CallSite& site) {
+         .concerns = everySite,
+         .inject = movedTo([](const CallSite& site) {
              return Method{site.path, site.interface, "Other", healthy(site)};
          }),
          .ending = &CallSite::failure,
          .failure = unknownMember,
          .reach = Reach::bus},
         {.name = "WhereTheServiceDies",
-         .concerns = everyone,
-         .happen = answering(reply::hangUp()),
+         .concerns = everySite,
+         .inject = answering(reply::hangUp()),
          .ending = &CallSite::failure,
-         .failure = desertion},
+         .failure = noReply},
         {.name = "WhereTheServiceRestartsBefore",
-         .concerns = everyone,
-         .happen = beforeTheCall([](Platform& platform, const CallSite& site) {
+         .concerns = everySite,
+         .inject = beforeTheCall([](Platform& platform, const CallSite& site) {
              platform.startHealthy(site);
          }),
          .ending = &CallSite::success},
         {.name = "WhereThePollIsInterrupted",
-         .concerns = everyone,
-         .happen =
+         .concerns = everySite,
+         .inject =
              [](Platform& platform, const CallSite& site) {
                  platform.startAnswering(site,
                                          platform.interrupting(healthy(site)));
@@ -72,8 +76,8 @@ std::vector<Fault> serviceFaults()
          .ending = &CallSite::failure,
          .failure = callFailed("System.Error.EINTR: Interrupted system call")},
         {.name = "WithSignalsInFrontOfTheAnswer",
-         .concerns = everyone,
-         .happen =
+         .concerns = everySite,
+         .inject =
              [](Platform& platform, const CallSite& site) {
                  platform.startAnswering(
                      site, platform.afterSignals(1000, healthy(site)));
@@ -81,14 +85,14 @@ std::vector<Fault> serviceFaults()
          .ending = &CallSite::success,
          .signals = 1000},
         {.name = "WhereTheAnswerNeverComes",
-         .concerns = everyone,
-         .happen = inAHurry(
+         .concerns = everySite,
+         .inject = impatiently(
              [](Platform&, const CallSite&) { return reply::silence(); }),
          .ending = &CallSite::failure,
          .failure = callFailed(timeOut)},
         {.name = "WhereTheAnswerComesTooLate",
-         .concerns = everyone,
-         .happen = inAHurry([](Platform& platform, const CallSite& site) {
+         .concerns = everySite,
+         .inject = impatiently([](Platform& platform, const CallSite& site) {
              return platform.tooLate(healthy(site));
          }),
          .ending = &CallSite::failure,

@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "../support/signatures.hpp"
+#include "as_text.hpp"
 #include "call_site.hpp"
+#include "site_images.hpp"
 
 /** Words in which call sites are told. */
 namespace test
@@ -26,20 +29,27 @@ inline Events operator+(Events events, const Events& more)
     return events;
 }
 
-inline std::string signature(const std::string& operation)
+/** Longer than any buffer. */
+inline const std::string mebibyte(std::size_t{1} << 20, 'x');
+
+/** A text with another in place of its first "{}". */
+inline std::string filled(std::string text, const std::string& with)
 {
-    return out("int wexa::core::FWManagerInternal::" + operation +
-               "(std::string, wexa::core::VersionPurpose, std::string)");
+    const std::string place = "{}";
+    if (const auto at = text.find(place); at != std::string::npos)
+    {
+        text.replace(at, place.size(), with);
+    }
+    return text;
 }
 
-inline std::string uploadSignature(const std::string& operation)
+inline Events filled(Events events, const std::string& with)
 {
-    return out("std::map<std::__cxx11::basic_string<char>, "
-               "std::__cxx11::basic_string<char> > "
-               "wexa::core::FWManagerInternal::" +
-               operation +
-               "(std::string, "
-               "wexa::core::FWManagerInternal::UPLOAD_IMG_TYPE, std::string)");
+    for (auto& event : events)
+    {
+        event = filled(event, with);
+    }
+    return events;
 }
 
 } // namespace test

@@ -4,8 +4,6 @@
 #include "platform.hpp"
 #include "site_words.hpp"
 
-#include <algorithm>
-
 // A text that is not UTF-8 cannot be sent over D-Bus. As the only argument it
 // costs the connection: the library logs the failure, and no later call can be
 // made. Of two arguments the other is sent alone, which systemd refuses.
@@ -45,14 +43,11 @@ TEST_P(TextThatIsNotUtf8, CostsTheConnection)
 
     EXPECT_EQ(row.operation(manager), "-5");
 
-    auto expected = row.events;
-    const auto failure = site.failure.events.front();
-    expected.push_back(failure);
-    auto& line = expected.back();
-    line.replace(line.find("{}"), 2,
-                 "sd_bus_call: org.freedesktop.DBus.Error.Disconnected: "
-                 "Connection reset by peer");
-    EXPECT_EQ(events(), expected);
+    EXPECT_EQ(events(),
+              row.events +
+                  Events{filled(site.failure.events.front(),
+                                "sd_bus_call: org.freedesktop.DBus.Error."
+                                "Disconnected: Connection reset by peer")});
     EXPECT_FALSE(isConnected());
 }
 
@@ -118,14 +113,12 @@ TEST_P(UnitThatIsNotUtf8, IsLeftOutOfTheCallThatSystemdThenRefuses)
 
     EXPECT_EQ(row.operation(manager), "-5");
 
-    auto expected = row.events;
-    expected.push_back("call: StartUnit");
-    expected.push_back(site.failure.events.front());
-    auto& line = expected.back();
-    line.replace(line.find("{}"), 2,
-                 "sd_bus_call: org.freedesktop.DBus.Error.InvalidArgs: "
-                 "expecting 'ss'");
-    EXPECT_EQ(events(), expected);
+    EXPECT_EQ(
+        events(),
+        (row.events + Events{"call: StartUnit",
+                             filled(site.failure.events.front(),
+                                    "sd_bus_call: org.freedesktop.DBus.Error."
+                                    "InvalidArgs: expecting 'ss'")}));
     EXPECT_EQ(sent(),
               Events{"org.freedesktop.systemd1 /org/freedesktop/systemd1 "
                      "org.freedesktop.systemd1.Manager.StartUnit(s) "

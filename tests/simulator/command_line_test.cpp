@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "../support/process.hpp"
 #include "../support/temporary_directory.hpp"
+#include "bmcsim_program.hpp"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -16,13 +16,6 @@ constexpr int refused = 1;
 constexpr int wrongUsage = 2;
 constexpr int noBoard = 3;
 
-Completed bmcsim(std::vector<std::string> arguments,
-                 const std::vector<std::string>& environment = {})
-{
-    arguments.insert(arguments.begin(), fromEnvironment("WEXA_BMCSIM"));
-    return run(arguments, environment);
-}
-
 Completed refusal(int status, const std::string& line)
 {
     return {status, "", "wexa-bmcsim: " + line + "\n"};
@@ -35,20 +28,20 @@ Completed usage(const std::string& line)
 
 TEST(BmcsimCommandLine, NeedsACommand)
 {
-    EXPECT_EQ(bmcsim({}), usage("a command: run, set, state or scenarios is "
+    EXPECT_EQ(runBmcsim({}), usage("a command: run, set, state or scenarios is "
                                 "required"));
-    EXPECT_EQ(bmcsim({"stop"}),
+    EXPECT_EQ(runBmcsim({"stop"}),
               usage("The following argument was not expected: stop"));
-    EXPECT_EQ(bmcsim({"run"}), usage("COMMAND is required"));
+    EXPECT_EQ(runBmcsim({"run"}), usage("COMMAND is required"));
 }
 
 TEST(BmcsimCommandLine, RefusesUnknownOptionsAndManagers)
 {
-    EXPECT_EQ(bmcsim({"run", "--fast"}),
+    EXPECT_EQ(runBmcsim({"run", "--fast"}),
               usage("The following argument was not expected: --fast"));
-    EXPECT_EQ(bmcsim({"run", "--manager", "cron", "--", "true"}),
+    EXPECT_EQ(runBmcsim({"run", "--manager", "cron", "--", "true"}),
               usage("--manager: cron not in {systemd,builtin}"));
-    EXPECT_EQ(bmcsim({"run", "--set", "security", "--", "true"}),
+    EXPECT_EQ(runBmcsim({"run", "--set", "security", "--", "true"}),
               usage("'security' is not NAME=VALUE, such as "
                     "security=refuse"));
 }
@@ -56,31 +49,31 @@ TEST(BmcsimCommandLine, RefusesUnknownOptionsAndManagers)
 TEST(BmcsimCommandLine, SaysWhatCanBeSetFromTheStart)
 {
     EXPECT_EQ(
-        bmcsim({"run", "--set", "usb=absent", "--", "true"}),
+        runBmcsim({"run", "--set", "usb=absent", "--", "true"}),
         refusal(
             noBoard,
             "there is no 'usb' to set; there are security, security-offers, "
             "fwinfo, fwinfo-offers, host, board-id, settings, apply-time, "
             "cpld, cpld-bound, cpld-device, cpld-registry, cpld-version, "
             "manager, flash, flash-unit, flash-time, flash-timeout and bus"));
-    EXPECT_EQ(bmcsim({"run", "--set", "security=odd", "--", "true"}),
+    EXPECT_EQ(runBmcsim({"run", "--set", "security=odd", "--", "true"}),
               refusal(noBoard, "no behaviour 'odd'; there are normal, absent, "
                                "refuse, error, wrong-type, silent and slow"));
-    EXPECT_EQ(bmcsim({"run", "--manager", "builtin", "--set", "manager=slow",
+    EXPECT_EQ(runBmcsim({"run", "--manager", "builtin", "--set", "manager=slow",
                       "--", "true"}),
               refusal(noBoard, "the unit manager cannot be slow; a flash can, "
                                "with flash-time"));
-    EXPECT_EQ(bmcsim({"run", "--manager", "builtin", "--set",
+    EXPECT_EQ(runBmcsim({"run", "--manager", "builtin", "--set",
                       "flash-unit=condition", "--", "true"}),
               refusal(noBoard, "only a real systemd can be deceived by a flash "
                                "unit; run with --manager systemd"));
-    EXPECT_EQ(bmcsim({"run", "--set", "bus=slow", "--", "true"}),
+    EXPECT_EQ(runBmcsim({"run", "--set", "bus=slow", "--", "true"}),
               refusal(noBoard, "no state of the bus 'slow'; there are gone"));
 }
 
 TEST(BmcsimCommandLine, SaysThatThereIsNoSimulatedBmc)
 {
-    EXPECT_EQ(bmcsim({"set", "security", "refuse", "--dir", "/nonexistent"}),
+    EXPECT_EQ(runBmcsim({"set", "security", "refuse", "--dir", "/nonexistent"}),
               refusal(refused, "no simulated BMC runs in /nonexistent"));
 }
 
@@ -90,7 +83,7 @@ TEST(BmcsimCommandLine, RefusesATemporaryDirectoryThatIsTooLongForSockets)
     const auto deep = directory.file(std::string(90, 'x'));
     std::filesystem::create_directory(deep);
 
-    EXPECT_EQ(bmcsim({"run", "--", "true"}, {"TMPDIR=" + deep}),
+    EXPECT_EQ(runBmcsim({"run", "--", "true"}, {"TMPDIR=" + deep}),
               refusal(noBoard, "the path " + deep +
                                    " is too long for sockets; set TMPDIR to "
                                    "a shorter one"));
@@ -100,7 +93,7 @@ TEST(BmcsimCommandLine, HelpsWithAnExample)
 {
     for (const std::string command : {"run", "set", "state", "scenarios"})
     {
-        const auto help = bmcsim({command, "--help"});
+        const auto help = runBmcsim({command, "--help"});
         EXPECT_EQ(help.status, 0);
         EXPECT_THAT(help.out, testing::HasSubstr("Example: wexa-bmcsim "));
     }

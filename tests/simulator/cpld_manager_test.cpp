@@ -103,8 +103,7 @@ TEST_F(CpldManager, SignalsThatTheRegistryChanged)
 {
     // It says on standard error that it has begun.
     Process monitor({"sh", "-c", "exec timeout 20 busctl \"$@\" 2>&1", "sh",
-                     "--address=unix:path=" + bmc.directory() + "/run/bus",
-                     "monitor",
+                     "--address=" + bmc.busAddress(), "monitor",
                      "--match=type='signal',"
                      "path='/xyz/openbmc_project/cpld_update_mgr'"},
                     bmc.environment());

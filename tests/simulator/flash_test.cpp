@@ -26,18 +26,11 @@ constexpr auto manager = "org.freedesktop.systemd1.Manager";
 class ManagerClient
 {
   public:
-    explicit ManagerClient(const std::string& directory)
+    explicit ManagerClient(const Simulation& bmc) :
+        connection(connectTo(bmc.busAddress()))
     {
-        sd_bus* made = nullptr;
-        check(sd_bus_new(&made), "new");
-        connection.reset(made);
-        check(sd_bus_set_address(
-                  made, ("unix:path=" + directory + "/run/bus").c_str()),
-              "address");
-        check(sd_bus_set_bus_client(made, 1), "client");
-        check(sd_bus_start(made), "start");
-        check(sd_bus_match_signal(made, nullptr, nullptr, nullptr, manager,
-                                  "JobRemoved", heard, this),
+        check(sd_bus_match_signal(connection.get(), nullptr, nullptr, nullptr,
+                                  manager, "JobRemoved", heard, this),
               "match");
         call("Subscribe", {});
     }
@@ -67,16 +60,7 @@ class ManagerClient
     /** The next ends of `count` jobs of flash units, as "unit: result". */
     std::vector<std::string> ends(std::size_t count)
     {
-        constexpr std::uint64_t patience = 10'000'000;
-        while (results.size() < count)
-        {
-            if (check(sd_bus_process(connection.get(), nullptr), "process") ==
-                    0 &&
-                check(sd_bus_wait(connection.get(), patience), "wait") == 0)
-            {
-                throw std::runtime_error("no job ends");
-            }
-        }
+        processUntil(connection.get(), [&] { return results.size() >= count; });
         return std::exchange(results, {});
     }
 
@@ -147,7 +131,7 @@ class Flash : public testing::TestWithParam<const char*>
     }
 
     Simulation bmc{{"--manager", GetParam()}};
-    ManagerClient client{bmc.directory()};
+    ManagerClient client{bmc};
     Images images;
     std::string image = images.bmc("2.14.0");
     std::string unit = unitOf(image);

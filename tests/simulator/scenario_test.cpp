@@ -2,6 +2,7 @@
 #include "../support/bytes.hpp"
 #include "../support/simulation.hpp"
 #include "../support/temporary_directory.hpp"
+#include "bmcsim_program.hpp"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -15,17 +16,10 @@ using namespace test;
 namespace
 {
 
-Completed bmcsim(const std::vector<std::string>& arguments)
-{
-    std::vector<std::string> command{fromEnvironment("WEXA_BMCSIM")};
-    command.insert(command.end(), arguments.begin(), arguments.end());
-    return run(command);
-}
-
 std::vector<std::string> names()
 {
     std::vector<std::string> all;
-    std::istringstream list(bmcsim({"scenarios"}).out);
+    std::istringstream list(runBmcsim({"scenarios"}).out);
     for (std::string line; std::getline(list, line);)
     {
         all.push_back(line.substr(0, line.find(' ')));
@@ -35,7 +29,7 @@ std::vector<std::string> names()
 
 TEST(Scenarios, AreListedWithASentenceEach)
 {
-    const auto listed = bmcsim({"scenarios"});
+    const auto listed = runBmcsim({"scenarios"});
     EXPECT_EQ(listed.status, 0);
     EXPECT_EQ(listed.err, "");
     std::istringstream list(listed.out);
@@ -51,7 +45,7 @@ TEST(Scenarios, AllComeUp)
 {
     for (const auto& name : names())
     {
-        EXPECT_EQ(bmcsim({"run", "--scenario", name, "--", "echo", "up"}),
+        EXPECT_EQ(runBmcsim({"run", "--scenario", name, "--", "echo", "up"}),
                   (Completed{0, "up\n", ""}))
             << name;
     }
@@ -81,7 +75,7 @@ TEST(Scenarios, ThatCannotBeReadAreRefusedWithTheReason)
 {
     const auto refused = [](const std::string& name, const std::string& why) {
         EXPECT_EQ(
-            bmcsim({"run", "--scenario", name, "--", "true"}),
+            runBmcsim({"run", "--scenario", name, "--", "true"}),
             (Completed{2, "",
                        "wexa-bmcsim: " + why + "; see wexa-bmcsim --help\n"}));
     };

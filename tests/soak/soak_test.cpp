@@ -141,7 +141,7 @@ TEST_F(Soak, RandomFaults)
         const auto& fault = any(faults);
         if (fault.concerns(site))
         {
-            fault.happen(board, site);
+            fault.inject(board, site);
             ASSERT_EQ(board.run(site), (site.*fault.ending).result)
                 << site.name << ' ' << fault.name;
             board.recover();

@@ -23,18 +23,16 @@ class BusProgram
      */
     virtual void refuse(const std::string& service) = 0;
 
-    /** What the bus says, as an error's name and text, of a call to a name
-     *  that nobody has.
-     */
-    virtual std::string absence(const std::string& service) const = 0;
+    /** The error, its name and text, of a call to a name that nobody has. */
+    virtual std::string serviceUnknown(const std::string& service) const = 0;
 
     /** The same of a service that leaves without an answer. */
-    virtual std::string desertion() const = 0;
+    virtual std::string noReply() const = 0;
 
-    /** Where in a text it says that it forbids a call, which may name
-     *  processes; nowhere: nothing.
+    /** The error of a call that is forbidden, which may name processes, as it
+     *  stands in a text; empty where it does not.
      */
-    virtual std::string_view refusalIn(std::string_view text) const = 0;
+    virtual std::string_view accessDeniedIn(std::string_view text) const = 0;
 
     /** Ends the program; every connection is lost. */
     virtual void kill() = 0;

@@ -138,18 +138,18 @@ class DbusBroker : public BusProgram
         call(made);
     }
 
-    std::string absence(const std::string&) const override
+    std::string serviceUnknown(const std::string&) const override
     {
         return "org.freedesktop.DBus.Error.ServiceUnknown: The name is not "
                "activatable";
     }
 
-    std::string desertion() const override
+    std::string noReply() const override
     {
         return "org.freedesktop.DBus.Error.NoReply: Remote peer disconnected";
     }
 
-    std::string_view refusalIn(std::string_view text) const override
+    std::string_view accessDeniedIn(std::string_view text) const override
     {
         constexpr std::string_view refusal =
             "org.freedesktop.DBus.Error.AccessDenied: Sender is not "

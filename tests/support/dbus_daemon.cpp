@@ -39,19 +39,19 @@ class DbusDaemon : public BusProgram
               "ReloadConfig");
     }
 
-    std::string absence(const std::string& service) const override
+    std::string serviceUnknown(const std::string& service) const override
     {
         return "org.freedesktop.DBus.Error.ServiceUnknown: The name " +
                service + " was not provided by any .service files";
     }
 
-    std::string desertion() const override
+    std::string noReply() const override
     {
         return "org.freedesktop.DBus.Error.NoReply: Message recipient "
                "disconnected from message bus without replying";
     }
 
-    std::string_view refusalIn(std::string_view text) const override
+    std::string_view accessDeniedIn(std::string_view text) const override
     {
         const auto begin = text.find("org.freedesktop.DBus.Error.AccessDenied: "
                                      "Rejected send message, ");

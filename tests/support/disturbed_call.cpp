@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "disturbed_call.hpp"
 
-#include <dlfcn.h>
+#include "hidden.hpp"
+
 #include <systemd/sd-bus.h>
 
 #include <cerrno>
@@ -10,13 +11,6 @@
 static std::string refused;
 static std::string disturbed;
 static std::function<void()> disturbance;
-
-/** libsystemd's own, which the one below of the same name hides. */
-template <typename Function>
-static Function* hidden(const char* name)
-{
-    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
-}
 
 namespace test
 {
@@ -53,7 +47,7 @@ sd_bus_message_new_method_call(sd_bus* bus, sd_bus_message** message,
     {
         return -ENOTCONN;
     }
-    return hidden<decltype(sd_bus_message_new_method_call)>(
+    return test::hidden<decltype(sd_bus_message_new_method_call)>(
         "sd_bus_message_new_method_call")(bus, message, service, path,
                                           interface, member);
 }
@@ -66,6 +60,6 @@ extern "C" int sd_bus_call(sd_bus* bus, sd_bus_message* message,
     {
         disturbance();
     }
-    return hidden<decltype(sd_bus_call)>("sd_bus_call")(bus, message, timeout,
-                                                        error, reply);
+    return test::hidden<decltype(sd_bus_call)>("sd_bus_call")(
+        bus, message, timeout, error, reply);
 }

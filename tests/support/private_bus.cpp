@@ -2,7 +2,7 @@
 #include "private_bus.hpp"
 
 #include <cstdlib>
-#include <string_view>
+#include <stdexcept>
 #include <system_error>
 
 namespace test
@@ -17,16 +17,23 @@ int check(int result, const char* what)
     return result;
 }
 
-static bool isBroker()
+static std::unique_ptr<BusProgram> startBus(const std::string& directory)
 {
     const auto* const wanted = std::getenv("WEXA_TEST_BUS");
-    return wanted != nullptr && std::string_view(wanted) == "dbus-broker";
+    const std::string name = wanted == nullptr ? "dbus-daemon" : wanted;
+    if (name == "dbus-daemon")
+    {
+        return startDbusDaemon(directory);
+    }
+    if (name == "dbus-broker")
+    {
+        return startDbusBroker(directory);
+    }
+    throw std::runtime_error("WEXA_TEST_BUS is " + name +
+                             ", not dbus-daemon or dbus-broker");
 }
 
-PrivateBus::PrivateBus() :
-    program(isBroker() ? startDbusBroker(directory.path())
-                       : startDbusDaemon(directory.path()))
-{}
+PrivateBus::PrivateBus() : busProgram(startBus(directory.path())) {}
 
 Connection PrivateBus::connect() const
 {
@@ -58,6 +65,19 @@ Connection connectTo(const std::string& address, bool asMonitor)
     const char* name = nullptr;
     check(sd_bus_get_unique_name(made, &name), "sd_bus_get_unique_name");
     return connection;
+}
+
+void processUntil(sd_bus* connection, const std::function<bool()>& isDone)
+{
+    constexpr std::uint64_t patience = 20'000'000;
+    while (!isDone())
+    {
+        if (check(sd_bus_process(connection, nullptr), "sd_bus_process") == 0 &&
+            check(sd_bus_wait(connection, patience), "sd_bus_wait") == 0)
+        {
+            throw std::runtime_error("nothing comes over the bus");
+        }
+    }
 }
 
 } // namespace test

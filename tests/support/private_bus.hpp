@@ -7,6 +7,7 @@
 #include <systemd/sd-bus.h>
 
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -28,8 +29,8 @@ using Connection = std::unique_ptr<sd_bus, CloseConnection>;
  */
 Connection connectTo(const std::string& address, bool asMonitor = false);
 
-/** A real bus of the test's own: dbus-daemon's, or dbus-broker's where the
- *  variable WEXA_TEST_BUS names it. Everything is allowed on it.
+/** A real bus of the test's own: dbus-daemon's, or that of the program
+ *  that the variable WEXA_TEST_BUS names. Everything is allowed on it.
  */
 class PrivateBus
 {
@@ -50,7 +51,7 @@ class PrivateBus
     void kill()
     {
         running = false;
-        program->kill();
+        busProgram->kill();
     }
 
     bool isRunning() const
@@ -63,20 +64,24 @@ class PrivateBus
      */
     void refuse(const std::string& service)
     {
-        program->refuse(service);
+        busProgram->refuse(service);
     }
 
-    /** The program's own words. */
-    const BusProgram& says() const
+    const BusProgram& program() const
     {
-        return *program;
+        return *busProgram;
     }
 
   private:
     TemporaryDirectory directory;
-    std::unique_ptr<BusProgram> program;
+    std::unique_ptr<BusProgram> busProgram;
     std::atomic<bool> running = true;
 };
+
+/** Handles what comes over a connection until `isDone`; throws where nothing
+ *  comes for 20 s.
+ */
+void processUntil(sd_bus* connection, const std::function<bool()>& isDone);
 
 /** Throws with `what` and the errno text where `result` is negative. */
 int check(int result, const char* what);

@@ -84,8 +84,7 @@ static void exec(const std::vector<std::string>& arguments,
 }
 
 Process::Process(const std::vector<std::string>& arguments,
-                 const std::vector<std::string>& environment) :
-    deadline(std::chrono::steady_clock::now() + patience)
+                 const std::vector<std::string>& environment)
 {
     int outPipe[2];
     int errPipe[2];
@@ -129,7 +128,12 @@ void Process::signal(int number) const
     kill(child, number);
 }
 
-bool Process::readSome()
+static std::chrono::steady_clock::time_point endOfPatience()
+{
+    return std::chrono::steady_clock::now() + std::chrono::seconds(120);
+}
+
+bool Process::readSome(Time deadline)
 {
     std::array<pollfd, 2> waiting{
         {{streams[0], POLLIN, 0}, {streams[1], POLLIN, 0}}};
@@ -162,10 +166,11 @@ bool Process::readSome()
 
 std::string Process::awaitOutput(const std::string& awaited)
 {
+    const auto deadline = endOfPatience();
     std::size_t found = 0;
     while ((found = text[0].find(awaited)) == std::string::npos)
     {
-        if (!readSome())
+        if (!readSome(deadline))
         {
             throw std::runtime_error("the program never said: " + awaited +
                                      "\n" + text[0] + text[1]);
@@ -176,7 +181,8 @@ std::string Process::awaitOutput(const std::string& awaited)
 
 Completed Process::wait()
 {
-    while (readSome())
+    const auto deadline = endOfPatience();
+    while (readSome(deadline))
     {}
     int status = 0;
     waitpid(child, &status, 0);

@@ -4,7 +4,6 @@
 #include <sys/types.h>
 
 #include <chrono>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -46,23 +45,22 @@ class Process
     }
 
     /** Waits until the program's standard output holds `text`, and returns
-     *  it up to there; throws when it does not in time.
+     *  it up to there; throws when it does not within 120 s.
      */
     std::string awaitOutput(const std::string& text);
 
-    /** Waits for the end; throws when it does not come in time. */
+    /** Waits for the end; throws when it does not come within 120 s. */
     Completed wait();
 
   private:
-    /** Reads what there is; false at the end of both streams. */
-    bool readSome();
+    using Time = std::chrono::steady_clock::time_point;
 
-    static constexpr std::chrono::seconds patience{120};
+    /** Reads what there is; false at the end of both streams. */
+    bool readSome(Time deadline);
 
     pid_t child = -1;
     int streams[2] = {-1, -1};
     std::string text[2];
-    std::chrono::steady_clock::time_point deadline;
 };
 
 /** Runs a program to its end. */

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "scripted_core_library.hpp"
 
+#include "hidden.hpp"
+
 #include <core_library.hpp>
-#include <dlfcn.h>
 
 #include <algorithm>
 #include <stdexcept>
@@ -20,18 +21,6 @@ ScriptedCoreLibrary::ScriptedCoreLibrary()
 ScriptedCoreLibrary::~ScriptedCoreLibrary()
 {
     current = nullptr;
-}
-
-/** The library's own routine, which the one below of the same name hides. */
-template <typename Routine>
-static Routine* hidden(const char* symbol)
-{
-    auto* const found = dlsym(RTLD_NEXT, symbol);
-    if (found == nullptr)
-    {
-        throw std::runtime_error(dlerror());
-    }
-    return reinterpret_cast<Routine*>(found);
 }
 
 /** Notes a call, which then may throw. */

@@ -30,7 +30,7 @@ runUntilTold(const std::vector<std::string>& options)
     std::vector<std::string> command{simulatorProgram(), "run"};
     command.insert(command.end(), options.begin(), options.end());
     for (const auto* word :
-         {"--", "sh", "-c", "echo in $WEXA_BMCSIM_DIR.; exec sleep 600"})
+         {"--", "sh", "-c", "echo in $WEXA_BMCSIM_DIR.; exec sleep infinity"})
     {
         command.emplace_back(word);
     }
@@ -47,7 +47,7 @@ Simulation::Simulation(const std::vector<std::string>& options) :
 std::vector<std::string> Simulation::environment() const
 {
     return {"WEXA_BMCSIM_DIR=" + where,
-            "DBUS_SYSTEM_BUS_ADDRESS=unix:path=" + where + "/run/bus"};
+            "DBUS_SYSTEM_BUS_ADDRESS=" + busAddress()};
 }
 
 Completed Simulation::run(std::vector<std::string> command) const
@@ -79,8 +79,8 @@ nlohmann::json Simulation::state() const
 
 Completed Simulation::call(const std::vector<std::string>& words) const
 {
-    std::vector<std::string> command{
-        "busctl", "--address=unix:path=" + where + "/run/bus", "call"};
+    std::vector<std::string> command{"busctl", "--address=" + busAddress(),
+                                     "call"};
     command.insert(command.end(), words.begin(), words.end());
     return run(command);
 }

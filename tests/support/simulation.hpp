@@ -74,6 +74,11 @@ class Simulation
         return where;
     }
 
+    std::string busAddress() const
+    {
+        return "unix:path=" + where + "/run/bus";
+    }
+
     /** Asks the simulator to end, and waits for it. */
     Completed end();
 

@@ -77,17 +77,7 @@ Transcript::~Transcript() = default;
 void Transcript::note(std::string event)
 {
     const std::lock_guard lock(mutex);
-    if (const auto action = actions.find(event); action != actions.end())
-    {
-        action->second();
-    }
     happened.push_back(std::move(event));
-}
-
-void Transcript::when(std::string event, std::function<void()> action)
-{
-    const std::lock_guard lock(mutex);
-    actions.insert_or_assign(std::move(event), std::move(action));
 }
 
 std::vector<std::string> Transcript::events()

@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <functional>
 #include <iosfwd>
-#include <map>
 #include <memory>
 #include <mutex>
 #include <streambuf>
@@ -28,9 +26,6 @@ class Transcript
     /** Adds an event of another source; from any thread. */
     void note(std::string event);
 
-    /** Calls `action` when `event` happens, in the midst of an operation. */
-    void when(std::string event, std::function<void()> action);
-
     /** The events so far, which are then forgotten: "out: " or "err: " and
      *  the bytes; text that was never flushed comes last, marked so.
      */
@@ -41,7 +36,6 @@ class Transcript
 
     std::mutex mutex;
     std::vector<std::string> happened;
-    std::map<std::string, std::function<void()>> actions;
     std::unique_ptr<Recorder> out;
     std::unique_ptr<Recorder> err;
 };

@@ -108,8 +108,7 @@ TEST_F(CommandLine, NamesTheBusByItsAddress)
     const Images images;
     const auto image = images.bmc("1");
 
-    EXPECT_EQ(fwmgr({"--bus", "unix:path=" + bmc.directory() + "/run/bus",
-                     "verify", "bmc", image}),
+    EXPECT_EQ(fwmgr({"--bus", bmc.busAddress(), "verify", "bmc", image}),
               (Completed{0, image + ": authentic BMC image\n", ""}));
 }
 

@@ -23,6 +23,16 @@ class Output : public ToolTest
                             "; IMAGE=" + image + "; " + command});
     }
 
+    /** The tool's errors and exit status, its output a pipe whose reader has
+     *  ended before.
+     */
+    std::string intoAClosedPipe(const std::string& command) const
+    {
+        return shell("exec 3> >(true); wait $!; $TOOL " + command +
+                     " >&3; echo $? >&2")
+            .err;
+    }
+
     std::string image = images.bmc("1");
 };
 
@@ -30,9 +40,7 @@ TEST_F(Output, IntoAClosedPipeIsToldOfAndNotTakenForSuccess)
 {
     for (const auto* verb : {"verify", "update"})
     {
-        const auto done = shell(std::string("{ $TOOL ") + verb +
-                                " bmc $IMAGE; echo $? >&2; } | true");
-        EXPECT_THAT(done.err,
+        EXPECT_THAT(intoAClosedPipe(std::string(verb) + " bmc $IMAGE"),
                     testing::MatchesRegex(
                         "(flashing .*\n)?wexa-fwmgr: cannot write to standard "
                         "output: Broken pipe\n  outcome:  " +
@@ -42,11 +50,10 @@ TEST_F(Output, IntoAClosedPipeIsToldOfAndNotTakenForSuccess)
 
 TEST_F(Output, IntoAClosedPipeLeavesTheStatusOfAFailure)
 {
-    const auto done =
-        shell("{ $TOOL verify bmc /nonexistent --json; echo $? >&2; } | true");
-    EXPECT_EQ(done.err, "wexa-fwmgr: cannot write to standard output: Broken "
-                        "pipe\n  outcome:  /nonexistent: No such file or "
-                        "directory\n2\n");
+    EXPECT_EQ(intoAClosedPipe("verify bmc /nonexistent --json"),
+              "wexa-fwmgr: cannot write to standard output: Broken "
+              "pipe\n  outcome:  /nonexistent: No such file or "
+              "directory\n2\n");
 }
 
 TEST_F(Output, OntoAFullDiskIsToldOf)

@@ -12,9 +12,8 @@ class Upload : public ToolTest
     std::string staged(const std::string& property = "stagingBMC") const
     {
         return bmc
-            .run({"busctl",
-                  "--address=unix:path=" + bmc.directory() + "/run/bus",
-                  "get-property", "xyz.openbmc_project.FwInfoManager",
+            .run({"busctl", "--address=" + bmc.busAddress(), "get-property",
+                  "xyz.openbmc_project.FwInfoManager",
                   "/xyz/openbmc_project/fwinfo",
                   "xyz.openbmc_project.fwinfo.FwInfoManager", property})
             .out;

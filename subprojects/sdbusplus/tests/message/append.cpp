@@ -20,6 +20,7 @@ namespace
 
 using sdbusplus::message::object_path;
 using sdbusplus::message::signature;
+using support::read;
 using support::Wire;
 
 class Append : public testing::Test
@@ -61,14 +62,6 @@ class Append : public testing::Test
 
     Wire wire;
 };
-
-template <typename T>
-T read(sdbusplus::message_t m)
-{
-    T value{};
-    m.read(value);
-    return value;
-}
 
 TEST_F(Append, GivesEachBasicTypeItsCode)
 {

@@ -20,6 +20,7 @@ namespace
 
 using sdbusplus::message::object_path;
 using sdbusplus::message::signature;
+using support::read;
 using support::Wire;
 
 class Read : public testing::Test
@@ -37,13 +38,6 @@ class Read : public testing::Test
 
     Wire wire;
 };
-
-template <typename T>
-T read(sdbusplus::message_t m, T value = {})
-{
-    m.read(value);
-    return value;
-}
 
 TEST_F(Read, GivesTheLimitsOfEveryInteger)
 {

@@ -79,7 +79,7 @@ bool answers(int ready)
     pollfd waiting{ready, POLLIN, 0};
     char first = 0;
     return poll(&waiting, 1, startTimeoutMs) == 1 &&
-           read(ready, &first, 1) == 1;
+           ::read(ready, &first, 1) == 1;
 }
 
 } // namespace

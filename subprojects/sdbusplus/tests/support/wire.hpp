@@ -67,4 +67,12 @@ class Wire
     bool gone = false;
 };
 
+/** What a message holds next, read into `value`. */
+template <typename T>
+T read(sdbusplus::message_t m, T value = {})
+{
+    m.read(value);
+    return value;
+}
+
 } // namespace support

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "fault.hpp"
+#include "site_words.hpp"
 
 #include <algorithm>
 #include <initializer_list>
@@ -16,12 +17,12 @@ constexpr auto timeOut =
 using Concerns = std::function<bool(const CallSite&)>;
 using Failure = std::function<std::string(const Platform&, const CallSite&)>;
 
-inline bool everyone(const CallSite&)
+inline bool everySite(const CallSite&)
 {
     return true;
 }
 
-inline Concerns whoever(std::initializer_list<Reads> kinds)
+inline Concerns sitesReading(std::initializer_list<Reads> kinds)
 {
     return [kinds = std::vector<Reads>(kinds)](const CallSite& site) {
         return std::ranges::find(kinds, site.reads) != kinds.end();
@@ -39,31 +40,29 @@ inline Failure callFailed(const std::string& error)
 }
 
 using Answer = std::function<Reply(const CallSite&)>;
-using Happening = std::function<void(Platform&, const CallSite&)>;
+using Injection = std::function<void(Platform&, const CallSite&)>;
 
-inline Happening answering(Answer answer)
+inline Injection answering(Answer answer)
 {
     return [answer](Platform& platform, const CallSite& site) {
         platform.startAnswering(site, answer(site));
     };
 }
 
-inline Happening answering(Reply reply)
+inline Injection answering(Reply reply)
 {
     return answering(Answer{[reply](const CallSite&) { return reply; }});
 }
 
 /** Answers with values of basic types. */
 template <typename... Values>
-Happening answeringWith(const char* types, Values... values)
+Injection answeringWith(const char* types, Values... values)
 {
-    return answering(reply::built([=](sd_bus_message* reply) {
-        check(sd_bus_message_append(reply, types, values...), "append");
-    }));
+    return answering(reply::built(test::values(types, values...)));
 }
 
 /** The method is somewhere else. */
-inline Happening movedTo(std::function<Method(const CallSite&)> method)
+inline Injection movedTo(std::function<Method(const CallSite&)> method)
 {
     return [method](Platform& platform, const CallSite& site) {
         platform.start(site, method(site));
@@ -71,7 +70,7 @@ inline Happening movedTo(std::function<Method(const CallSite&)> method)
 }
 
 /** The platform is healthy until right before the call. */
-inline Happening beforeTheCall(Happening action)
+inline Injection beforeTheCall(Injection action)
 {
     return [action](Platform& platform, const CallSite& site) {
         platform.startHealthy(site);
@@ -79,12 +78,12 @@ inline Happening beforeTheCall(Happening action)
     };
 }
 
-inline Happening
-inAHurry(std::function<Reply(Platform&, const CallSite&)> reply)
+inline Injection
+impatiently(std::function<Reply(Platform&, const CallSite&)> reply)
 {
     return [reply](Platform& platform, const CallSite& site) {
         platform.startAnswering(site, reply(platform, site));
-        platform.hurry(site);
+        platform.shortenTimeout(site);
     };
 }
 
