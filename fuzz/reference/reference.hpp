@@ -17,7 +17,9 @@ using wexa::core::UploadResult;
 using wexa::core::VersionPurpose;
 
 /** What the library must do, once more: its operations in plain sd-bus, from
- *  what its header and its documents say. Nothing of src/ or sdbusplus.
+ *  what its header and its documents say. Of src/ only the
+ *  declarations of the core library; of sdbusplus the message that the
+ *  interface hands over.
  *
  *  Results are the library's; where that throws SdBusError it is a `Failure`.
  */
@@ -83,7 +85,6 @@ class Reference
     UploadResult finishBiosUpload(const char* property,
                                   const std::string& staged,
                                   const std::string& version);
-    std::map<std::string, Device> boundDevices();
 
     sd_bus* bus;
     Log& log;

@@ -44,7 +44,7 @@ std::string readText(sd_bus_message* message, char type = 's');
 std::uint32_t readNumber(sd_bus_message* message);
 wexa::core::PropertyMap readProperties(sd_bus_message* message);
 
-/** The next value, a variant's: `otherwise` where it has another type. */
+/** The next value, a variant's: 0, or empty, where it has another type. */
 std::uint16_t readShortInside(sd_bus_message* message);
 std::string readTextInside(sd_bus_message* message);
 

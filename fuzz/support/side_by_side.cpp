@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "side_by_side.hpp"
 
+#include "../../tests/support/systemd_manager.hpp"
+
 #include <algorithm>
 
 namespace fuzz
@@ -77,12 +79,7 @@ Message SideBySide::replyOf(const char* member)
 
 Message SideBySide::newJobRemoved() const
 {
-    sd_bus_message* made = nullptr;
-    test::check(sd_bus_message_new_signal(
-                    referencePlatform.bus(), &made, "/org/freedesktop/systemd1",
-                    "org.freedesktop.systemd1.Manager", "JobRemoved"),
-                "sd_bus_message_new_signal");
-    return {made, sd_bus_message_unref};
+    return test::systemd_manager::newJobRemoved(referencePlatform.bus());
 }
 
 std::string SideBySide::compareJobRemoved(sd_bus_message* signal)

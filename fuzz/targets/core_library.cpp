@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "../../tests/support/scripted_core_library.hpp"
 #include "../support/answers.hpp"
+#include "../support/same_calls.hpp"
 #include "../support/side_by_side.hpp"
 
 // What the core library may hand to the upload operations: numbers of any
@@ -32,9 +33,11 @@ static void run(fuzz::Input input)
     sides.compare("processUploadBiosImage", [&](auto& subject) {
         return subject.processUploadBiosImage(image, {}, "");
     });
+    fuzz::requireSameCalls(core);
     sides.compare("processUploadBmcImage", [&](auto& subject) {
         return subject.processUploadBmcImage(image, {}, "");
     });
+    fuzz::requireSameCalls(core);
 }
 
 static const fuzz::Target target("core_library", run);

@@ -13,7 +13,9 @@
 
 // The signed image of a CPLD in directories of any names and kinds of entries.
 
-/** A name of any bytes that a file can have, often one that is looked for. */
+/** A name of any bytes that a file can have, but for those that lead out of
+ *  their directory; often one that is looked for.
+ */
 static std::string nameFrom(fuzz::Input& input)
 {
     auto name = input.anyBytes(15);
@@ -26,7 +28,7 @@ static std::string nameFrom(fuzz::Input& input)
         case 1:
             return "image_cpld_signe" + name;
         default:
-            return name;
+            return name == "." || name == ".." ? name + '_' : name;
     }
 }
 

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "../support/operations.hpp"
+
 #include "../../tests/support/scripted_core_library.hpp"
 #include "../support/answers.hpp"
+#include "../support/same_calls.hpp"
 #include "../support/side_by_side.hpp"
 
 // Any operations in any order, while services come, go and fail.
@@ -31,32 +34,6 @@ struct Arguments
 };
 
 template <typename Subject>
-int integerOperation(Subject& subject, std::size_t which,
-                     const Arguments& given)
-{
-    const auto& [path, component, purpose] = given;
-    switch (which)
-    {
-        case 0:
-            return subject.VerifyBMC(path, purpose, component);
-        case 1:
-            return subject.VerifyBIOS(path, purpose, component);
-        case 2:
-            return subject.VerifyCapsule(path, purpose, component);
-        case 3:
-            return subject.VerifyCPLD(path, purpose, component);
-        case 4:
-            return subject.UpdateBMC(path, purpose, component);
-        case 5:
-            return subject.UpdateBIOS(path, purpose, component);
-        case 6:
-            return subject.UpdateCPLD(path, purpose, component);
-        default:
-            return subject.onCPLDNotifiedSignal(component);
-    }
-}
-
-template <typename Subject>
 int notify(Subject& subject)
 {
     subject.onBMCUpdateSuccess();
@@ -73,8 +50,26 @@ void compareOperation(fuzz::SideBySide& sides, std::size_t which,
     };
     const auto& path = given.path;
     const auto& component = given.component;
+    if (which < fuzz::verifications)
+    {
+        return compare([&](auto& subject) {
+            return fuzz::verify(subject, which, path, given.purpose, component);
+        });
+    }
+    const auto further = which - fuzz::verifications;
+    if (further < fuzz::launches)
+    {
+        return compare([&](auto& subject) {
+            return fuzz::launch(subject, further, path, given.purpose,
+                                component);
+        });
+    }
     switch (which)
     {
+        case 7:
+            return compare([&](auto& subject) {
+                return subject.onCPLDNotifiedSignal(component);
+            });
         case 8:
             return compare([&](auto& subject) {
                 return subject.processUploadBmcImage(path, {}, component);
@@ -106,12 +101,8 @@ void compareOperation(fuzz::SideBySide& sides, std::size_t which,
         case 15:
             return compare(
                 [&](auto& subject) { return subject.compare_boardID(path); });
-        case 16:
-            return compare([&](auto& subject) { return notify(subject); });
         default:
-            return compare([&](auto& subject) {
-                return integerOperation(subject, which, given);
-            });
+            return compare([&](auto& subject) { return notify(subject); });
     }
 }
 
@@ -152,6 +143,7 @@ void run(fuzz::Input input)
     for (auto step = 0; step < mostSteps && !input.usedUp(); ++step)
     {
         compareStep(sides, input);
+        fuzz::requireSameCalls(core);
     }
     sides.compareJobRemoved("any.service", "done");
 }

@@ -1,38 +1,23 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "../support/answers.hpp"
+#include "../support/operations.hpp"
 #include "../support/side_by_side.hpp"
 
 // The names of flash units, of image paths and component names of any bytes;
 // and whether the end of what was launched is recognised.
 
-using fuzz::VersionPurpose;
-
-static void compareLaunch(fuzz::SideBySide& sides, std::size_t which,
-                          const std::string& path, const std::string& component)
-{
-    sides.compare("a launch", [&](auto& subject) {
-        switch (which)
-        {
-            case 0:
-                return subject.UpdateBMC(path, VersionPurpose::BMC, component);
-            case 1:
-                return subject.UpdateBIOS(path, VersionPurpose::Host,
-                                          component);
-            default:
-                return subject.UpdateCPLD(path, VersionPurpose::Other,
-                                          component);
-        }
-    });
-}
-
 static void run(fuzz::Input input)
 {
-    const auto which = input.below(3);
+    const auto which = input.below(fuzz::launches);
     const auto component = input.anyText();
+    const auto answer = fuzz::typedAnswer(input, "o");
     const auto path = input.rest();
 
-    fuzz::SideBySide sides({{"StartUnit", fuzz::typedAnswer(input, "o")}});
-    compareLaunch(sides, which, path, component);
+    fuzz::SideBySide sides({{"StartUnit", answer}});
+    sides.compare("a launch", [&](auto& subject) {
+        return fuzz::launch(subject, which, path, fuzz::VersionPurpose::Other,
+                            component);
+    });
 
     const auto& unit = sides.launched();
     const auto outcome = sides.compareJobRemoved(unit, "done");

@@ -5,7 +5,6 @@
 #include "remote_property.hpp"
 
 #include <array>
-#include <string_view>
 
 namespace wexa::core
 {

@@ -44,6 +44,18 @@ struct Fault
     int signals = 0;
 };
 
+/** A call site and a fault that it can meet. */
+struct Cell
+{
+    CallSite site;
+    Fault fault;
+};
+
+void PrintTo(const Cell& cell, std::ostream* stream);
+
+/** The cells of all call sites. */
+std::vector<Cell> cellsOf(const std::vector<Fault>& faults);
+
 /** Of the bus and the connection to it. */
 std::vector<Fault> busFaults();
 

@@ -13,33 +13,6 @@ using namespace test;
 namespace
 {
 
-struct Row
-{
-    CallSite site;
-    Fault fault;
-};
-
-void PrintTo(const Row& row, std::ostream* stream)
-{
-    *stream << row.site.name << ' ' << row.fault.name;
-}
-
-std::vector<Row> rows(const std::vector<Fault>& faults)
-{
-    std::vector<Row> all;
-    for (const auto& fault : faults)
-    {
-        for (const auto& site : callSites())
-        {
-            if (fault.concerns(site))
-            {
-                all.push_back({site, fault});
-            }
-        }
-    }
-    return all;
-}
-
 /** What happens up to the answer, as far as the call gets. */
 Events eventsUpTo(const CallSite& site, Reach reach)
 {
@@ -65,7 +38,7 @@ Events sentUpTo(const CallSite& site, Reach reach)
     return expected;
 }
 
-class RemoteCall : public Platform, public testing::WithParamInterface<Row>
+class RemoteCall : public Platform, public testing::WithParamInterface<Cell>
 {
   protected:
     static void SetUpTestSuite()
@@ -114,16 +87,16 @@ TEST_P(RemoteCall, Ends)
     }
 }
 
-std::string nameOf(const testing::TestParamInfo<Row>& row)
+std::string nameOf(const testing::TestParamInfo<Cell>& row)
 {
     return row.param.site.name + row.param.fault.name;
 }
 
-INSTANTIATE_TEST_SUITE_P(Bus, RemoteCall, testing::ValuesIn(rows(busFaults())),
-                         nameOf);
+INSTANTIATE_TEST_SUITE_P(Bus, RemoteCall,
+                         testing::ValuesIn(cellsOf(busFaults())), nameOf);
 INSTANTIATE_TEST_SUITE_P(Service, RemoteCall,
-                         testing::ValuesIn(rows(serviceFaults())), nameOf);
+                         testing::ValuesIn(cellsOf(serviceFaults())), nameOf);
 INSTANTIATE_TEST_SUITE_P(Reply, RemoteCall,
-                         testing::ValuesIn(rows(replyFaults())), nameOf);
+                         testing::ValuesIn(cellsOf(replyFaults())), nameOf);
 
 } // namespace

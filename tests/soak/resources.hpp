@@ -18,11 +18,18 @@ struct Resources
     /** Bytes on the heap that are in use, or kept for the next use, which
      *  scripts/soak turns off.
      */
-    std::size_t heap = mallinfo2().uordblks;
+    std::size_t heap = heapInUse();
     std::size_t descriptors = count("/proc/self/fd");
     std::size_t threads = count("/proc/self/task");
 
   private:
+    /** Large blocks are mapped, and counted apart. */
+    static std::size_t heapInUse()
+    {
+        const auto heap = mallinfo2();
+        return heap.uordblks + heap.hblkhd;
+    }
+
     static std::size_t count(const char* directory)
     {
         const std::filesystem::directory_iterator entries(directory);

@@ -5,7 +5,6 @@
 
 #include <memory>
 #include <stdexcept>
-#include <string_view>
 
 namespace test
 {

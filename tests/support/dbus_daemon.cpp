@@ -4,8 +4,6 @@
 #include "private_bus.hpp"
 #include "process.hpp"
 
-#include <filesystem>
-
 namespace test
 {
 

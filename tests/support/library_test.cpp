@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "library_test.hpp"
 
+#include "systemd_manager.hpp"
+
 namespace test
 {
 
@@ -42,16 +44,11 @@ std::string LibraryTest::rememberedUnit()
 sdbusplus::message::message
 LibraryTest::signalWith(const std::function<void(sd_bus_message*)>& append)
 {
-    sd_bus_message* made = nullptr;
-    check(sd_bus_message_new_signal(
-              raw.get(), &made, "/org/freedesktop/systemd1",
-              "org.freedesktop.systemd1.Manager", "JobRemoved"),
-          "sd_bus_message_new_signal");
-    sdbusplus::message::message signal{made, std::false_type{}};
-    append(made);
+    auto signal = systemd_manager::newJobRemoved(raw.get());
+    append(signal.get());
     // Only a sealed message can be read.
-    check(sd_bus_message_seal(made, 1, 0), "sd_bus_message_seal");
-    return signal;
+    check(sd_bus_message_seal(signal.get(), 1, 0), "sd_bus_message_seal");
+    return sdbusplus::message::message{signal.release(), std::false_type{}};
 }
 
 sdbusplus::message::message LibraryTest::jobRemoved(std::uint32_t id,

@@ -3,6 +3,7 @@
 
 #include "scripted_service.hpp"
 
+#include <memory>
 #include <string>
 
 /** systemd's manager as the library must address it. */
@@ -29,6 +30,17 @@ inline std::string call(const std::string& unit)
 {
     return std::string(service) + ' ' + path + ' ' + interface +
            ".StartUnit(ss) \"" + unit + "\" \"replace\"";
+}
+
+using Signal = std::unique_ptr<sd_bus_message, decltype(&sd_bus_message_unref)>;
+
+/** The signal of a finished job, to be filled and sealed. */
+inline Signal newJobRemoved(sd_bus* bus)
+{
+    sd_bus_message* made = nullptr;
+    check(sd_bus_message_new_signal(bus, &made, path, interface, "JobRemoved"),
+          "sd_bus_message_new_signal");
+    return {made, sd_bus_message_unref};
 }
 
 } // namespace test::systemd_manager

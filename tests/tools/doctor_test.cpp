@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "../support/bytes.hpp"
 #include "../support/temporary_directory.hpp"
 #include "doctor_findings.hpp"
 #include "tool_test.hpp"
