@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "one_cpu.hpp"
 #include "rounds.hpp"
 
 #include <dlfcn.h>
@@ -102,6 +103,7 @@ try
     }
     const std::string library = argv[1];
     const std::string empty = argv[2];
+    bench::pinToOneCpu();
     loadDependencies(library);
     const auto memory = memoryOf(library);
     const auto memoryOfEmpty = memoryOf(empty);

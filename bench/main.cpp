@@ -2,6 +2,7 @@
 #include "../tests/support/private_bus.hpp"
 #include "allocations.hpp"
 #include "instructions.hpp"
+#include "one_cpu.hpp"
 #include "operations.hpp"
 #include "platform.hpp"
 #include "rounds.hpp"

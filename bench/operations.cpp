@@ -2,6 +2,7 @@
 #include "operations.hpp"
 
 #include "../tests/support/private_bus.hpp"
+#include "../tests/support/systemd_manager.hpp"
 
 #include <cerrno>
 #include <stdexcept>
@@ -251,17 +252,13 @@ void addUploads(Operations& all, FWManagerInternal& manager,
 /** A JobRemoved signal, as it is received. */
 std::shared_ptr<sd_bus_message> jobRemoved(sd_bus* bus)
 {
-    sd_bus_message* made = nullptr;
-    check(sd_bus_message_new_signal(bus, &made, "/org/freedesktop/systemd1",
-                                    "org.freedesktop.systemd1.Manager",
-                                    "JobRemoved"),
-          "JobRemoved");
-    std::shared_ptr<sd_bus_message> signal(made, sd_bus_message_unref);
-    check(sd_bus_message_append(made, "uoss", 7,
+    std::shared_ptr<sd_bus_message> signal =
+        test::systemd_manager::newJobRemoved(bus);
+    check(sd_bus_message_append(signal.get(), "uoss", 7,
                                 "/org/freedesktop/systemd1/job/7",
                                 "another.service", "done"),
           "JobRemoved");
-    check(sd_bus_message_seal(made, 1, 0), "JobRemoved");
+    check(sd_bus_message_seal(signal.get(), 1, 0), "JobRemoved");
     return signal;
 }
 

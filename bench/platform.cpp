@@ -4,7 +4,6 @@
 #include "../src/cpld/names.hpp"
 #include "../tests/support/private_bus.hpp"
 
-#include <sched.h>
 #include <signal.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
@@ -13,20 +12,12 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
+#include <stdexcept>
 
 namespace bench
 {
 
 using test::check;
-
-void pinToOneCpu()
-{
-    cpu_set_t cpus;
-    CPU_ZERO(&cpus);
-    CPU_SET(sched_getcpu(), &cpus);
-    check(sched_setaffinity(0, sizeof(cpus), &cpus) < 0 ? -errno : 0,
-          "cannot pin the benchmark to a CPU");
-}
 
 static int boundDevices = 8;
 
@@ -225,17 +216,15 @@ static void offerAll(sd_bus* bus)
     offerMethods(bus, cpldUpdateMgrPath, cpldDeviceInterface, cpldDevice);
 }
 
-/** @param ready  closed when the names are there */
+/** @param ready  written to when the names are there */
 [[noreturn]] static void serve(const std::string& busAddress,
                                int ready) noexcept
 {
     prctl(PR_SET_PDEATHSIG, SIGKILL);
-    sd_bus* bus = nullptr;
-    check(sd_bus_new(&bus), "sd_bus_new");
-    check(sd_bus_set_address(bus, busAddress.c_str()), "sd_bus_set_address");
-    check(sd_bus_set_bus_client(bus, 1), "sd_bus_set_bus_client");
-    check(sd_bus_start(bus), "sd_bus_start");
+    const auto connection = test::connectTo(busAddress);
+    auto* const bus = connection.get();
     offerAll(bus);
+    check(write(ready, "", 1) < 0 ? -errno : 0, "write");
     close(ready);
     for (;;)
     {
@@ -257,10 +246,14 @@ Platform::Platform(const std::string& busAddress)
         serve(busAddress, ready[1]);
     }
     close(ready[1]);
-    char nothing = 0;
-    while (read(ready[0], &nothing, 1) > 0)
-    {}
+    char word = 0;
+    const auto size = read(ready[0], &word, 1);
     close(ready[0]);
+    if (size != 1)
+    {
+        waitpid(child, nullptr, 0);
+        throw std::runtime_error("the services of the benchmark do not start");
+    }
 }
 
 Platform::~Platform()

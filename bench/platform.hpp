@@ -9,11 +9,6 @@
 namespace bench
 {
 
-/** Binds this process, and all that it starts from now on, to one CPU, so
- *  that a call's cost is work and not where the scheduler puts it.
- */
-void pinToOneCpu();
-
 /** Answers as all services do that the library calls, at once, with plain
  *  sd-bus, in a process of its own.
  */
