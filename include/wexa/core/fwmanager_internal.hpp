@@ -89,8 +89,8 @@ using CpldComponentMap = std::map<std::string, CpldComponentInfo>;
  *
  *  A text that is not UTF-8, as a file name may be, cannot be sent over D-Bus:
  *  the bus closes the connection of whoever tries. A start of a flash sends
- *  the mode alone instead, which systemd refuses. Keep such names away from
- *  the operations.
+ *  the mode alone instead, which systemd refuses; a version is not sent, and
+ *  its upload refused. Keep such names away from the operations.
  */
 class WEXA_FWMGR_EXPORT FWManagerInternal
 {
