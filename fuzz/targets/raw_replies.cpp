@@ -31,10 +31,15 @@ static void compareOperations(fuzz::SideBySide& sides, std::size_t which)
                 return subject.compare_boardID("/none");
             });
             return;
-        default:
+        case 4:
             sides.compare("UpdateCPLD", [](auto& subject) {
                 return subject.UpdateCPLD("/i", fuzz::VersionPurpose::Other,
                                           "MB_CPLD");
+            });
+            return;
+        default:
+            sides.compare("getCPLDVersionString", [](auto& subject) {
+                return subject.getCPLDVersionString("/device");
             });
     }
 }
@@ -44,7 +49,7 @@ static void run(fuzz::Input input)
     constexpr std::array keys{"bindedDevices", "readMBVersionString",
                               "verifyCPLD",    "com.WEXA.Host",
                               "StartUnit",     "readImageFileInfo"};
-    const auto which = input.below(5);
+    const auto which = input.below(6);
     fuzz::Answers answers{{"bindedDevices", fuzz::oneBoundDevice()}};
     answers[input.pick(keys)] = fuzz::rawAnswer(input);
 
