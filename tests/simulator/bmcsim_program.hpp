@@ -11,7 +11,7 @@ namespace test
 
 /** Runs the program wexa-bmcsim to its end. */
 inline Completed runBmcsim(std::vector<std::string> arguments,
-                        const std::vector<std::string>& environment = {})
+                           const std::vector<std::string>& environment = {})
 {
     arguments.insert(arguments.begin(), fromEnvironment("WEXA_BMCSIM"));
     return run(arguments, environment);

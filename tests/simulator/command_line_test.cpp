@@ -29,7 +29,7 @@ Completed usage(const std::string& line)
 TEST(BmcsimCommandLine, NeedsACommand)
 {
     EXPECT_EQ(runBmcsim({}), usage("a command: run, set, state or scenarios is "
-                                "required"));
+                                   "required"));
     EXPECT_EQ(runBmcsim({"stop"}),
               usage("The following argument was not expected: stop"));
     EXPECT_EQ(runBmcsim({"run"}), usage("COMMAND is required"));
@@ -60,11 +60,11 @@ TEST(BmcsimCommandLine, SaysWhatCanBeSetFromTheStart)
               refusal(noBoard, "no behaviour 'odd'; there are normal, absent, "
                                "refuse, error, wrong-type, silent and slow"));
     EXPECT_EQ(runBmcsim({"run", "--manager", "builtin", "--set", "manager=slow",
-                      "--", "true"}),
+                         "--", "true"}),
               refusal(noBoard, "the unit manager cannot be slow; a flash can, "
                                "with flash-time"));
     EXPECT_EQ(runBmcsim({"run", "--manager", "builtin", "--set",
-                      "flash-unit=condition", "--", "true"}),
+                         "flash-unit=condition", "--", "true"}),
               refusal(noBoard, "only a real systemd can be deceived by a flash "
                                "unit; run with --manager systemd"));
     EXPECT_EQ(runBmcsim({"run", "--set", "bus=slow", "--", "true"}),
