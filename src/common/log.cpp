@@ -12,9 +12,14 @@ static std::ostream& writeUnformatted(std::ostream& stream,
     return stream.write(text.data(), static_cast<std::streamsize>(text.size()));
 }
 
+void write(std::ostream& stream, std::string_view text)
+{
+    writeUnformatted(stream, text).flush();
+}
+
 void write(std::ostream& stream, fmt::string_view text, fmt::format_args args)
 {
-    writeUnformatted(stream, fmt::vformat(text, args)).flush();
+    write(stream, fmt::vformat(text, args));
 }
 
 void errorUnflushed(std::string_view text)

@@ -18,19 +18,32 @@
 namespace wexa::core::log
 {
 
-/** Writes the formatted text and flushes. */
+/** Writes the text, formatted where there are arguments, and flushes. */
+void write(std::ostream& stream, std::string_view text);
 void write(std::ostream& stream, fmt::string_view text, fmt::format_args args);
 
-template <typename... Args>
-void progress(fmt::format_string<Args...> text, const Args&... args)
+inline void progress(std::string_view text)
 {
-    write(std::cout, text, fmt::make_format_args(args...));
+    write(std::cout, text);
 }
 
-template <typename... Args>
-void error(fmt::format_string<Args...> text, const Args&... args)
+template <typename First, typename... Args>
+void progress(fmt::format_string<First, Args...> text, const First& first,
+              const Args&... args)
 {
-    write(std::cerr, text, fmt::make_format_args(args...));
+    write(std::cout, text, fmt::make_format_args(first, args...));
+}
+
+inline void error(std::string_view text)
+{
+    write(std::cerr, text);
+}
+
+template <typename First, typename... Args>
+void error(fmt::format_string<First, Args...> text, const First& first,
+           const Args&... args)
+{
+    write(std::cerr, text, fmt::make_format_args(first, args...));
 }
 
 /** Writes an error text; it is not flushed. */

@@ -23,7 +23,7 @@ int verifyBySecurityManager(sdbusplus::bus::bus& bus, const char* member,
     try
     {
         const auto authentic = callFor<bool>(bus, call);
-        log::progress("{}\n", authentic ? "Verify OK" : "Verify false");
+        log::progress(authentic ? "Verify OK\n" : "Verify false\n");
         return authentic ? 0 : -EPERM;
     }
     catch (const RemoteError& failure)

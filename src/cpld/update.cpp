@@ -28,7 +28,7 @@ int FWManagerInternal::UpdateCPLD(std::string imagePath, VersionPurpose,
     {
         // A real systemd answers with a job's path, which fails this read.
         const auto accepted = callFor<bool>(bus, call);
-        log::progress("{}\n", accepted ? "Verify OK" : "Verify false");
+        log::progress(accepted ? "Verify OK\n" : "Verify false\n");
         return accepted ? 0 : -EPERM;
     }
     catch (const RemoteError& failure)

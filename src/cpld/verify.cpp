@@ -50,7 +50,7 @@ int FWManagerInternal::VerifyCPLD(std::string imagePath, VersionPurpose,
     try
     {
         const auto good = callFor<bool>(bus, call);
-        log::progress("{}\n", good ? "Verify OK" : "Verify failed");
+        log::progress(good ? "Verify OK\n" : "Verify failed\n");
         return good ? 0 : -EPERM;
     }
     catch (const RemoteError& failure)
