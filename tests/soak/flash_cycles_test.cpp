@@ -62,7 +62,7 @@ class FlashCycles : public testing::Test
 TEST_F(FlashCycles, EndAsDone)
 {
     int number = 0;
-    Load("flashes on systemd", 5'000, 0.15).run([&] {
+    Load("flashes on systemd", 5'000, 0.08).run([&] {
         ASSERT_EQ(manager.UpdateBMC("/tmp/image" + std::to_string(++number),
                                     VersionPurpose::BMC, ""),
                   0);

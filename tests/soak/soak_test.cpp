@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "../faults/fault.hpp"
+#include "../faults/site_images.hpp"
 #include "../support/simulation.hpp"
 #include "load.hpp"
 
@@ -118,7 +119,7 @@ TEST_F(Soak, HealthyCalls)
 {
     SwitchedBoard board;
     int unheard = 0;
-    Load("operations on a healthy platform", 1'000'000, 0.5)
+    Load("operations on a healthy platform", 1'000'000, 0.4)
         .run(
             [&] {
                 const auto& site = any(callSites());
@@ -136,7 +137,7 @@ TEST_F(Soak, RandomFaults)
 {
     SwitchedBoard board;
     const auto cells = cellsOf(replyFaults());
-    Load("operations with a faulty reply", 100'000, 0.2).run([&] {
+    Load("operations with a faulty reply", 100'000, 0.45).run([&] {
         const auto& [site, fault] = any(cells);
         fault.inject(board, site);
         ASSERT_EQ(board.run(site), (site.*fault.ending).result)
@@ -149,7 +150,7 @@ TEST_F(Soak, RandomFaults)
 TEST_F(Soak, KillsOfServices)
 {
     Board board;
-    Load("services that died instead of answering", 1'000, 0.1).run([&] {
+    Load("services that died instead of answering", 1'000, 0.05).run([&] {
         const auto& site = any(callSites());
         board.startAnswering(site, reply::hangUp());
         ASSERT_EQ(board.run(site), site.failure.result) << site.name;
@@ -161,7 +162,7 @@ TEST_F(Soak, KillsOfServices)
 
 TEST_F(Soak, KillsOfTheBus)
 {
-    Load("buses that died during a call", 50, 0.05).run([&] {
+    Load("buses that died during a call", 50, 0.02).run([&] {
         Board board;
         const auto& site = any(callSites());
         board.startAnswering(site,

@@ -8,8 +8,8 @@
 #include <cerrno>
 #include <cstdint>
 
-static std::string refused;
-static std::string disturbed;
+static std::string refusedMember;
+static std::string disturbedMember;
 static std::function<void()> disturbance;
 
 namespace test
@@ -17,23 +17,23 @@ namespace test
 
 RefusedCall::RefusedCall(std::string member)
 {
-    refused = std::move(member);
+    refusedMember = std::move(member);
 }
 
 RefusedCall::~RefusedCall()
 {
-    refused.clear();
+    refusedMember.clear();
 }
 
 BeforeCall::BeforeCall(std::string member, std::function<void()> action)
 {
-    disturbed = std::move(member);
+    disturbedMember = std::move(member);
     disturbance = std::move(action);
 }
 
 BeforeCall::~BeforeCall()
 {
-    disturbed.clear();
+    disturbedMember.clear();
 }
 
 } // namespace test
@@ -43,7 +43,7 @@ sd_bus_message_new_method_call(sd_bus* bus, sd_bus_message** message,
                                const char* service, const char* path,
                                const char* interface, const char* member)
 {
-    if (!refused.empty() && refused == member)
+    if (!refusedMember.empty() && refusedMember == member)
     {
         return -ENOTCONN;
     }
@@ -56,7 +56,7 @@ extern "C" int sd_bus_call(sd_bus* bus, sd_bus_message* message,
                            std::uint64_t timeout, sd_bus_error* error,
                            sd_bus_message** reply)
 {
-    if (!disturbed.empty() && disturbed == sd_bus_message_get_member(message))
+    if (!disturbedMember.empty() && disturbedMember == sd_bus_message_get_member(message))
     {
         disturbance();
     }
