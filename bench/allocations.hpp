@@ -12,8 +12,8 @@ namespace bench
  */
 std::size_t allocationsOf(const std::function<void()>& act);
 
-/** Those that the library's log lines cost an action: what formatting each of
- *  the lines that it prints allocates.
+/** Those that the library's log lines cost an action, at most: what formatting
+ *  each of the lines that it prints allocates.
  */
 std::size_t allocationsOfLog(const std::function<void()>& act);
 
