@@ -56,7 +56,8 @@ extern "C" int sd_bus_call(sd_bus* bus, sd_bus_message* message,
                            std::uint64_t timeout, sd_bus_error* error,
                            sd_bus_message** reply)
 {
-    if (!disturbedMember.empty() && disturbedMember == sd_bus_message_get_member(message))
+    if (!disturbedMember.empty() &&
+        disturbedMember == sd_bus_message_get_member(message))
     {
         disturbance();
     }
