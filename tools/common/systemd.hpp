@@ -24,4 +24,13 @@ inline std::string signalRule(const std::string& member)
            member + "'";
 }
 
+/** The command that reaches this systemd, `systemctl` or `systemctl --user`.
+ *
+ *  A bus that is not the system's own has a manager that is not the system's
+ *  own either: in a simulated BMC, `systemctl` alone would reach the host's.
+ *
+ *  @param bus  as `connectTo` takes it
+ */
+std::string systemctl(const std::string& bus);
+
 } // namespace systemd

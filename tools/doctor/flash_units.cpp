@@ -1,81 +1,29 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "../common/patience.hpp"
+#include "../common/loaded_unit.hpp"
 #include "../common/systemd.hpp"
 #include "../common/unit_name.hpp"
 #include "checks.hpp"
 #include "remote_object.hpp"
 
 #include <sdbusplus/exception.hpp>
-#include <sdbusplus/message.hpp>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstdint>
 #include <limits>
 #include <tuple>
-#include <variant>
 
 namespace
 {
 
-/** A condition: type, whether it triggers, whether it is negated, parameter,
- *  state.
- */
-using Condition = std::tuple<std::string, bool, bool, std::string, int32_t>;
-
-/** A command: program, arguments, whether its failure is ignored, and when
- *  and how it ran last.
- */
-using Command =
-    std::tuple<std::string, std::vector<std::string>, bool, uint64_t, uint64_t,
-               uint64_t, uint64_t, uint32_t, int32_t, int32_t>;
+using Condition = LoadedUnit::Condition;
+using Command = LoadedUnit::Command;
 
 /** Exit statuses and signals that count as success besides 0. */
 using ExitStatusSet = std::tuple<std::vector<int32_t>, std::vector<int32_t>>;
 
 /** Any path will do: only the template is looked at. */
 constexpr auto samplePath = "/doctor/image";
-
-/** A unit as systemd has loaded it. */
-class LoadedUnit
-{
-  public:
-    LoadedUnit(sdbusplus::bus::bus& bus, const std::string& name) : bus(bus)
-    {
-        auto call = bus.new_method_call(systemd::service, systemd::path,
-                                        systemd::managerInterface, "LoadUnit");
-        call.append(name);
-        bus.call(call, patience).read(object);
-    }
-
-    template <typename Value>
-    Value ofUnit(const char* property) const
-    {
-        return read<Value>("org.freedesktop.systemd1.Unit", property);
-    }
-
-    template <typename Value>
-    Value ofService(const char* property) const
-    {
-        return read<Value>("org.freedesktop.systemd1.Service", property);
-    }
-
-  private:
-    template <typename Value>
-    Value read(const char* interface, const char* property) const
-    {
-        auto call =
-            bus.new_method_call(systemd::service, object.str.c_str(),
-                                "org.freedesktop.DBus.Properties", "Get");
-        call.append(interface, property);
-        std::variant<Value> value;
-        bus.call(call, patience).read(value);
-        return std::get<Value>(value);
-    }
-
-    sdbusplus::bus::bus& bus;
-    sdbusplus::message::object_path object;
-};
 
 /** Looks at one template. */
 class TemplateCheck
