@@ -75,27 +75,36 @@ TEST_F(UploadBios, AcceptsAnImageWhoseApplyTimeIsNotKnown)
 TEST_F(UploadBios, SaysBothBoardsWhereTheyDiffer)
 {
     EXPECT_EQ(fwmgr({"upload", "bios", image("8")}),
-              refusal(imageRefused, image("8") + ": refused",
+              refusal(imageRefused, image("8") + ": is not for this board",
                       mismatch("the image is for board 8, this is board 1")));
     EXPECT_EQ(value("fwinfo", "stagingBIOS"), "");
     EXPECT_EQ(bmc.calls("security"), Calls());
 }
 
-TEST_F(UploadBios, SaysThatTheHostAnswersWithAnotherType)
+TEST_F(UploadBios, BlamesAHostThatTellsItsBoardInAnotherType)
 {
     bmc.set("host", "wrong-type");
+    const auto blames = [](const std::string& file,
+                           const std::vector<std::string>& library) {
+        return refusal(callFailed,
+                       file + ": could not be compared with this board",
+                       {"reading the identifier of this board", library, "",
+                        "com.WEXA.Host tells BoardId as 's' (\"1\"), where "
+                        "'q' is expected: update the host service"});
+    };
     EXPECT_EQ(fwmgr({"upload", "bios", image()}),
-              refusal(imageRefused, image() + ": refused",
-                      mismatch("the image is for board 1, the host service "
-                               "tells this board's identifier in a type that "
-                               "is not 'q', which counts as board 0")));
+              blames(image(), {"boardID is mismatch"}));
+    // The library alone would take it for this board's.
+    EXPECT_EQ(fwmgr({"upload", "bios", image("0")}), blames(image("0"), {}));
+    EXPECT_EQ(value("fwinfo", "stagingBIOS"), "");
 }
 
 TEST_F(UploadBios, TellsAHostThatIsNotThereFromAnotherBoard)
 {
     bmc.set("host", "absent");
     EXPECT_EQ(fwmgr({"upload", "bios", image()}),
-              refusal(callFailed, image() + ": could not be examined",
+              refusal(callFailed,
+                      image() + ": could not be compared with this board",
                       {"reading the identifier of this board",
                        {"boardID is mismatch: sd_bus_call: "
                         "org.freedesktop.DBus.Error.ServiceUnknown: The name "

@@ -66,6 +66,11 @@ class Bios : public FirmwareKind
         return isCapsule(std::move(image)) ? "BIOS capsule" : "BIOS image";
     }
 
+    bool tellsItsBoard(std::string image) const override
+    {
+        return !isCapsule(std::move(image));
+    }
+
     UploadResult upload(Manager& manager, const Target& target) const override
     {
         return manager.processUploadBiosImage(target.image,

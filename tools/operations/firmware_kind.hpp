@@ -36,6 +36,12 @@ class FirmwareKind
         return false;
     }
 
+    /** Whether the image is for one board, and tells which. */
+    virtual bool tellsItsBoard(std::string /*image*/) const
+    {
+        return false;
+    }
+
     virtual wexa::core::UploadResult upload(Manager& manager,
                                             const Target& target) const = 0;
     virtual int verify(Manager& manager, const Target& target) const = 0;

@@ -128,8 +128,9 @@ bool LibraryLog::tellsOfAFailedCall() const
     return cause != nullptr && cause->meaning == Meaning::failedCall;
 }
 
-bool LibraryLog::tellsOfAnotherBoard() const
+bool LibraryLog::tellsOfBoards() const
 {
-    const auto lines = err->lines();
-    return std::ranges::find(lines, "boardID is mismatch") != lines.end();
+    return std::ranges::any_of(err->lines(), [](const auto& line) {
+        return line.starts_with("boardID is mismatch");
+    });
 }

@@ -33,8 +33,10 @@ class LibraryLog
     /** Whether an operation failed because a service could not be asked. */
     bool tellsOfAFailedCall() const;
 
-    /** Whether a BIOS image was refused because it is for another board. */
-    bool tellsOfAnotherBoard() const;
+    /** Whether an operation failed when it compared the image's board with
+     *  this one.
+     */
+    bool tellsOfBoards() const;
 
   private:
     class Listener;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "../common/connection.hpp"
 #include "../common/failure.hpp"
-#include "board_mismatch.hpp"
+#include "board_identity.hpp"
 #include "components.hpp"
 #include "firmware_kind.hpp"
 #include "image_path.hpp"
@@ -12,6 +12,10 @@ static wexa::core::UploadResult accepted(sdbusplus::bus::bus& bus,
                                          const FirmwareKind& kind,
                                          const Target& target, bool verbose)
 {
+    if (kind.tellsItsBoard(target.image))
+    {
+        requireNoMistakeForBoard0(bus, target.image);
+    }
     const LibraryLog log(verbose);
     FirmwareKind::Manager manager(bus);
     wexa::core::UploadResult result;
@@ -32,15 +36,15 @@ static wexa::core::UploadResult accepted(sdbusplus::bus::bus& bus,
     {
         return result;
     }
-    auto reason = log.reason();
+    const auto reason = log.reason();
+    if (log.tellsOfBoards())
+    {
+        throw boardMismatch(bus, target.image, log);
+    }
     if (log.tellsOfAFailedCall())
     {
         throw Failure(ExitStatus::callFailed,
                       target.image + ": could not be examined", reason);
-    }
-    if (log.tellsOfAnotherBoard())
-    {
-        reason.hint += " (" + boardsInWords(bus, target.image) + ")";
     }
     throw Failure(ExitStatus::imageRefused, target.image + ": refused", reason);
 }

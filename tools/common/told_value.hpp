@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <sdbusplus/bus.hpp>
+
+#include <string>
+
+/** A value that a service told, whatever its type is: for messages about a
+ *  value of another type than the one that was expected.
+ */
+struct ToldValue
+{
+    /** The D-Bus type. */
+    std::string type;
+    /** The value in words; empty for a container. */
+    std::string text;
+
+    /** @return such as "'s' (\"seven\")" */
+    std::string inWords() const;
+};
+
+/** Reads the next value; of a variant, what it holds.
+ *
+ *  @return of no type where there is no further value
+ */
+ToldValue nextValueOf(sdbusplus::message::message& message);
+
+/** Where a property is read. */
+struct Place
+{
+    const char* service;
+    const char* path;
+    const char* interface;
+};
+
+/** Reads a property.
+ *
+ *  @throw sdbusplus::exception::exception  the service does not tell it
+ */
+ToldValue propertyAt(sdbusplus::bus::bus& bus, const Place& place,
+                     const char* property);

@@ -1,0 +1,98 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "board_identity.hpp"
+
+#include "../common/dbus_error.hpp"
+#include "../common/told_value.hpp"
+#include "core_library.hpp"
+
+#include <sdbusplus/exception.hpp>
+
+#include <cstdint>
+#include <limits>
+
+constexpr auto readingThisBoard = "reading the identifier of this board";
+constexpr auto expectedType = "q";
+
+static int boardOf(std::string image)
+{
+    return wexa::core::get_bios_board_id(image.data());
+}
+
+static std::string imageInWords(const std::string& image)
+{
+    const auto board = boardOf(image);
+    return board >= 0 && board <= std::numeric_limits<std::uint16_t>::max()
+               ? "the image is for board " + std::to_string(board)
+               : "the image tells no board";
+}
+
+static Failure notCompared(const std::string& image, Reason reason)
+{
+    reason.step = readingThisBoard;
+    return {ExitStatus::callFailed,
+            image + ": could not be compared with this board",
+            std::move(reason)};
+}
+
+static ToldValue thisBoard(sdbusplus::bus::bus& bus, const std::string& image)
+{
+    try
+    {
+        return propertyAt(bus,
+                          {"com.WEXA.Host", "/com/WEXA/Host", "com.WEXA.Host"},
+                          "BoardId");
+    }
+    catch (const sdbusplus::exception::exception& error)
+    {
+        throw notCompared(image, {"", {}, error.name(), hintFor(error.name())});
+    }
+}
+
+/** The library reads an identifier of another type as 0. */
+static void requireExpectedType(const std::string& image,
+                                const ToldValue& board,
+                                const std::vector<std::string>& library)
+{
+    if (board.type != expectedType)
+    {
+        throw notCompared(
+            image, {"", library, "",
+                    "com.WEXA.Host tells BoardId as " + board.inWords() +
+                        ", where 'q' is expected: update the host service"});
+    }
+}
+
+void requireThisBoard(sdbusplus::bus::bus& bus, FirmwareKind::Manager& manager,
+                      const std::string& image, bool verbose)
+{
+    const LibraryLog log(verbose);
+    if (!manager.compare_boardID(image))
+    {
+        throw boardMismatch(bus, image, log);
+    }
+    requireExpectedType(image, thisBoard(bus, image), {});
+}
+
+void requireNoMistakeForBoard0(sdbusplus::bus::bus& bus, std::string image)
+{
+    if (boardOf(image) == 0)
+    {
+        requireExpectedType(image, thisBoard(bus, image), {});
+    }
+}
+
+Failure boardMismatch(sdbusplus::bus::bus& bus, const std::string& image,
+                      const LibraryLog& log)
+{
+    auto reason = log.reason();
+    if (log.tellsOfAFailedCall())
+    {
+        return notCompared(image, reason);
+    }
+    const auto board = thisBoard(bus, image);
+    requireExpectedType(image, board, reason.library);
+    reason.hint +=
+        " (" + imageInWords(image) + ", this is board " + board.text + ")";
+    return {ExitStatus::imageRefused, image + ": is not for this board",
+            reason};
+}
