@@ -1,16 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "builtin_manager.hpp"
 
-#include "child.hpp"
-#include "flash_settings.hpp"
 #include "flash_units.hpp"
 #include "unit_text.hpp"
 
-#include <signal.h>
-#include <sys/wait.h>
-
 #include <algorithm>
-#include <stdexcept>
 
 namespace bmcsim
 {
@@ -18,13 +12,8 @@ namespace bmcsim
 constexpr auto busName = "org.freedesktop.systemd1";
 constexpr auto managerPath = "/org/freedesktop/systemd1";
 constexpr auto managerInterface = "org.freedesktop.systemd1.Manager";
-constexpr auto unitInterface = "org.freedesktop.systemd1.Unit";
-constexpr auto serviceInterface = "org.freedesktop.systemd1.Service";
 
-static sdbus::ObjectPath jobPath(std::uint32_t job)
-{
-    return std::string(managerPath) + "/job/" + std::to_string(job);
-}
+using Texts = std::vector<std::string>;
 
 BuiltinManager::BuiltinManager(const PrivateDirectory& directory) :
     directory(directory),
@@ -34,12 +23,11 @@ BuiltinManager::BuiltinManager(const PrivateDirectory& directory) :
     bus->requestName(busName);
 }
 
-BuiltinManager::~BuiltinManager()
+void BuiltinManager::offer(const char* member, const char* in, const char* out,
+                           sdbus::method_callback answer)
 {
-    for (auto& [name, unit] : units)
-    {
-        end(unit.process);
-    }
+    manager->registerMethod(managerInterface, member, in, out,
+                            std::move(answer));
 }
 
 void BuiltinManager::offerManager()
@@ -47,34 +35,16 @@ void BuiltinManager::offerManager()
     // The type of an answer is part of the object: a new one has another.
     manager.reset();
     manager = sdbus::createObject(*bus, managerPath);
-    const auto offer = [this](const char* member, const char* in,
-                              const char* out, auto&& answer) {
-        manager->registerMethod(managerInterface, member, in, out, answer);
-    };
-    const auto load = [this](sdbus::MethodCall call) {
-        std::string name;
-        call >> name;
-        this->load(name);
-        auto reply = call.createReply();
-        reply << sdbus::ObjectPath(unitText::objectPath(name));
-        reply.send();
-    };
-    const auto accept = [](sdbus::MethodCall call) {
-        call.createReply().send();
-    };
     const auto* const started = behaving == Behaviour::wrongType ? "u" : "o";
     offer("StartUnit", "ss", started,
           [this](sdbus::MethodCall call) { answerStart(std::move(call)); });
     offer("StopUnit", "ss", "o",
           [this](sdbus::MethodCall call) { answerStop(std::move(call)); });
-    offer("LoadUnit", "s", "o", load);
-    offer("GetUnit", "s", "o", load);
-    offer("RefUnit", "s", "", [this](sdbus::MethodCall call) {
-        std::string name;
-        call >> name;
-        this->load(name);
+    offerUnits();
+    offerLists();
+    const auto accept = [](sdbus::MethodCall call) {
         call.createReply().send();
-    });
+    };
     offer("UnrefUnit", "s", "", accept);
     offer("Subscribe", "", "", accept);
     offer("Unsubscribe", "", "", accept);
@@ -83,7 +53,68 @@ void BuiltinManager::offerManager()
     manager->finishRegistration();
 }
 
-BuiltinManager::Unit& BuiltinManager::load(const std::string& name)
+static std::string nameFrom(sdbus::MethodCall& call)
+{
+    std::string name;
+    call >> name;
+    return name;
+}
+
+template <typename... Values>
+static void reply(sdbus::MethodCall& call, const Values&... values)
+{
+    auto message = call.createReply();
+    static_cast<void>((message << ... << values));
+    message.send();
+}
+
+void BuiltinManager::offerUnits()
+{
+    offer("LoadUnit", "s", "o", [this](sdbus::MethodCall call) {
+        reply(call, load(nameFrom(call)).path());
+    });
+    offer("GetUnit", "s", "o", [this](sdbus::MethodCall call) {
+        const auto name = nameFrom(call);
+        const auto loaded = units.find(name);
+        if (loaded == units.end())
+        {
+            throw sdbus::Error("org.freedesktop.systemd1.NoSuchUnit",
+                               "Unit " + name + " not loaded.");
+        }
+        reply(call, loaded->second.path());
+    });
+    offer("RefUnit", "s", "", [this](sdbus::MethodCall call) {
+        load(nameFrom(call));
+        reply(call);
+    });
+}
+
+void BuiltinManager::offerLists()
+{
+    constexpr auto entries = "a(ssssssouso)";
+    const auto listed = [this](const Texts& states, const Texts& patterns) {
+        std::vector<BuiltinUnit::Entry> list;
+        for (const auto& [name, unit] : units)
+        {
+            if (unit.isIn(states) && unit.isNamed(patterns))
+            {
+                list.push_back(unit.entry());
+            }
+        }
+        return list;
+    };
+    offer("ListUnits", "", entries,
+          [listed](sdbus::MethodCall call) { reply(call, listed({}, {})); });
+    offer("ListUnitsByPatterns", "asas", entries,
+          [listed](sdbus::MethodCall call) {
+              Texts states;
+              Texts patterns;
+              call >> states >> patterns;
+              reply(call, listed(states, patterns));
+          });
+}
+
+BuiltinUnit& BuiltinManager::load(const std::string& name)
 {
     if (!unitText::isValidName(name))
     {
@@ -102,40 +133,14 @@ BuiltinManager::Unit& BuiltinManager::load(const std::string& name)
         throw sdbus::Error("org.freedesktop.systemd1.NoSuchUnit",
                            "Unit " + name + " not found.");
     }
-
-    auto& unit = units[name];
-    if (!unit.object)
-    {
-        unit.object = sdbus::createObject(*bus, unitText::objectPath(name));
-        const auto offer = [&unit](const char* interface, const char* property,
-                                   const char* type, auto&& get) {
-            unit.object->registerProperty(interface, property, type, get);
-        };
-        using Reply = sdbus::PropertyGetReply;
-        offer(unitInterface, "Id", "s", [name](Reply& r) { r << name; });
-        offer(unitInterface, "LoadState", "s", [](Reply& r) { r << "loaded"; });
-        offer(unitInterface, "ActiveState", "s",
-              [&unit](Reply& r) { r << unit.activeState; });
-        offer(unitInterface, "ConditionResult", "b",
-              [](Reply& r) { r << true; });
-        offer(unitInterface, "AssertResult", "b", [](Reply& r) { r << true; });
-        offer(serviceInterface, "Type", "s", [](Reply& r) { r << "oneshot"; });
-        offer(serviceInterface, "Result", "s",
-              [&unit](Reply& r) { r << unit.result; });
-        offer(serviceInterface, "ExecMainCode", "i",
-              [&unit](Reply& r) { r << unit.exitCode; });
-        offer(serviceInterface, "ExecMainStatus", "i",
-              [&unit](Reply& r) { r << unit.exitStatus; });
-        unit.object->finishRegistration();
-    }
-    return unit;
+    return units.try_emplace(name, *bus, directory, name).first->second;
 }
 
 void BuiltinManager::announce(const char* signal, std::uint32_t job,
-                              const std::string& unit, const char* result)
+                              const BuiltinUnit& unit, const char* result)
 {
     auto message = manager->createSignal(managerInterface, signal);
-    message << job << jobPath(job) << unit;
+    message << job << jobPath(job) << unit.id();
     if (result != nullptr)
     {
         message << result;
@@ -145,95 +150,87 @@ void BuiltinManager::announce(const char* signal, std::uint32_t job,
 
 void BuiltinManager::answerStart(sdbus::MethodCall call)
 {
-    std::string name;
-    std::string mode;
-    call >> name >> mode;
-    auto& unit = load(name);
-    const auto job = begin(name, unit);
-    auto reply = call.createReply();
+    auto& unit = load(nameFrom(call));
+    // A unit that is being started already has a job for it.
+    const auto isNew = !unit.runs();
+    if (isNew)
+    {
+        unit.startJob = ++lastJob;
+        unit.tellChanges();
+        announce("JobNew", unit.startJob, unit);
+    }
     if (behaving == Behaviour::wrongType)
     {
-        reply << unit.job;
+        reply(call, unit.startJob);
     }
     else
     {
-        reply << job;
+        reply(call, jobPath(unit.startJob));
     }
-    reply.send();
+    if (isNew)
+    {
+        begin(unit);
+    }
 }
 
-sdbus::ObjectPath BuiltinManager::begin(const std::string& name, Unit& unit)
+void BuiltinManager::begin(BuiltinUnit& unit)
 {
-    // A unit that is being started already has a job for it.
-    if (unit.process < 0)
+    const auto started = unit.start();
+    unit.tellChanges();
+    if (!started)
     {
-        const auto instance = unitText::unescaped(UnitName(name).instance);
-        unit.process = start({flashCommand(directory, instance),
-                              {"PATH=/usr/bin:/bin"},
-                              directory.log("flash")});
-        unit.deadline = std::chrono::steady_clock::now() +
-                        FlashSettings::read(directory).timeout;
-        unit.timedOut = false;
-        unit.activeState = "activating";
-        unit.job = ++lastJob;
-        announce("JobNew", unit.job, name, nullptr);
+        finish(unit, unit.startJob, "failed");
     }
-    return jobPath(unit.job);
 }
 
 void BuiltinManager::answerStop(sdbus::MethodCall call)
 {
-    std::string name;
-    std::string mode;
-    call >> name >> mode;
-    auto& unit = load(name);
-    unit.stopJob = ++lastJob;
-    auto reply = call.createReply();
-    reply << jobPath(unit.stopJob);
-    reply.send();
-
-    if (unit.process > 0)
+    auto& unit = load(nameFrom(call));
+    const auto isNew = unit.stopJob == 0;
+    if (isNew)
     {
-        announce("JobRemoved", unit.job, name, "canceled");
-        announce("JobNew", unit.stopJob, name, nullptr);
-        kill(unit.process, SIGTERM);
-        return;
+        unit.stopJob = ++lastJob;
     }
-    announce("JobRemoved", unit.stopJob, name, "done");
-    unit.stopJob = 0;
+    reply(call, jobPath(unit.stopJob));
+    if (!unit.runs())
+    {
+        finish(unit, unit.stopJob, "done");
+    }
+    else if (isNew)
+    {
+        announce("JobRemoved", std::exchange(unit.startJob, 0), unit,
+                 "canceled");
+        announce("JobNew", unit.stopJob, unit);
+        unit.stop();
+        unit.tellChanges();
+    }
 }
 
 void BuiltinManager::childEnded(pid_t child, int status)
 {
-    const auto ended = std::ranges::find_if(
-        units, [child](const auto& u) { return u.second.process == child; });
-    if (ended != units.end())
+    const auto found = std::ranges::find_if(units, [child](const auto& unit) {
+        return unit.second.isProcess(child);
+    });
+    if (found == units.end())
     {
-        conclude(ended->first, ended->second, status);
-    }
-}
-
-void BuiltinManager::conclude(const std::string& name, Unit& unit, int status)
-{
-    unit.process = -1;
-    unit.exitCode = WIFSIGNALED(status) ? CLD_KILLED : CLD_EXITED;
-    unit.exitStatus =
-        WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status);
-    if (unit.stopJob != 0)
-    {
-        unit.result = "success";
-        unit.activeState = "inactive";
-        announce("JobRemoved", std::exchange(unit.stopJob, 0), name, "done");
         return;
     }
+    auto& unit = found->second;
+    unit.ended(status);
+    unit.tellChanges();
+    if (unit.stopJob != 0)
+    {
+        finish(unit, unit.stopJob, "done");
+        return;
+    }
+    finish(unit, unit.startJob, unit.hasSucceeded() ? "done" : "failed");
+}
 
-    unit.result = unit.timedOut          ? "timeout"
-                  : WIFSIGNALED(status)  ? "signal"
-                  : unit.exitStatus != 0 ? "exit-code"
-                                         : "success";
-    const auto done = unit.result == "success";
-    unit.activeState = done ? "inactive" : "failed";
-    announce("JobRemoved", unit.job, name, done ? "done" : "failed");
+void BuiltinManager::finish(BuiltinUnit& unit, std::uint32_t& job,
+                            const char* result)
+{
+    announce("JobRemoved", std::exchange(job, 0), unit, result);
+    unit.tellChanges();
 }
 
 std::optional<std::chrono::steady_clock::time_point> BuiltinManager::deadline()
@@ -241,9 +238,9 @@ std::optional<std::chrono::steady_clock::time_point> BuiltinManager::deadline()
     std::optional<std::chrono::steady_clock::time_point> first;
     for (const auto& [name, unit] : units)
     {
-        if (unit.process > 0 && !unit.timedOut)
+        if (const auto last = unit.deadline())
         {
-            first = std::min(first.value_or(unit.deadline), unit.deadline);
+            first = std::min(first.value_or(*last), *last);
         }
     }
     return first;
@@ -253,12 +250,7 @@ void BuiltinManager::wake()
 {
     for (auto& [name, unit] : units)
     {
-        if (unit.process > 0 && !unit.timedOut &&
-            std::chrono::steady_clock::now() >= unit.deadline)
-        {
-            unit.timedOut = true;
-            kill(unit.process, SIGTERM);
-        }
+        unit.stopIfLate();
     }
 }
 

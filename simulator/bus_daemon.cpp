@@ -26,6 +26,7 @@ static void writeConfiguration(const std::filesystem::path& file,
   <listen>)" << address << R"(</listen>
   <auth>EXTERNAL</auth>
   <policy context="default">
+    <allow user="*"/>
     <allow send_destination="*" eavesdrop="true"/>
     <allow eavesdrop="true"/>
     <allow own="*"/>

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "flash_settings.hpp"
 
+#include "child.hpp"
 #include "choice.hpp"
 
 #include <charconv>
@@ -34,10 +35,15 @@ void FlashSettings::write(const PrivateDirectory& directory) const
 {
     // A flash that starts meanwhile must find the file whole.
     const auto unfinished = directory.path() / "flash.settings.new";
-    std::ofstream(unfinished) << behaviour << '\n'
-                              << time.count() << '\n'
-                              << timeout.count() << '\n'
-                              << unit << '\n';
+    std::ofstream file(unfinished);
+    file << behaviour << '\n'
+         << time.count() << '\n'
+         << timeout.count() << '\n'
+         << unit << std::endl;
+    if (!file)
+    {
+        fail("cannot write " + unfinished.string());
+    }
     std::filesystem::rename(unfinished, fileIn(directory));
 }
 

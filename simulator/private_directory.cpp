@@ -20,7 +20,7 @@ PrivateDirectory PrivateDirectory::make()
     const auto base = std::filesystem::temp_directory_path();
     auto name = (base / (prefix + std::string("XXXXXX"))).string();
     // systemd's own socket has the longest name.
-    if (name.size() + sizeof("/run/systemd/private") >
+    if (name.size() + sizeof("/manager/systemd/private") >
         sizeof(sockaddr_un::sun_path))
     {
         throw std::runtime_error("the path " + base.string() +
@@ -32,8 +32,9 @@ PrivateDirectory PrivateDirectory::make()
         fail("cannot make a directory in " + base.string());
     }
     PrivateDirectory made{name};
-    for (const auto& part : {made.runtime(), made.units(), made.empty(),
-                             made.flash(), made.root / "log"})
+    for (const auto& part :
+         {made.runtime(), made.managerRuntime(), made.units(), made.empty(),
+          made.flash(), made.root / "log"})
     {
         std::filesystem::create_directory(part);
         std::filesystem::permissions(part, std::filesystem::perms::owner_all);

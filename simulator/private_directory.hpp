@@ -36,10 +36,19 @@ class PrivateDirectory
         return root;
     }
 
-    /** systemd joins a bus only where it lies in its runtime directory. */
+    /** The runtime directory of the command. */
     std::filesystem::path runtime() const
     {
         return root / "run";
+    }
+
+    /** The runtime directory of systemd. Its private socket, which lies here,
+     *  is not for the command: systemd turns processes of other process
+     *  namespaces away there.
+     */
+    std::filesystem::path managerRuntime() const
+    {
+        return root / "manager";
     }
 
     std::filesystem::path busSocket() const

@@ -176,6 +176,8 @@ class Container
     sigprocmask(SIG_SETMASK, &signals, nullptr);
     setenv("DBUS_SYSTEM_BUS_ADDRESS", directory.busAddress().c_str(), 1);
     setenv("DBUS_SESSION_BUS_ADDRESS", directory.busAddress().c_str(), 1);
+    // Where systemctl --user looks for its manager.
+    setenv("XDG_RUNTIME_DIR", directory.runtime().c_str(), 1);
     setenv("WEXA_BMCSIM_DIR", directory.path().c_str(), 1);
     auto argv = pointersTo(command);
     execvp(argv[0], argv.data());

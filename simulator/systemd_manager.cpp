@@ -37,7 +37,7 @@ static Program program(const PrivateDirectory& directory)
     return {{"/lib/systemd/systemd", "--user"},
             {"PATH=/usr/sbin:/usr/bin:/sbin:/bin",
              "HOME=" + directory.path().string(),
-             "XDG_RUNTIME_DIR=" + directory.runtime().string(),
+             "XDG_RUNTIME_DIR=" + directory.managerRuntime().string(),
              "DBUS_SESSION_BUS_ADDRESS=" + directory.busAddress(),
              "SYSTEMD_UNIT_PATH=" + directory.units().string(),
              "SYSTEMD_GENERATOR_PATH=" + empty,

@@ -47,7 +47,9 @@ Simulation::Simulation(const std::vector<std::string>& options) :
 std::vector<std::string> Simulation::environment() const
 {
     return {"WEXA_BMCSIM_DIR=" + where,
-            "DBUS_SYSTEM_BUS_ADDRESS=" + busAddress()};
+            "XDG_RUNTIME_DIR=" + where + "/run",
+            "DBUS_SYSTEM_BUS_ADDRESS=" + busAddress(),
+            "DBUS_SESSION_BUS_ADDRESS=" + busAddress()};
 }
 
 Completed Simulation::run(std::vector<std::string> command) const
