@@ -2,13 +2,15 @@
 #include "client.hpp"
 
 #include "bus_daemon.hpp"
+#include "complaint.hpp"
 #include "control.hpp"
 #include "exit_status.hpp"
 #include "private_directory.hpp"
 #include "scenario.hpp"
 
+#include <plain.hpp>
+
 #include <cstdlib>
-#include <iomanip>
 #include <iostream>
 #include <stdexcept>
 
@@ -16,6 +18,11 @@ namespace bmcsim
 {
 
 using nlohmann::json;
+
+static std::string shown(const PrivateDirectory& directory)
+{
+    return plain::line(directory.path().string());
+}
 
 /** The only simulated BMC that runs on this machine. */
 static PrivateDirectory onlyOneRunning()
@@ -28,7 +35,7 @@ static PrivateDirectory onlyOneRunning()
     std::string names;
     for (const auto& each : running)
     {
-        names += "\n  " + each.path().string();
+        names += "\n  " + shown(each);
     }
     throw std::runtime_error(
         running.empty()
@@ -53,13 +60,12 @@ connectTo(const PrivateDirectory& where)
 {
     if (!std::filesystem::is_socket(where.busSocket()))
     {
-        throw std::runtime_error("no simulated BMC runs in " +
-                                 where.path().string());
+        throw std::runtime_error("no simulated BMC runs in " + shown(where));
     }
     if (!listens(where.busSocket()))
     {
         throw std::runtime_error("the bus of the simulated BMC in " +
-                                 where.path().string() + " is gone");
+                                 shown(where) + " is gone");
     }
     return sdbus::createSessionBusConnectionWithAddress(where.busAddress());
 }
@@ -76,13 +82,13 @@ try
 
 catch (const sdbus::Error& error)
 {
-    std::cerr << "wexa-bmcsim: " << error.getMessage() << std::endl;
+    complain(plain::line(error.getMessage()));
     return exitStatus::refused;
 }
 
 catch (const std::exception& error)
 {
-    std::cerr << "wexa-bmcsim: " << error.what() << std::endl;
+    complain(error.what());
     return exitStatus::refused;
 }
 
@@ -107,50 +113,62 @@ int setBehaviour(const std::string& directory, const std::string& what,
     });
 }
 
-static void printCalls(const json& service)
+static std::string textOf(const json& value)
 {
-    auto separator = "";
+    return value.get<std::string>();
+}
+
+static std::string callsOf(const json& service)
+{
+    std::string text;
     for (const auto& [member, count] : service["calls"].items())
     {
-        const auto last = service["last"][member].get<std::string>();
-        std::cout << separator << member << ' ' << count
-                  << (last.empty() ? "" : " (last: " + last + ")");
-        separator = ", ";
+        const auto last = textOf(service["last"][member]);
+        text += (text.empty() ? "; calls: " : ", ") + member + ' ' +
+                count.dump() + (last.empty() ? "" : " (last: " + last + ")");
+    }
+    return text;
+}
+
+static void addServices(std::vector<plain::Row>& rows, const json& services)
+{
+    for (const auto& [label, service] : services.items())
+    {
+        rows.emplace_back(label,
+                          textOf(service["behaviour"]) + callsOf(service));
+        for (const auto& [name, value] : service["values"].items())
+        {
+            rows.emplace_back("  " + name, textOf(value));
+        }
     }
 }
 
-static void printTable(const json& state)
+static void addFlash(std::vector<plain::Row>& rows, const json& flash)
 {
-    const auto row = [](const std::string& name) -> std::ostream& {
-        return std::cout << std::left << std::setw(20) << name;
-    };
-    row("directory") << state["directory"].get<std::string>() << '\n';
-    row("manager") << state["manager"]["kind"].get<std::string>() << ", "
-                   << state["manager"]["behaviour"].get<std::string>() << '\n';
-    for (const auto& [label, service] : state["services"].items())
-    {
-        row(label) << service["behaviour"].get<std::string>()
-                   << (service["calls"].empty() ? "" : "; calls: ");
-        printCalls(service);
-        std::cout << '\n';
-        for (const auto& [name, value] : service["values"].items())
-        {
-            row("  " + name) << value.get<std::string>() << '\n';
-        }
-    }
-    const auto& flash = state["flash"];
-    row("flash") << flash["behaviour"].get<std::string>() << ", units "
-                 << flash["unit"].get<std::string>() << ", " << flash["time-ms"]
-                 << " ms, given up after " << flash["timeout-ms"] << " ms\n";
+    rows.emplace_back("flash", textOf(flash["behaviour"]) + ", units " +
+                                   textOf(flash["unit"]) + ", " +
+                                   flash["time-ms"].dump() +
+                                   " ms, given up after " +
+                                   flash["timeout-ms"].dump() + " ms");
     for (const auto& [partition, content] : flash["partitions"].items())
     {
-        row("  " + partition)
-            << content["bytes"] << " bytes, "
-            << (content["version"].is_null()
-                    ? "no whole image"
-                    : "version " + content["version"].get<std::string>())
-            << '\n';
+        rows.emplace_back("  " + partition,
+                          content["bytes"].dump() + " bytes, " +
+                              (content["version"].is_null()
+                                   ? "no whole image"
+                                   : "version " + textOf(content["version"])));
     }
+}
+
+static std::string asTable(const json& state)
+{
+    std::vector<plain::Row> rows{
+        {"directory", textOf(state["directory"])},
+        {"manager", textOf(state["manager"]["kind"]) + ", " +
+                        textOf(state["manager"]["behaviour"])}};
+    addServices(rows, state["services"]);
+    addFlash(rows, state["flash"]);
+    return plain::table(rows);
 }
 
 int printState(const std::string& directory, bool asJson)
@@ -161,21 +179,19 @@ int printState(const std::string& directory, bool asJson)
             .onInterface(control::interface)
             .storeResultsTo(text);
         const auto state = json::parse(text);
-        if (asJson)
-        {
-            std::cout << state.dump(2) << '\n';
-            return;
-        }
-        printTable(state);
+        std::cout << (asJson ? state.dump(2, ' ', true) + '\n'
+                             : asTable(state));
     });
 }
 
 int listScenarios()
 {
+    std::vector<plain::Row> rows;
     for (const auto& [name, description, settings] : scenarios())
     {
-        std::cout << std::left << std::setw(24) << name << description << '\n';
+        rows.emplace_back(name, description);
     }
+    std::cout << plain::table(rows);
     return EXIT_SUCCESS;
 }
 

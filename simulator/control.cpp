@@ -25,7 +25,11 @@ Control::Control(Board& board, const std::string& busAddress) :
             });
     object->registerMethod("State")
         .onInterface(control::interface)
-        .implementedAs([&board] { return board.state().dump(); });
+        .implementedAs([&board] {
+            // A path and a flashed file may hold bytes that are not UTF-8.
+            return board.state().dump(-1, ' ', true,
+                                      nlohmann::json::error_handler_t::replace);
+        });
     object->finishRegistration();
     bus->requestName(control::service);
 }

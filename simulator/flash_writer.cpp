@@ -7,6 +7,7 @@
 #include "image_check.hpp"
 
 #include <fcntl.h>
+#include <plain.hpp>
 #include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -127,14 +128,16 @@ try
     {
         throw std::runtime_error(path + " does not hold what was written");
     }
-    std::cout << "flash: " << job.imagePath << " is written to "
-              << job.partition << std::endl;
+    std::cout << plain::line("flash: " + job.imagePath + " is written to " +
+                             job.partition)
+              << std::endl;
     return EXIT_SUCCESS;
 }
 
 catch (const std::exception& error)
 {
-    std::cerr << "flash: " << instance << ": " << error.what() << std::endl;
+    std::cerr << plain::line("flash: " + instance + ": " + error.what())
+              << std::endl;
     return EXIT_FAILURE;
 }
 

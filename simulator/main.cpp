@@ -1,14 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "client.hpp"
+#include "complaint.hpp"
 #include "exit_status.hpp"
 #include "flash_writer.hpp"
 #include "run.hpp"
 #include "scenario.hpp"
 
 #include <CLI/CLI.hpp>
+#include <plain.hpp>
 
 #include <functional>
-#include <iostream>
 #include <map>
 
 // wexa-bmcsim: a BMC on a desk.
@@ -178,8 +179,8 @@ int main(int argc, char** argv)
     }
     catch (const CLI::ParseError& error)
     {
-        std::cerr << "wexa-bmcsim: " << error.what()
-                  << "; see wexa-bmcsim --help" << std::endl;
+        bmcsim::complain(plain::line(error.what()) +
+                         "; see wexa-bmcsim --help");
         return bmcsim::exitStatus::wrongUsage;
     }
     return action();

@@ -2,10 +2,12 @@
 #include "run.hpp"
 
 #include "child.hpp"
+#include "complaint.hpp"
 #include "control_group.hpp"
 #include "exit_status.hpp"
 
 #include <fcntl.h>
+#include <plain.hpp>
 #include <poll.h>
 #include <sched.h>
 #include <signal.h>
@@ -16,7 +18,6 @@
 
 #include <cerrno>
 #include <cstring>
-#include <iostream>
 #include <stdexcept>
 
 namespace bmcsim
@@ -182,8 +183,8 @@ class Container
     auto argv = pointersTo(command);
     execvp(argv[0], argv.data());
     const auto missing = errno == ENOENT;
-    std::cerr << "wexa-bmcsim: cannot run " << command[0] << ": "
-              << std::strerror(errno) << std::endl;
+    complain("cannot run " + plain::line(command[0]) + ": " +
+             std::strerror(errno));
     _exit(missing ? 127 : 126);
 }
 
@@ -260,7 +261,7 @@ try
 
 catch (const std::exception& error)
 {
-    std::cerr << "wexa-bmcsim: " << error.what() << std::endl;
+    complain(error.what());
     return exitStatus::noBoard;
 }
 

@@ -5,6 +5,7 @@
 #include "common/unit_name.hpp"
 
 #include <CLI/CLI.hpp>
+#include <plain.hpp>
 
 #include <algorithm>
 #include <vector>
@@ -193,8 +194,23 @@ bool asksForJson(int argc, char** argv)
     return std::find(argv, argv + argc, std::string("--json")) != argv + argc;
 }
 
+/** D-Bus carries nothing else, and ends a connection that tries. */
+static void requireUtf8(int argc, char** argv)
+{
+    const auto* const odd =
+        std::find_if_not(argv, argv + argc,
+                         [](const auto* text) { return plain::isUtf8(text); });
+    if (odd != argv + argc)
+    {
+        throw Failure(ExitStatus::wrongUsage,
+                      "the argument '" + std::string(*odd) + "' is not UTF-8",
+                      "D-Bus carries UTF-8 only: rename what it names");
+    }
+}
+
 std::optional<Command> parse(int argc, char** argv)
 {
+    requireUtf8(argc, argv);
     CLI::App app("Firmware updates by hand, on the bus of a BMC.",
                  "wexa-fwmgr");
     app.require_subcommand(0, 1);

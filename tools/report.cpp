@@ -3,6 +3,8 @@
 
 #include "trace.hpp"
 
+#include <plain.hpp>
+
 #include <cerrno>
 #include <cstring>
 #include <iostream>
@@ -10,10 +12,12 @@
 Report::Report(std::string verb, bool json) : verb(std::move(verb)), json(json)
 {}
 
-/** Invalid UTF-8, such as a file name may be, is replaced. */
+/** In ASCII, for terminals. Invalid UTF-8, such as a file name may be, is
+ *  replaced.
+ */
 static std::string dumped(const nlohmann::json& value, int indent)
 {
-    return value.dump(indent, ' ', false,
+    return value.dump(indent, ' ', true,
                       nlohmann::json::error_handler_t::replace);
 }
 
@@ -28,7 +32,7 @@ void Report::tell(const Result& event)
     }
     else
     {
-        std::cout << event.text;
+        std::cout << plain::lines(event.text);
     }
     std::cout.flush();
     if (!std::cout)
@@ -75,7 +79,7 @@ int Report::succeed(const Result& result)
     }
     else
     {
-        std::cout << result.text;
+        std::cout << plain::lines(result.text);
     }
     return ended(ExitStatus::success,
                  result.text.empty() ? "success\n" : result.text);
@@ -85,13 +89,13 @@ static void printDetail(const char* label, const std::string& text)
 {
     if (!text.empty())
     {
-        std::cerr << "  " << label << text << '\n';
+        std::cerr << "  " << label << plain::line(text) << '\n';
     }
 }
 
 static void printFailure(const Failure& failure)
 {
-    std::cerr << "wexa-fwmgr: " << failure.what() << '\n';
+    std::cerr << "wexa-fwmgr: " << plain::line(failure.what()) << '\n';
     const auto& reason = failure.reason;
     printDetail("step:     ", reason.step);
     for (const auto& line : reason.library)
@@ -119,14 +123,14 @@ int Report::fail(const Failure& failure)
     }
     else
     {
-        std::cout << failure.found.text;
+        std::cout << plain::lines(failure.found.text);
         std::cout.flush();
         if (std::cout)
         {
             printFailure(failure);
         }
     }
-    return ended(failure.status, std::string(failure.what()) + '\n');
+    return ended(failure.status, plain::line(failure.what()) + '\n');
 }
 
 /** A result that nobody can read is not a success. */
@@ -138,7 +142,8 @@ int Report::ended(ExitStatus status, const std::string& outcome)
         return static_cast<int>(status);
     }
     std::cerr << "wexa-fwmgr: cannot write to standard output: "
-              << std::strerror(errno) << "\n  outcome:  " << outcome;
+              << std::strerror(errno)
+              << "\n  outcome:  " << plain::lines(outcome);
     std::cerr.flush();
     return static_cast<int>(
         status == ExitStatus::success ? ExitStatus::unexpected : status);

@@ -2,6 +2,7 @@
 #include "trace.hpp"
 
 #include <dlfcn.h>
+#include <plain.hpp>
 #include <systemd/sd-bus.h>
 
 #include <chrono>
@@ -41,22 +42,26 @@ json describe(sd_bus_message* call)
             {"signature", orNone(sd_bus_message_get_signature(call, 1))}};
 }
 
+void show(const std::string& text)
+{
+    std::fprintf(stderr, "trace: %s\n", plain::line(text).c_str());
+}
+
 void showBegin(const json& call)
 {
     const auto word = [&](const char* key) {
         return call[key].get<std::string>();
     };
-    std::fprintf(stderr, "trace: %s %s %s.%s(%s)\n", word("service").c_str(),
-                 word("path").c_str(), word("interface").c_str(),
-                 word("member").c_str(), word("signature").c_str());
+    show(word("service") + ' ' + word("path") + ' ' + word("interface") + '.' +
+         word("member") + '(' + word("signature") + ')');
 }
 
 void showEnd(double milliseconds, const std::string& error,
              const std::string& reply)
 {
-    std::fprintf(stderr, "trace:   %.1f ms, %s\n", milliseconds,
-                 error.empty() ? ("answered (" + reply + ")").c_str()
-                               : error.c_str());
+    char time[32];
+    std::snprintf(time, sizeof(time), "  %.1f ms, ", milliseconds);
+    show(time + (error.empty() ? "answered (" + reply + ")" : error));
 }
 
 } // namespace

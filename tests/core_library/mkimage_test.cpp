@@ -65,6 +65,22 @@ class Mkimage : public testing::Test
     std::string output = directory.file("image");
 };
 
+TEST_F(Mkimage, ShowsPathsAndArgumentsPlain)
+{
+    output = directory.file("a\x1b[2J\nforged");
+    const auto shown = directory.file(R"(a\x1b[2J\x0aforged)");
+    const auto made = bmc({"--size", "1"});
+    EXPECT_EQ(made,
+              (Completed{0,
+                         shown + ": 66 bytes, version 1, SHA-256 " +
+                             sha256(bytesOf(output)) + '\n',
+                         ""}));
+    EXPECT_EQ(bmc(), failed(1, shown + " exists; --force replaces it"));
+    EXPECT_EQ(bmc({"--\x1b\nforged"}),
+              usage("The following argument was not expected: "
+                    "--\\x1b\\x0aforged"));
+}
+
 TEST_F(Mkimage, WritesEveryFieldWhereTheFormatHasIt)
 {
     const auto payload = directory.file("payload");
@@ -138,6 +154,10 @@ TEST_F(Mkimage, LeavesAFileThatExistsAsItIs)
 TEST_F(Mkimage, RefusesAPlaceThatItCannotWriteTo)
 {
     output = directory.file("missing/image");
+    EXPECT_EQ(bmc(),
+              failed(1, "there is no directory " + directory.file("missing") +
+                            "; make it with mkdir -p"));
+    output = "/proc/image";
     EXPECT_EQ(bmc(), failed(1, "cannot write " + output +
                                    ": No such file or directory"));
     output = directory.path();

@@ -103,24 +103,31 @@ bool fits(std::vector<std::string> shown, std::vector<std::string> came)
            fits(shown, {came.begin() + 1, came.end()});
 }
 
-/** The documents' own folder of images is one of the test's. */
+/** The documents' own folder of images is one of the test's, which is not
+ *  there before a document makes it.
+ */
 class Folder
 {
   public:
     std::string enter(const std::string& text) const
     {
-        return replaced(text, "/tmp/images", directory.path());
+        return replaced(text, "/tmp/images", images());
     }
 
     std::string leave(const std::string& text) const
     {
-        auto escaped = directory.path().string();
+        auto escaped = images();
         std::ranges::replace(escaped, '/', '-');
-        return replaced(replaced(text, directory.path(), "/tmp/images"),
-                        escaped, "-tmp-images");
+        return replaced(replaced(text, images(), "/tmp/images"), escaped,
+                        "-tmp-images");
     }
 
   private:
+    std::string images() const
+    {
+        return directory.file("images");
+    }
+
     TemporaryDirectory directory;
 };
 

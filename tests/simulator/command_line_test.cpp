@@ -46,6 +46,17 @@ TEST(BmcsimCommandLine, RefusesUnknownOptionsAndManagers)
                     "security=refuse"));
 }
 
+TEST(BmcsimCommandLine, ShowsArgumentsPlain)
+{
+    EXPECT_EQ(runBmcsim({"\x1b[2J\nforged"}),
+              usage("The following argument was not expected: "
+                    "\\x1b[2J\\x0aforged"));
+    EXPECT_EQ(runBmcsim({"run", "--manager", "builtin", "--",
+                         "/nonexistent/\x1b[2J\nforged"}),
+              refusal(127, "cannot run /nonexistent/\\x1b[2J\\x0aforged: No "
+                           "such file or directory"));
+}
+
 TEST(BmcsimCommandLine, SaysWhatCanBeSetFromTheStart)
 {
     EXPECT_EQ(

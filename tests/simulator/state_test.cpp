@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "../support/bytes.hpp"
 #include "../support/simulation.hpp"
 #include "../support/temporary_directory.hpp"
 
@@ -44,34 +45,34 @@ TEST_F(State, TellsHowServicesAreToBehaveFromTheStart)
     EXPECT_EQ(
         state,
         (Completed{0,
-                   "directory           " + other.directory() +
+                   "directory            " + other.directory() +
                        "\n"
-                       "manager             builtin, normal\n"
-                       "cpld                normal\n"
-                       "  FAN_CPLD          0.9-rc1\n"
-                       "  MB_CPLD           1.0.3\n"
-                       "  SCM_CPLD          2.11\n"
-                       "  cpld-bound        "
+                       "manager              builtin, normal\n"
+                       "cpld                 normal\n"
+                       "  FAN_CPLD           0.9-rc1\n"
+                       "  MB_CPLD            1.0.3\n"
+                       "  SCM_CPLD           2.11\n"
+                       "  cpld-bound         "
                        "MB_CPLD,SCM_CPLD,FAN_CPLD\n"
-                       "  cpld-device       normal\n"
-                       "  cpld-registry     normal\n"
-                       "  cpld-version      normal\n"
-                       "fwinfo              absent\n"
-                       "  fwinfo-offers     "
+                       "  cpld-device        normal\n"
+                       "  cpld-registry      normal\n"
+                       "  cpld-version       normal\n"
+                       "fwinfo               absent\n"
+                       "  fwinfo-offers      "
                        "stagingBMC,stagingBIOS,stagingCapsuleMCU\n"
-                       "  stagingBIOS       \n"
-                       "  stagingBMC        \n"
-                       "  stagingCapsuleMCU \n"
-                       "host                normal\n"
-                       "  board-id          1\n"
-                       "security            refuse\n"
-                       "  security-offers   "
+                       "  stagingBIOS\n"
+                       "  stagingBMC\n"
+                       "  stagingCapsuleMCU\n"
+                       "host                 normal\n"
+                       "  board-id           1\n"
+                       "security             refuse\n"
+                       "  security-offers    "
                        "verifyBmc,verifyBios,verifyCapsule\n"
-                       "settings            normal\n"
-                       "  apply-time        "
+                       "settings             normal\n"
+                       "  apply-time         "
                        "xyz.openbmc_project.Software.ApplyTime."
                        "RequestedApplyTimes.Immediate\n"
-                       "flash               normal, units honest, 300 ms, "
+                       "flash                normal, units honest, 300 ms, "
                        "given up after 90000 ms\n",
                    ""}));
 }
@@ -162,8 +163,39 @@ TEST_F(State, ShowsWhatAServiceWasAskedLast)
     askToVerify(bmc, "/tmp/one");
     askToVerify(bmc, "/tmp/two");
     EXPECT_THAT(bmc.run({"wexa-bmcsim", "state"}).out,
-                testing::HasSubstr("\nsecurity            normal; calls: "
+                testing::HasSubstr("\nsecurity             normal; calls: "
                                    "verifyBmc 2 (last: /tmp/two)\n"));
+}
+
+TEST_F(State, ShowsTextsOfOthersPlain)
+{
+    askToVerify(bmc, "/\x1b[2J\nforged\xe2\x80\xae");
+    EXPECT_THAT(bmc.run({"wexa-bmcsim", "state"}).out,
+                testing::HasSubstr(
+                    "\nsecurity             normal; calls: verifyBmc 1 (last: "
+                    "/\\x1b[2J\\x0aforged\\u202e)\n"));
+
+    const auto json = bmc.run({"wexa-bmcsim", "state", "--json"}).out;
+    EXPECT_THAT(json, testing::HasSubstr("\"verifyBmc\": "
+                                         "\"/\\u001b[2J\\nforged\\u202e\""));
+
+    EXPECT_EQ(bmc.run({"wexa-bmcsim", "set", "security", "\x1b\nforged"}),
+              (Completed{1, "",
+                         "wexa-bmcsim: no behaviour '\\x1b\\x0aforged'; there "
+                         "are normal, absent, refuse, error, wrong-type, "
+                         "silent and slow\n"}));
+    EXPECT_EQ(bmc.run({"wexa-bmcsim", "state", "--dir", "/\x1b\nforged"}),
+              (Completed{1, "",
+                         "wexa-bmcsim: no simulated BMC runs in "
+                         "/\\x1b\\x0aforged\n"}));
+}
+
+TEST_F(State, IsToldWhereAFileInItsFlashHasANameThatIsNotUtf8)
+{
+    writeBytes(bmc.directory() + "/flash/\xff", "no image");
+    EXPECT_THAT(bmc.run({"wexa-bmcsim", "state"}).out,
+                testing::EndsWith("\n  \xef\xbf\xbd                  8 bytes, "
+                                  "no whole image\n"));
 }
 
 TEST_F(State, IsShownFromAnotherTerminalWhereOneSimulatedBmcRuns)

@@ -64,6 +64,22 @@ TEST_F(CommandLine, RefusesAnUnknownKind)
               refusal("KIND: psu not in {bmc,bios,cpld}"));
 }
 
+TEST_F(CommandLine, RefusesArgumentsThatDBusCannotCarry)
+{
+    const auto notUtf8 = [](const std::string& shown) {
+        return test::refusal(wrongUsage,
+                             "the argument '" + shown + "' is not UTF-8",
+                             "D-Bus carries UTF-8 only: rename what it names");
+    };
+    EXPECT_EQ(fwmgr({"verify", "bmc", "/tmp/\xff"}), notUtf8(R"(/tmp/\xff)"));
+    EXPECT_EQ(fwmgr({"verify", "cpld", "image", "--component", "MB\xc3"}),
+              notUtf8(R"(MB\xc3)"));
+    EXPECT_EQ(fwmgr({"components", "--bus=unix:path=/\x9b"}),
+              notUtf8(R"(--bus=unix:path=/\x9b)"));
+    EXPECT_EQ(fwmgr({"doctor", "--images", "\xed\xa0\x80"}),
+              notUtf8(R"(\xed\xa0\x80)"));
+}
+
 TEST_F(CommandLine, NeedsTheComponentOfACpldImageAndOfNoOther)
 {
     EXPECT_EQ(fwmgr({"verify", "cpld", "image"}),

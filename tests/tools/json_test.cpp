@@ -270,7 +270,7 @@ TEST_F(Json, ReplacesWhatIsNotUtf8)
     const auto done = fwmgr({"verify", "bmc", "/\xff", "--json"});
     EXPECT_EQ(violationsIn(done.out), "");
     EXPECT_EQ(json::parse(done.out)["error"]["message"],
-              "/\xef\xbf\xbd: No such file or directory");
+              "the argument '/\xef\xbf\xbd' is not UTF-8");
 }
 
 } // namespace

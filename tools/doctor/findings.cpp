@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "findings.hpp"
 
+#include <plain.hpp>
+
 #include <algorithm>
 #include <iomanip>
 #include <sstream>
@@ -86,11 +88,11 @@ Result Findings::asResult() const
             table << area << '\n';
             shown = area;
         }
-        table << "  " << std::left << std::setw(9) << headingOf(level) << what
-              << '\n';
+        table << "  " << std::left << std::setw(9) << headingOf(level)
+              << plain::line(what) << '\n';
         if (!advice.empty())
         {
-            table << "           -> " << advice << '\n';
+            table << "           -> " << plain::line(advice) << '\n';
         }
     }
     const auto ready = count(Level::failure) == 0;

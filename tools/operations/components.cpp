@@ -7,8 +7,7 @@
 #include "library_log.hpp"
 #include "verbs.hpp"
 
-#include <iomanip>
-#include <sstream>
+#include <plain.hpp>
 
 using nlohmann::json;
 using wexa::core::CpldComponentMap;
@@ -65,22 +64,21 @@ static json asJson(const PropertyMap& properties)
 
 static std::string asTable(const CpldComponentMap& components)
 {
-    std::ostringstream table;
+    std::vector<plain::Row> rows;
     for (const auto& [name, info] : components)
     {
         const auto& [version, properties] = info;
-        table << std::left << std::setw(20) << name
-              << (version.empty() ? "version not known" : version) << '\n';
+        rows.emplace_back(name,
+                          version.empty() ? "version not known" : version);
         const auto values = asJson(properties);
         for (const auto& [property, value] : values.items())
         {
-            table << "  " << std::setw(18) << property
-                  << (value.is_string() ? value.get<std::string>()
-                                        : value.dump())
-                  << '\n';
+            rows.emplace_back("  " + property, value.is_string()
+                                                   ? value.get<std::string>()
+                                                   : value.dump());
         }
     }
-    return table.str();
+    return plain::table(rows);
 }
 
 Result listComponents(const Request& request)

@@ -4,10 +4,11 @@
 #include "../common/dbus_error.hpp"
 #include "log_lines.hpp"
 
+#include <plain.hpp>
+
 #include <algorithm>
 #include <cstdio>
 #include <iostream>
-#include <sstream>
 
 /** Takes a stream's place until it is destroyed. */
 class LibraryLog::Listener : public std::streambuf
@@ -27,23 +28,26 @@ class LibraryLog::Listener : public std::streambuf
 
     std::vector<std::string> lines() const
     {
-        std::vector<std::string> lines;
-        std::istringstream text(heard);
-        std::string line;
-        while (std::getline(text, line))
-        {
-            lines.push_back(line);
-        }
-        return lines;
+        return heard;
     }
 
   protected:
+    /** The library writes each line in one piece. What stands in it may be
+     *  others': a newline inside does not make two lines of it.
+     */
     std::streamsize xsputn(const char* text, std::streamsize size) override
     {
-        heard.append(text, static_cast<std::size_t>(size));
-        if (passOn)
+        if (isAtBeginning)
         {
-            std::fwrite(text, 1, static_cast<std::size_t>(size), stderr);
+            heard.emplace_back();
+        }
+        auto& line = heard.back();
+        line.append(text, static_cast<std::size_t>(size));
+        isAtBeginning = line.ends_with('\n');
+        if (isAtBeginning)
+        {
+            line.pop_back();
+            passOnIfWanted(line);
         }
         return size;
     }
@@ -56,10 +60,19 @@ class LibraryLog::Listener : public std::streambuf
     }
 
   private:
+    void passOnIfWanted(const std::string& line) const
+    {
+        if (passOn)
+        {
+            std::fprintf(stderr, "%s\n", plain::line(line).c_str());
+        }
+    }
+
     std::ostream& stream;
     bool passOn;
+    bool isAtBeginning = true;
     std::streambuf* replaced;
-    std::string heard;
+    std::vector<std::string> heard;
 };
 
 LibraryLog::LibraryLog(bool passOn) :

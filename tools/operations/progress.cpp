@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "progress.hpp"
 
+#include <plain.hpp>
 #include <unistd.h>
 
 #include <cstdio>
@@ -8,8 +9,8 @@
 using std::chrono::duration_cast;
 using std::chrono::seconds;
 
-Progress::Progress(std::string what, bool quiet) :
-    what(std::move(what)), quiet(quiet),
+Progress::Progress(const std::string& what, bool quiet) :
+    what(plain::line(what)), quiet(quiet),
     onTerminal(!quiet && isatty(STDERR_FILENO) == 1)
 {
     if (!quiet)

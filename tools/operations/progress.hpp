@@ -11,7 +11,7 @@ class Progress
 {
   public:
     /** @param quiet  whether nothing is shown at all */
-    Progress(std::string what, bool quiet);
+    Progress(const std::string& what, bool quiet);
 
     /** Takes the line off the terminal. */
     ~Progress();

@@ -8,6 +8,8 @@
 #include "library_log.hpp"
 #include "verbs.hpp"
 
+#include <plain.hpp>
+
 static wexa::core::UploadResult accepted(sdbusplus::bus::bus& bus,
                                          const FirmwareKind& kind,
                                          const Target& target, bool verbose)
@@ -61,7 +63,7 @@ static std::string inWords(const std::string& image, const std::string& what,
     {
         text += ", apply time " + applied->second;
     }
-    return text + '\n';
+    return plain::line(text) + '\n';
 }
 
 Result upload(const Request& request)

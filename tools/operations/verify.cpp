@@ -7,6 +7,8 @@
 #include "library_log.hpp"
 #include "verbs.hpp"
 
+#include <plain.hpp>
+
 #include <cerrno>
 
 static void requireAuthentic(sdbusplus::bus::bus& bus, const FirmwareKind& kind,
@@ -36,5 +38,5 @@ Result verify(const Request& request)
     requireAuthentic(bus, kind, {image, request.component}, request.verbose);
     const auto words = kind.wordsFor(image);
     return {{{"image", image}, {"what", words}},
-            image + ": authentic " + words + '\n'};
+            plain::line(image + ": authentic " + words) + '\n'};
 }

@@ -32,7 +32,8 @@ std::string lines(std::string_view text);
 using Row = std::pair<std::string, std::string>;
 
 /** The rows as lines. The first column is as wide as its widest text and two
- *  blanks, each character taken for as wide as a letter.
+ *  blanks, each character taken for as wide as a letter. An empty second text
+ *  leaves no blanks behind.
  */
 std::string table(const std::vector<Row>& rows);
 

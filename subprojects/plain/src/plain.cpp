@@ -147,8 +147,8 @@ std::string table(const std::vector<Row>& rows)
     for (const auto& [name, value] : rows)
     {
         const auto shown = line(name);
-        text += shown + std::string(widest - widthOf(shown) + 2, ' ') +
-                line(value) + '\n';
+        const auto gap = value.empty() ? 0 : widest - widthOf(shown) + 2;
+        text += shown + std::string(gap, ' ') + line(value) + '\n';
     }
     return text;
 }

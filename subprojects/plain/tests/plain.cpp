@@ -93,7 +93,7 @@ TEST(PlainTable, IsAsWideAsWhatItShows)
                              "1\n2"},
                             {"\xc3\xa4", ""}}),
               "a\\x1bb  1\\x0a2\n"
-              "\xc3\xa4       \n");
+              "\xc3\xa4\n");
     EXPECT_EQ(plain::table({}), "");
 }
 

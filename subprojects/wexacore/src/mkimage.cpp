@@ -3,6 +3,7 @@
 #include "whole_file.hpp"
 
 #include <CLI/CLI.hpp>
+#include <plain.hpp>
 
 #include <cstdio>
 #include <iostream>
@@ -192,8 +193,8 @@ void make(const Options& options)
                           : image::broken(sound, faults.at(options.fault));
     wholeFile::write(options.output, made, options.force);
 
-    std::cout << options.output << ": " << made.size() << " bytes, version "
-              << options.version;
+    std::cout << plain::line(options.output) << ": " << made.size()
+              << " bytes, version " << options.version;
     if (options.fault.empty())
     {
         std::cout << ", SHA-256 " << image::digestText(made) << '\n';
@@ -206,7 +207,7 @@ void make(const Options& options)
 
 int fail(int status, const std::string& what)
 {
-    std::cerr << "wexa-mkimage: " << what << '\n';
+    std::cerr << "wexa-mkimage: " << plain::line(what) << '\n';
     return status;
 }
 

@@ -101,6 +101,12 @@ void write(const std::string& path, const std::string& bytes, bool replace)
     {
         throw std::runtime_error(path + " is a directory; name a file");
     }
+    const auto folder = std::filesystem::absolute(path).parent_path();
+    if (!std::filesystem::exists(folder))
+    {
+        throw std::runtime_error("there is no directory " + folder.string() +
+                                 "; make it with mkdir -p");
+    }
     const Temporary file(path);
     if (!file.fill(bytes) || !file.takePlaceOf(path, replace))
     {
