@@ -1,51 +1,130 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "flash_unit.hpp"
+
 #include <wexa/core/fwmanager_internal.hpp>
 
-#include <sdbusplus/bus.hpp>
 #include <sdbusplus/bus/match.hpp>
 
+#include <chrono>
+#include <functional>
+#include <iostream>
+#include <stdexcept>
+
+using sdbusplus::message::message;
+using Match = sdbusplus::bus::match::match;
 using wexa::core::FWManagerInternal;
 
-int main(int, char** arguments)
+class Daemon
 {
-    const std::string image = arguments[1];
-    auto bus = sdbusplus::bus::new_default();
-    FWManagerInternal manager(bus);
-
-    // systemd tells only those who subscribed that a job ended.
-    auto subscribe = bus.new_method_call(
-        "org.freedesktop.systemd1", "/org/freedesktop/systemd1",
-        "org.freedesktop.systemd1.Manager", "Subscribe");
-    bus.call(subscribe);
-    int outcome = 0;
-    const sdbusplus::bus::match::match jobs(
-        bus,
-        "type='signal',sender='org.freedesktop.systemd1',"
-        "interface='org.freedesktop.systemd1.Manager',member='JobRemoved'",
-        [&](sdbusplus::message::message& job) {
-            if (outcome == 0)
-            {
-                outcome = manager.onBMCStateChange(job);
-            }
-        });
-
-    const auto uploaded = manager.processUploadBmcImage(
-        image, FWManagerInternal::UPLOAD_IMG_BMC, "");
-    if (uploaded.empty() ||
-        manager.UpdateBMC(image, wexa::core::VersionPurpose::BMC, "") != 0)
+  public:
+    /** The exit status: 0 flashed, 1 not flashed, 3 not known. */
+    int update(const std::string& image)
     {
-        return 1;
-    }
-    while (outcome == 0)
-    {
-        if (!bus.process_discard())
+        bus.request_name("com.WEXA.FirmwareManager"); // one daemon at a time
+        call(bus, dbus, "/", dbus, "GetNameOwner", systemd).read(owner);
+        call(bus, systemd, "/org/freedesktop/systemd1", systemd + ".Manager",
+             "Subscribe");
+
+        FlashUnit unit(bus, "obmc-flash-bmc-rot2@bmc_rot2", image);
+        if (unit.isBusy())
         {
-            bus.wait();
+            throw std::runtime_error("another image is being flashed");
+        }
+        const auto type = FWManagerInternal::UPLOAD_IMG_BMC;
+        if (library.processUploadBmcImage(image, type, "").empty())
+        {
+            return 1;
+        }
+        // What it returns does not tell whether systemd starts the flash.
+        library.UpdateBMC(image, wexa::core::VersionPurpose::BMC, "");
+        const auto status = awaitEnd(unit);
+        if (status == 0)
+        {
+            library.onBMCUpdateSuccess();
+        }
+        return status;
+    }
+
+  private:
+    int awaitEnd(FlashUnit& unit)
+    {
+        for (auto silences = 0;;)
+        {
+            try
+            {
+                // systemd answers in order: to this after the launch.
+                const auto busy = unit.isBusy();
+                while (bus.process_discard())
+                {}
+                if (!busy)
+                {
+                    return outcome != 2 && unit.hasFlashed() ? 0 : 1;
+                }
+                silences = 0;
+                bus.wait(std::chrono::seconds(5)); // or until a signal comes
+            }
+            catch (const std::exception& error)
+            {
+                if (++silences == 24) // each of 25 s: ten minutes
+                {
+                    std::cerr << "daemon: a flash may run: " << error.what()
+                              << '\n';
+                    return 3;
+                }
+            }
         }
     }
-    if (outcome == 1)
+
+    /** Any user may send a signal to this connection alone, and that passes
+     *  every match: the sender's unique name tells who sent it.
+     */
+    Match hear(const std::string& rule, const std::string& sender,
+               std::function<void(message&)> handle)
     {
-        manager.onBMCUpdateSuccess();
+        return {bus, "type='signal'," + rule, [=, &sender](message& signal) {
+                    try
+                    {
+                        if (sender == signal.get_sender())
+                        {
+                            handle(signal);
+                        }
+                    }
+                    catch (const std::exception& error) // sd-bus is C
+                    {
+                        std::cerr << "daemon: " << error.what() << '\n';
+                    }
+                }};
     }
-    return outcome == 1 ? 0 : 1;
+
+    sdbusplus::bus::bus bus = sdbusplus::bus::new_default();
+    FWManagerInternal library{bus};
+    int outcome = 0;
+    std::string owner; // who has systemd's name now
+    Match owners = hear("member='NameOwnerChanged',arg0='" + systemd + "'",
+                        dbus, [this](message& change) {
+                            std::string name;
+                            std::string before;
+                            change.read(name, before, owner);
+                        });
+    Match jobs = hear("member='JobRemoved'", owner, [this](message& job) {
+        outcome = outcome == 0 ? library.onBMCStateChange(job) : outcome;
+    });
+};
+
+int main(int count, char** arguments)
+{
+    if (count != 2)
+    {
+        std::cerr << "usage: daemon IMAGE\n";
+        return 2;
+    }
+    try
+    {
+        return Daemon().update(arguments[1]);
+    }
+    catch (const std::exception& error) // before the launch
+    {
+        std::cerr << "daemon: " << error.what() << '\n';
+        return 1;
+    }
 }

@@ -69,28 +69,37 @@ using CpldComponentMap = std::map<std::string, CpldComponentInfo>;
  *  from one thread at a time. They may be called in any order and any number
  *  of times.
  *
+ *  The object reads the messages that it is given and does not look at who
+ *  sent them. Any local user may send a signal to one connection, and it passes
+ *  every match. Before it hands one on, the daemon compares the sender's unique
+ *  name with the owner of org.freedesktop.systemd1.
+ *
  *  Integer results, except where an operation says otherwise:
  *  |     |                                                           |
  *  |-----|-----------------------------------------------------------|
  *  |   0 | success                                                   |
  *  |  -1 | the remote side answered no                               |
  *  |  -2 | the CPLD component is not among the bound devices         |
- *  |  -5 | a D-Bus call failed, or its reply had another type        |
+ *  |  -5 | a D-Bus call failed, or its reply had another type. The   |
+ *  |     | service may still do what it was asked: a call that timed |
+ *  |     | out is no refusal                                         |
  *  | -22 | an argument that the operation does not accept            |
  *
  *  Failures. A call that fails and a reply that cannot be read are caught,
  *  logged on standard error and turned into a failure result. A method call
  *  that cannot be created (the connection was never started, or sd-bus
  *  refuses a name) leaves every operation that makes one as
- *  `sdbusplus::exception::SdBusError`, "sd_bus_message_new_method_call: ...".
+ *  `sdbusplus::exception::SdBusError`, "sd_bus_message_new_method_call: ...";
+ *  only `getAvailableCpldCompsInfo` catches it, for the calls of devices.
  *
  *  Log. Progress goes to `std::cout`, errors to `std::cerr`, a line each.
+ *  Why an image was not verified can be a progress line: keep both streams.
  *  The texts are part of the interface.
  *
  *  A text that is not UTF-8, as a file name may be, cannot be sent over D-Bus:
- *  the bus closes the connection of whoever tries. A start of a flash sends
- *  the mode alone instead, which systemd refuses; a version is not sent, and
- *  its upload refused. Keep such names away from the operations.
+ *  the bus closes the connection that tries. A start of a flash sends the
+ *  mode alone instead, which systemd refuses; a version is not sent, and its
+ *  upload refused. Keep such names away from the operations.
  */
 class WEXA_FWMGR_EXPORT FWManagerInternal
 {
@@ -136,7 +145,9 @@ class WEXA_FWMGR_EXPORT FWManagerInternal
      *  unit as "/". The image is not looked at.
      *
      *  @return 0 systemd accepted the job, whose end `onBMCStateChange` will
-     *          recognise; -5 the call failed
+     *          recognise; -5 the call failed. After a time-out or a lost
+     *          connection the flash may start all the same: ask systemd about
+     *          the unit before you launch again.
      */
     int UpdateBMC(std::string imagePath, VersionPurpose, std::string);
 
@@ -145,12 +156,14 @@ class WEXA_FWMGR_EXPORT FWManagerInternal
      *  The three `on*StateChange` operations are the same: there is one
      *  launched flash, whichever kind it was of.
      *
-     *  @param msg  a JobRemoved signal of systemd's manager (`uoss`), read
-     *              from its start
+     *  @param msg  a JobRemoved signal of systemd's manager (`uoss`), of which
+     *              nothing has been read. The operation reads it and does not
+     *              rewind it: a second operation throws.
      *  @return 0 not ours; 1 ours, and systemd's result is "done"; 2 ours,
      *          any other result. A flash that is stopped yields a second
      *          JobRemoved, "done", of the stop job: the first outcome counts.
-     *  @throw sdbusplus::exception::SdBusError  the body is not `uoss`
+     *  @throw sdbusplus::exception::SdBusError  the body is not `uoss`, or
+     *         was read before
      */
     int onBMCStateChange(sdbusplus::message::message& msg);
 
@@ -178,6 +191,8 @@ class WEXA_FWMGR_EXPORT FWManagerInternal
     bool compare_boardID(std::string imagePath);
 
     /** Has the security manager ("verifyBios") judge a BIOS image.
+     *
+     *  The purpose is not looked at; pass `VersionPurpose::Host`.
      *
      *  @return 0 authentic; -1 not; -5 the call failed
      */
@@ -212,9 +227,10 @@ class WEXA_FWMGR_EXPORT FWManagerInternal
 
     /** What the component's device can read from an image file.
      *
-     *  @param imagePath  a file, or a directory that holds the signed image
+     *  @param imagePath  a file, or a directory: of that, the device is given
+     *         the first entry whose path holds "image_cpld_signed"
      *  @return empty when the path is missing or a call failed
-     *  @throw sdbusplus::exception::SdBusError  the component is unknown
+     *  @throw sdbusplus::exception::SdBusError  the component is not bound
      *  @throw std::filesystem::filesystem_error  the path cannot be examined
      */
     PropertyMap getCPLDImageFileInfo(std::string componentName,
@@ -231,11 +247,17 @@ class WEXA_FWMGR_EXPORT FWManagerInternal
     std::string getCPLDImageFileVersionString(std::string componentName,
                                               std::string imagePath);
 
-    /** All CPLD components; empty on any failure, never partial. */
+    /** All CPLD components; empty where the registry cannot be read or holds
+     *  a malformed object path, never partial. A device that does not answer
+     *  is listed without a version.
+     */
     CpldComponentMap getAvailableCpldCompsInfo();
 
     /** Has the component's own device judge an image.
      *
+     *  The purpose is not looked at; pass `VersionPurpose::Other`.
+     *
+     *  @param imagePath  handed on unchanged, a directory as a directory
      *  @return 0 good for this device; -1 not; -2 no such component; -5 a
      *          call failed; -22 empty component name
      */
@@ -243,11 +265,12 @@ class WEXA_FWMGR_EXPORT FWManagerInternal
                    std::string componentName);
 
     /** As `UpdateBMC`, with the instance word `cpld_rot2` and the component
-     *  name before the path.
+     *  name before the path. A directory reaches the flash unit as it is.
      *
      *  @return systemd's answer read as a boolean: 0 true, -1 false, -5 no
      *          boolean or a failed call. A real systemd answers with a job's
-     *          path, so -5 does not mean that nothing was started.
+     *          path, so -5 is what a started flash returns: ask systemd about
+     *          the unit.
      */
     int UpdateCPLD(std::string imagePath, VersionPurpose,
                    std::string componentName);
@@ -270,6 +293,10 @@ class WEXA_FWMGR_EXPORT FWManagerInternal
      *
      *  @return "version", "extendedVersion" (the component) and "exposeName";
      *          or empty
+     *  @throw sdbusplus::exception::SdBusError  the component is not bound;
+     *         nothing is logged
+     *  @throw std::bad_variant_access  as `getCPLDImageFileVersionString`
+     *  @throw std::filesystem::filesystem_error  the path cannot be examined
      */
     UploadResult processUploadCpldImage(std::string imagePath, UPLOAD_IMG_TYPE,
                                         std::string componentName);
