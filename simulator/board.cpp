@@ -29,8 +29,19 @@ startManager(ManagerKind kind, const PrivateDirectory& directory)
     return std::make_unique<BuiltinManager>(directory);
 }
 
-Board::Board(const PrivateDirectory& directory, ManagerKind kind) :
-    directory(directory), busDaemon(directory)
+static std::unique_ptr<BusDaemon>
+startOrJoinBus(const PrivateDirectory& directory, const std::string& address)
+{
+    if (address.empty())
+    {
+        return std::make_unique<BusDaemon>(directory);
+    }
+    joinBus(directory, address);
+    return nullptr;
+}
+
+Board::Board(const PrivateDirectory& directory, const Setup& setup) :
+    directory(directory), busDaemon(startOrJoinBus(directory, setup.bus))
 {
     flash.write(directory);
     writeUnits(directory, flash);
@@ -41,7 +52,7 @@ Board::Board(const PrivateDirectory& directory, ManagerKind kind) :
     services.push_back(std::make_unique<Settings>(address));
     services.push_back(
         std::make_unique<CpldManager>(address, directory.flash()));
-    manager = startManager(kind, directory);
+    manager = startManager(setup.manager, directory);
 }
 
 void Board::set(const std::string& what, const std::string& value)
@@ -53,8 +64,7 @@ void Board::set(const std::string& what, const std::string& value)
     }
     if (what == "bus")
     {
-        chosenFrom({"gone"}, value, "state of the bus");
-        busIsToEnd = true;
+        setBus(value);
         return;
     }
     if (what == "manager")
@@ -78,6 +88,17 @@ void Board::set(const std::string& what, const std::string& value)
     }
     throw std::invalid_argument("there is no '" + what +
                                 "' to set; there are " + namesToSet());
+}
+
+void Board::setBus(const std::string& value)
+{
+    chosenFrom({"gone"}, value, "state of the bus");
+    if (!busDaemon)
+    {
+        throw std::invalid_argument("the bus is not the simulated BMC's own; "
+                                    "end the program that runs it");
+    }
+    busIsToEnd = true;
 }
 
 void Board::setManager(Behaviour behaviour)
@@ -153,7 +174,7 @@ void Board::endBusIfTold()
 {
     if (busIsToEnd)
     {
-        busDaemon.stop();
+        busDaemon->stop();
     }
 }
 

@@ -13,6 +13,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace bmcsim
@@ -25,15 +26,27 @@ enum class ManagerKind
     builtin,
 };
 
+/** What a simulated BMC is made with. */
+struct Setup
+{
+    ManagerKind manager = ManagerKind::systemd;
+
+    /** The address of the bus that it joins; empty for one of its own. */
+    std::string bus;
+
+    /** As for `Board::set`, in order. */
+    std::vector<std::pair<std::string, std::string>> initial;
+};
+
 /** The simulated BMC: its bus, its services and its unit manager. */
 class Board
 {
   public:
-    /** Brings everything up.
+    /** Brings everything up; `Setup::initial` is left to the caller.
      *
      *  @throw std::runtime_error  something did not come up; what and why
      */
-    Board(const PrivateDirectory& directory, ManagerKind manager);
+    Board(const PrivateDirectory& directory, const Setup& setup);
 
     /** Changes a service's behaviour or a setting; in force when it returns.
      *
@@ -66,10 +79,12 @@ class Board
     std::string namesToSet() const;
     void setFlash(const std::string& what, const std::string& value);
     void setFlashUnit(const std::string& value);
+    void setBus(const std::string& value);
     void setManager(Behaviour behaviour);
 
     PrivateDirectory directory;
-    BusDaemon busDaemon;
+    /** Null where it is on a bus that is not its own. */
+    std::unique_ptr<BusDaemon> busDaemon;
     FlashSettings flash;
     std::vector<std::unique_ptr<Service>> services;
     std::unique_ptr<UnitManager> manager;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "builtin_manager.hpp"
 
+#include "bus_name.hpp"
 #include "flash_units.hpp"
 #include "unit_text.hpp"
 
@@ -20,7 +21,7 @@ BuiltinManager::BuiltinManager(const PrivateDirectory& directory) :
     bus(sdbus::createSessionBusConnectionWithAddress(directory.busAddress()))
 {
     offerManager();
-    bus->requestName(busName);
+    takeName(*bus, busName);
 }
 
 void BuiltinManager::offer(const char* member, const char* in, const char* out,
@@ -262,7 +263,7 @@ void BuiltinManager::behave(Behaviour behaviour)
     }
     if (behaving == Behaviour::absent && behaviour != Behaviour::absent)
     {
-        bus->requestName(busName);
+        takeName(*bus, busName);
     }
     behaving = behaviour;
     offerManager();

@@ -8,9 +8,11 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <charconv>
 #include <cstring>
 #include <fstream>
 #include <stdexcept>
+#include <string_view>
 
 namespace bmcsim
 {
@@ -38,13 +40,62 @@ static void writeConfiguration(const std::filesystem::path& file,
 bool listens(const std::filesystem::path& socketPath)
 {
     sockaddr_un address{AF_UNIX, {}};
-    std::strncpy(address.sun_path, socketPath.c_str(),
-                 sizeof(address.sun_path) - 1);
-    const auto probe = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    if (socketPath.string().size() >= sizeof(address.sun_path))
+    {
+        return false;
+    }
+    std::strcpy(address.sun_path, socketPath.c_str());
+    const auto probe =
+        checked(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0), "socket");
     const auto reached =
         connect(probe, reinterpret_cast<sockaddr*>(&address), sizeof(address));
     close(probe);
     return reached == 0;
+}
+
+/** Without the escapes of D-Bus addresses: "%20" is a blank. */
+static std::string unescapedAddress(const std::string& value)
+{
+    std::string text;
+    for (std::size_t i = 0; i < value.size(); ++i)
+    {
+        unsigned char code = 0;
+        const auto* const hex = value.data() + i + 1;
+        if (value[i] == '%' && i + 2 < value.size() &&
+            std::from_chars(hex, hex + 2, code, 16).ptr == hex + 2)
+        {
+            text += static_cast<char>(code);
+            i += 2;
+        }
+        else
+        {
+            text += value[i];
+        }
+    }
+    return text;
+}
+
+static std::string socketOf(const std::string& address)
+{
+    constexpr std::string_view kind = "unix:path=/";
+    if (!address.starts_with(kind))
+    {
+        throw std::runtime_error("'" + address +
+                                 "' is not the address of a bus with a socket "
+                                 "in a folder, such as unix:path=/tmp/bus");
+    }
+    const auto path = address.substr(kind.size() - 1);
+    return unescapedAddress(path.substr(0, path.find_first_of(",;")));
+}
+
+void joinBus(const PrivateDirectory& directory, const std::string& address)
+{
+    const auto path = socketOf(address);
+    if (!listens(path))
+    {
+        throw std::runtime_error("no bus listens at " + path);
+    }
+    std::filesystem::create_symlink(path, directory.busSocket());
 }
 
 BusDaemon::BusDaemon(const PrivateDirectory& directory)

@@ -5,11 +5,21 @@
 
 #include <sys/types.h>
 
+#include <string>
+
 namespace bmcsim
 {
 
 /** Whether a bus can be reached at a socket. */
 bool listens(const std::filesystem::path& socketPath);
+
+/** Puts the simulated BMC on a bus that runs already: its socket becomes a
+ *  symbolic link to that of the bus.
+ *
+ *  @param address  as D-Bus writes it, such as "unix:path=/tmp/bus"
+ *  @throw std::runtime_error  it is another kind of address, or no bus listens
+ */
+void joinBus(const PrivateDirectory& directory, const std::string& address);
 
 /** The dbus-daemon of the simulated BMC. */
 class BusDaemon

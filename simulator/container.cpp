@@ -152,7 +152,7 @@ int runContainer(const PrivateDirectory& directory, const Setup& setup,
     try
     {
         const auto children = watchChildren();
-        Board board(directory, setup.manager);
+        Board board(directory, setup);
         Control control(board, directory.busAddress());
         for (const auto& [what, value] : setup.initial)
         {

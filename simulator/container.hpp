@@ -3,21 +3,8 @@
 
 #include "board.hpp"
 
-#include <string>
-#include <utility>
-#include <vector>
-
 namespace bmcsim
 {
-
-/** What a simulated BMC is made with. */
-struct Setup
-{
-    ManagerKind manager = ManagerKind::systemd;
-
-    /** As for `Board::set`, in order. */
-    std::vector<std::pair<std::string, std::string>> initial;
-};
 
 /** The first process of the simulated BMC: brings it up, serves it until the
  *  other end of `lifeline` is closed, and leaves nothing behind.

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "control.hpp"
 
+#include "bus_name.hpp"
+
 #include <stdexcept>
 
 namespace bmcsim
@@ -31,7 +33,7 @@ Control::Control(Board& board, const std::string& busAddress) :
                                       nlohmann::json::error_handler_t::replace);
         });
     object->finishRegistration();
-    bus->requestName(control::service);
+    takeName(*bus, control::service);
 }
 
 } // namespace bmcsim

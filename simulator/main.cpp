@@ -25,6 +25,7 @@ void declareRun(CLI::App& app, std::function<int()>& action)
         "run", "Run a command inside a new simulated BMC\n\n"
                "Example: wexa-bmcsim run -- wexa-fwmgr update bmc image");
     static std::string manager = "systemd";
+    static std::string bus;
     static std::string scenario;
     static std::vector<std::string> settings;
     static std::vector<std::string> command;
@@ -32,6 +33,9 @@ void declareRun(CLI::App& app, std::function<int()>& action)
                     "What runs the flash units: systemd (as root) or builtin")
         ->check(CLI::IsMember({"systemd", "builtin"}))
         ->option_text("KIND");
+    run->add_option("--bus", bus,
+                    "Address of a bus that runs already, to live on")
+        ->option_text("ADDRESS");
     run->add_option("--scenario", scenario,
                     "What is wrong with it; wexa-bmcsim scenarios lists them")
         ->option_text("NAME");
@@ -52,6 +56,7 @@ void declareRun(CLI::App& app, std::function<int()>& action)
         bmcsim::Setup made;
         made.manager =
             manager == "systemd" ? ManagerKind::systemd : ManagerKind::builtin;
+        made.bus = bus;
         try
         {
             if (!scenario.empty())

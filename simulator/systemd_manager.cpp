@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "systemd_manager.hpp"
 
+#include "bus_name.hpp"
 #include "child.hpp"
 #include "control_group.hpp"
 #include "flash_settings.hpp"
@@ -65,6 +66,10 @@ SystemdManager::SystemdManager(const PrivateDirectory& directory) :
     {
         throw std::runtime_error(std::string("systemd is not installed") +
                                  wayOut);
+    }
+    if (isOnTheBus())
+    {
+        failAsTaken(busName);
     }
     launch();
 }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "service.hpp"
 
+#include "../bus_name.hpp"
+
 #include <poll.h>
 
 #include <stdexcept>
@@ -14,7 +16,7 @@ Service::Service(std::string label, std::string busName,
     busName(std::move(busName)),
     bus(sdbus::createSessionBusConnectionWithAddress(busAddress))
 {
-    bus->requestName(this->busName);
+    takeName(*bus, this->busName);
 }
 
 void Service::behave(Behaviour behaviour)
@@ -25,7 +27,7 @@ void Service::behave(Behaviour behaviour)
     }
     if (behaving == Behaviour::absent && behaviour != Behaviour::absent)
     {
-        bus->requestName(busName);
+        takeName(*bus, busName);
     }
     behaving = behaviour;
     changed();

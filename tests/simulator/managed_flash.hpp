@@ -107,6 +107,7 @@ class ManagedFlash : public testing::TestWithParam<const char*>
         bmc.set("flash-time", "100");
     }
 
+  public:
     static std::string unitOf(const std::string& path,
                               const std::string& device = "bmc")
     {
@@ -118,6 +119,7 @@ class ManagedFlash : public testing::TestWithParam<const char*>
                converted + ".service";
     }
 
+  protected:
     void expectEnd(const std::string& result)
     {
         EXPECT_EQ(client.call("StartUnit", {unit, "replace"}), "");
