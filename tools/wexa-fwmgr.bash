@@ -1,12 +1,39 @@
 # SPDX-License-Identifier: Apache-2.0
 # Completion of wexa-fwmgr for bash.
 
+# Offers the words that begin with the first one, which is what was typed. Words
+# are compared and never expanded: some come from the bus.
+_wexa_fwmgr_offer() {
+    local typed=$1 each
+    shift
+    for each; do
+        [[ $each != "$typed"* ]] || COMPREPLY+=("$each")
+    done
+}
+
+# Offers files (-f) or directories (-d) that begin with what was typed.
+_wexa_fwmgr_offer_paths() {
+    # Readline then quotes the names. It fails where no line is completed.
+    compopt -o filenames 2>/dev/null
+    mapfile -t COMPREPLY < <(compgen "$1" -- "$2")
+}
+
+# Sets components to the names of the CPLD components of this board. A name with
+# any other character is left out: a shell could take it for something else.
+_wexa_fwmgr_components() {
+    local line entry='^      "([A-Za-z0-9:_.@][A-Za-z0-9:_.@-]*)": \{$'
+    components=()
+    while IFS= read -r line; do
+        [[ ! $line =~ $entry ]] || components+=("${BASH_REMATCH[1]}")
+    done < <(SYSTEMD_BUS_TIMEOUT=2s wexa-fwmgr components --json 2>/dev/null)
+}
+
 _wexa_fwmgr() {
     local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]}
-    local verbs="upload verify update components monitor doctor"
-    local kinds="bmc bios cpld"
-    local options="--bus --json --trace --verbose --help --version"
-    local verb="" kind="" given i
+    local verbs=(upload verify update components monitor doctor)
+    local kinds=(bmc bios cpld)
+    local options=(--bus --json --trace --verbose --help --version)
+    local verb="" kind="" given i components
 
     COMPREPLY=()
     for ((i = 1; i < COMP_CWORD; i++)); do
@@ -19,46 +46,39 @@ _wexa_fwmgr() {
         esac
     done
     case "$verb" in
-        upload | verify) options+=" --component" ;;
-        update) options+=" --component --dry-run --no-wait --timeout" ;;
-        doctor) options+=" --images" ;;
+        upload | verify) options+=(--component) ;;
+        update) options+=(--component --dry-run --no-wait --timeout) ;;
+        doctor) options+=(--images) ;;
     esac
 
     case "$before" in
         --images)
-            mapfile -t COMPREPLY < <(compgen -d -- "$word")
+            _wexa_fwmgr_offer_paths -d "$word"
             return
             ;;
         --component)
-            # Those of this board; none where nobody can tell.
-            mapfile -t COMPREPLY < <(compgen -W "$(wexa-fwmgr components 2>/dev/null |
-                sed -n 's/^\([^ ]*\) .*/\1/p')" -- "$word")
+            _wexa_fwmgr_components
+            _wexa_fwmgr_offer "$word" "${components[@]}"
             return
             ;;
         --bus)
-            mapfile -t COMPREPLY < <(compgen -W "system" -- "$word")
+            _wexa_fwmgr_offer "$word" system
             return
             ;;
         --timeout) return ;;
     esac
     if [[ $word == -* ]]; then
-        mapfile -t COMPREPLY < <(compgen -W "$options" -- "$word")
+        _wexa_fwmgr_offer "$word" "${options[@]}"
     elif [ -z "$verb" ]; then
-        mapfile -t COMPREPLY < <(compgen -W "$verbs" -- "$word")
-    else
+        _wexa_fwmgr_offer "$word" "${verbs[@]}"
+    elif [ -z "$kind" ]; then
         case "$verb" in
-            upload | verify | update)
-                if [ -z "$kind" ]; then
-                    mapfile -t COMPREPLY < <(compgen -W "$kinds" -- "$word")
-                else
-                    mapfile -t COMPREPLY < <(compgen -f -- "$word")
-                fi
-                ;;
-            doctor)
-                [ -n "$kind" ] ||
-                    mapfile -t COMPREPLY < <(compgen -W "$kinds" -- "$word")
+            upload | verify | update | doctor)
+                _wexa_fwmgr_offer "$word" "${kinds[@]}"
                 ;;
         esac
+    elif [ "$verb" != doctor ]; then
+        _wexa_fwmgr_offer_paths -f "$word"
     fi
 }
-complete -o filenames -F _wexa_fwmgr wexa-fwmgr
+complete -F _wexa_fwmgr wexa-fwmgr
