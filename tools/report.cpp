@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "report.hpp"
 
+#include "failed_call.hpp"
 #include "trace.hpp"
 
 #include <plain.hpp>
@@ -97,13 +98,15 @@ static void printFailure(const Failure& failure)
 {
     std::cerr << "wexa-fwmgr: " << plain::line(failure.what()) << '\n';
     const auto& reason = failure.reason;
+    const auto [call, hint] = detailsOf(reason);
     printDetail("step:     ", reason.step);
     for (const auto& line : reason.library)
     {
         printDetail("library:  ", line);
     }
     printDetail("D-Bus:    ", reason.dbusError);
-    printDetail("hint:     ", reason.hint);
+    printDetail("call:     ", call);
+    printDetail("hint:     ", hint);
     std::cerr.flush();
 }
 
@@ -113,12 +116,14 @@ int Report::fail(const Failure& failure)
     {
         auto value = closing(failure.status);
         const auto& reason = failure.reason;
+        const auto [call, hint] = detailsOf(reason);
         value["result"] = failure.found.data;
         value["error"] = {{"message", failure.what()},
                           {"step", reason.step},
                           {"library", reason.library},
                           {"dbus_error", reason.dbusError},
-                          {"hint", reason.hint}};
+                          {"call", call},
+                          {"hint", hint}};
         print(value);
     }
     else

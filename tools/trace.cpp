@@ -20,6 +20,9 @@ struct State
     bool isOn = false;
     bool show = false;
     json calls = json::array();
+    std::optional<trace::FailedCall> answered;
+    std::optional<trace::FailedCall> failed;
+    std::string error;
 };
 
 State& state()
@@ -85,7 +88,67 @@ json calls()
     return state().calls;
 }
 
+std::optional<FailedCall> callBehind(const std::string& dbusError)
+{
+    if (dbusError == "System.Error.ENXIO")
+    {
+        return state().answered;
+    }
+    return state().error == dbusError ? state().failed : std::nullopt;
+}
+
 } // namespace trace
+
+/** How long a call waits for its answer. */
+static std::chrono::microseconds limitOf(sd_bus* bus, std::uint64_t timeout)
+{
+    if (timeout == 0)
+    {
+        sd_bus_get_method_call_timeout(bus, &timeout);
+    }
+    return std::chrono::microseconds(timeout);
+}
+
+/** The first value of an answer, which is left as it was. */
+static ToldValue firstValueOf(sd_bus_message* answer)
+{
+    auto value = nextValueOf(answer);
+    sd_bus_message_rewind(answer, 1);
+    return value;
+}
+
+static void remember(sd_bus* bus, sd_bus_message* call, std::uint64_t timeout,
+                     const std::string& error, sd_bus_message* answer)
+{
+    trace::FailedCall remembered{orNone(sd_bus_message_get_destination(call)),
+                                 orNone(sd_bus_message_get_member(call)),
+                                 limitOf(bus, timeout),
+                                 {}};
+    if (!error.empty())
+    {
+        state().failed = remembered;
+        state().error = error;
+    }
+    else if (answer != nullptr)
+    {
+        remembered.answer = firstValueOf(answer);
+        state().answered = remembered;
+    }
+}
+
+/** As the trace shows the end of a call. */
+static void record(json call, double milliseconds, const std::string& error,
+                   const std::string& answer)
+{
+    call["milliseconds"] = milliseconds;
+    call["error"] = error.empty() ? json() : json(error);
+    call["reply"] = answer;
+    state().calls.push_back(call);
+    if (state().show)
+    {
+        showEnd(milliseconds, error, answer);
+    }
+}
 
 extern "C" [[gnu::visibility("default")]] int
 sd_bus_call(sd_bus* bus, sd_bus_message* message, std::uint64_t timeout,
@@ -93,12 +156,7 @@ sd_bus_call(sd_bus* bus, sd_bus_message* message, std::uint64_t timeout,
 {
     static const auto original = reinterpret_cast<decltype(&sd_bus_call)>(
         dlsym(RTLD_NEXT, "sd_bus_call"));
-    if (!trace::isOn())
-    {
-        return original(bus, message, timeout, error, reply);
-    }
-
-    auto call = describe(message);
+    const auto call = describe(message);
     if (state().show)
     {
         showBegin(call);
@@ -110,16 +168,14 @@ sd_bus_call(sd_bus* bus, sd_bus_message* message, std::uint64_t timeout,
 
     const auto failed =
         result < 0 ? orNone(error == nullptr ? nullptr : error->name) : "";
-    const auto answer = result < 0 || reply == nullptr
-                            ? ""
-                            : orNone(sd_bus_message_get_signature(*reply, 1));
-    call["milliseconds"] = took.count();
-    call["error"] = failed.empty() ? json() : json(failed);
-    call["reply"] = answer;
-    state().calls.push_back(call);
-    if (state().show)
+    auto* const answer = result < 0 || reply == nullptr ? nullptr : *reply;
+    remember(bus, message, timeout, failed, answer);
+    if (trace::isOn())
     {
-        showEnd(took.count(), failed, answer);
+        record(call, took.count(), failed,
+               answer == nullptr
+                   ? ""
+                   : orNone(sd_bus_message_get_signature(answer, 1)));
     }
     return result;
 }

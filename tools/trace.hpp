@@ -1,7 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "common/told_value.hpp"
+
 #include <nlohmann/json.hpp>
+
+#include <chrono>
+#include <optional>
+#include <string>
 
 /** The D-Bus calls of this process, each with its time.
  *
@@ -24,5 +30,22 @@ bool isOn();
 
 /** All since `begin`, in order. */
 nlohmann::json calls();
+
+/** A call that did not do what it was made for. */
+struct FailedCall
+{
+    std::string service;
+    std::string member;
+    /** How long it could have waited for an answer. */
+    std::chrono::microseconds limit{};
+    /** What was answered; of no type where nothing was. */
+    ToldValue answer;
+};
+
+/** The call that a failure is about: the last one that failed with this
+ *  error, or, where an answer could not be read, the last one that was
+ *  answered. Calls are remembered for this from the start.
+ */
+std::optional<FailedCall> callBehind(const std::string& dbusError);
 
 } // namespace trace

@@ -75,11 +75,12 @@ TEST_F(ForeignText, OfComponentsIsAsciiInJson)
         done.out, [](char c) { return c == '\n' || (c >= ' ' && c <= '~'); }));
     EXPECT_EQ(
         json::parse(done.out)["result"],
-        (json{
-            {"components",
-             {{hostile,
-               {{"version", hostile},
-                {"properties", {{"vendor", hostile}, {hostile, "WEXA"}}}}}}}}));
+        (json{{"components",
+               {{hostile,
+                 {{"version", hostile},
+                  {"version_unknown", nullptr},
+                  {"properties", {{"vendor", hostile}, {hostile, "WEXA"}}},
+                  {"unread", json::object()}}}}}}));
 }
 
 TEST_F(ForeignText, OfComponentsIsShownPlainInAHint)
@@ -89,8 +90,9 @@ TEST_F(ForeignText, OfComponentsIsShownPlainInAHint)
     EXPECT_EQ(
         fwmgr({"verify", "cpld", images.bmc("1"), "--component", hostile + 1}),
         refusal(wrongUsage,
-                "there is no CPLD component '" + std::string(shown + 4) + "'",
-                "name one of those that there are: " + std::string(shown)));
+                "the board has no CPLD component '" + std::string(shown + 4) +
+                    "'",
+                "name one of these: " + std::string(shown)));
 }
 
 TEST_F(ForeignText, OfAnErrorStaysOnTheLineOfTheLibrary)
@@ -164,7 +166,7 @@ TEST_F(ForeignText, OfADirectoryIsShownPlainByTheDoctor)
     EXPECT_THAT(fwmgr({"doctor", "--images", folder}).out,
                 testing::HasSubstr("\n  FAILURE  " + images.folder() + '/' +
                                    shown +
-                                   " is no directory that can be read\n"));
+                                   " is not a directory that can be read\n"));
 }
 
 } // namespace

@@ -20,6 +20,8 @@ struct Reason
     std::vector<std::string> library;
     std::string dbusError;
     std::string hint;
+    /** The D-Bus call behind it. */
+    std::string call = {};
 };
 
 /** All that the tool writes where it fails. */
@@ -35,6 +37,7 @@ inline std::string failureText(const std::string& what, const Reason& reason)
         add("library:  ", line);
     }
     add("D-Bus:    ", reason.dbusError);
+    add("call:     ", reason.call);
     add("hint:     ", reason.hint);
     return text;
 }
@@ -83,12 +86,13 @@ constexpr auto startIt = "the service is not on the bus: start it; wexa-fwmgr "
                          "doctor shows all that is missing";
 
 constexpr auto anotherType =
-    "the service answers with another type than the library knows; wexa-fwmgr "
-    "doctor shows which";
+    "the service answers in another type than the library reads: update the "
+    "service";
 
 constexpr auto getAnother =
     "the image is of another kind, was changed, or is signed with a key that "
-    "this board does not trust: get it again";
+    "this board does not trust: get it again, or check the keys that this "
+    "board trusts";
 
 constexpr auto bySecurityManager = "verification by the security manager";
 

@@ -57,19 +57,45 @@ TEST_F(UploadBios, ShowsVersionAndApplyTimeOfACapsule)
     EXPECT_EQ(value("fwinfo", "stagingCapsuleMCU"), "1.7");
 }
 
-TEST_F(UploadBios, AcceptsAnImageWhoseApplyTimeIsNotKnown)
+TEST_F(UploadBios, SaysWhyTheApplyTimeIsNotKnown)
 {
-    const Completed accepted{
-        0,
-        image() + ": accepted as BIOS image, version 1.4b, recorded as "
-                  "staged\n",
-        ""};
+    const auto acceptedThough = [&](const std::string& why) {
+        return Completed{0,
+                         image() +
+                             ": accepted as BIOS image, version 1.4b, "
+                             "recorded as staged, apply time unknown: "
+                             "xyz.openbmc_project.Settings " +
+                             why + "\n",
+                         ""};
+    };
     bmc.set("apply-time", "Sometime");
-    EXPECT_EQ(fwmgr({"upload", "bios", image()}), accepted);
+    EXPECT_EQ(fwmgr({"upload", "bios", image()}),
+              acceptedThough(
+                  "tells a RequestedApplyTime that the library does not know: "
+                  "\"xyz.openbmc_project.Software.ApplyTime."
+                  "RequestedApplyTimes.Sometime\""));
     bmc.set("settings", "wrong-type");
-    EXPECT_EQ(fwmgr({"upload", "bios", image()}), accepted);
+    EXPECT_EQ(fwmgr({"upload", "bios", image()}),
+              acceptedThough("tells a RequestedApplyTime of type 'u' (0), "
+                             "where 's' is expected"));
     bmc.set("settings", "absent");
-    EXPECT_EQ(fwmgr({"upload", "bios", image()}), accepted);
+    EXPECT_EQ(fwmgr({"upload", "bios", image()}),
+              acceptedThough(std::string("does not tell it (") +
+                             serviceUnknown + ")"));
+}
+
+TEST_F(UploadBios, TellsProgramsWhyTheApplyTimeIsNotKnown)
+{
+    const auto why = [&] {
+        return nlohmann::json::parse(
+            fwmgr({"upload", "bios", image(), "--json"})
+                .out)["result"]["apply_time_unknown"];
+    };
+    EXPECT_EQ(why(), nullptr);
+    bmc.set("settings", "absent");
+    EXPECT_EQ(why(), std::string("xyz.openbmc_project.Settings does not tell "
+                                 "it (") +
+                         serviceUnknown + ")");
 }
 
 TEST_F(UploadBios, SaysBothBoardsWhereTheyDiffer)
@@ -89,8 +115,8 @@ TEST_F(UploadBios, BlamesAHostThatTellsItsBoardInAnotherType)
         return refusal(callFailed,
                        file + ": could not be compared with this board",
                        {"reading the identifier of this board", library, "",
-                        "com.WEXA.Host tells BoardId as 's' (\"1\"), where "
-                        "'q' is expected: update the host service"});
+                        "com.WEXA.Host tells a BoardId of type 's' (\"1\"), "
+                        "where 'q' is expected: update the host service"});
     };
     EXPECT_EQ(fwmgr({"upload", "bios", image()}),
               blames(image(), {"boardID is mismatch"}));

@@ -81,7 +81,9 @@ TEST_F(Upload, SaysThatTheVersionCouldNotBeRecorded)
 
     EXPECT_EQ(
         fwmgr({"upload", "bmc", image}),
-        refusal(callFailed, image + ": could not be examined",
+        refusal(callFailed,
+                image + ": is authentic, but its version could not be recorded "
+                        "as staged",
                 {"recording the version as staged",
                  {"Error in fwinfo method call for "
                   "(/xyz/openbmc_project/fwinfo, "
@@ -90,7 +92,8 @@ TEST_F(Upload, SaysThatTheVersionCouldNotBeRecorded)
                   "service was told to refuse"},
                  "org.freedesktop.DBus.Error.AccessDenied",
                  "the service, or the policy of the bus, does not allow this: "
-                 "run it as root"}));
+                 "run it as root, or look at what the service itself "
+                 "logged"}));
     EXPECT_EQ(staged(), "s \"\"\n");
 }
 

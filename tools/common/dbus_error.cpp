@@ -48,13 +48,12 @@ constexpr std::array advice{
            "the service does not have this property; wexa-fwmgr doctor shows "
            "all that is missing"},
     Advice{"org.freedesktop.DBus.Error.Timeout",
-           "the service did not answer in time: look at its log, restart it; "
-           "SYSTEMD_BUS_TIMEOUT=5s in the environment shortens the wait"},
+           "the service did not answer in time: look at its log, restart it"},
     Advice{"org.freedesktop.DBus.Error.NoReply",
            "the service ended before it answered: look at its log"},
     Advice{"org.freedesktop.DBus.Error.AccessDenied",
            "the service, or the policy of the bus, does not allow this: run "
-           "it as root"},
+           "it as root, or look at what the service itself logged"},
     Advice{"org.freedesktop.DBus.Error.Disconnected",
            "the bus closed the connection: start it again"},
     Advice{"System.Error.ENOTCONN",
@@ -62,12 +61,13 @@ constexpr std::array advice{
     Advice{"System.Error.ECONNRESET",
            "the bus closed the connection: start it again"},
     Advice{"System.Error.ENXIO",
-           "the service answers with another type than the library knows; "
-           "wexa-fwmgr doctor shows which"},
+           "the service answers in another type than the library reads: "
+           "update the service"},
     Advice{"org.freedesktop.systemd1.NoSuchUnit",
            "install the template of the flash unit"},
-    Advice{"org.freedesktop.systemd1.UnitMasked",
-           "unmask the template of the flash unit: systemctl unmask"},
+    Advice{
+        "org.freedesktop.systemd1.UnitMasked",
+        "unmask the template of the flash unit; wexa-fwmgr doctor shows how"},
 };
 
 } // namespace

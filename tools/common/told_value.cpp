@@ -4,7 +4,6 @@
 #include "patience.hpp"
 
 #include <sdbusplus/message.hpp>
-#include <systemd/sd-bus.h>
 
 #include <cstdint>
 #include <memory>
@@ -65,7 +64,7 @@ static std::string textOf(sd_bus_message* message, char type)
     }
 }
 
-static ToldValue nextValueOf(sd_bus_message* message)
+ToldValue nextValueOf(sd_bus_message* message)
 {
     char type = 0;
     const char* contents = nullptr;
@@ -103,9 +102,15 @@ ToldValue nextValueOf(sdbusplus::message::message& message)
     return nextValueOf(another.get());
 }
 
-std::string ToldValue::inWords() const
+std::string anotherTypeInWords(const ToldValue& value,
+                               const std::string& expected)
 {
-    return "'" + type + "'" + (text.empty() ? "" : " (" + text + ")");
+    const auto came =
+        value.type.empty()
+            ? "without a value"
+            : "of type '" + value.type + "'" +
+                  (value.text.empty() ? "" : " (" + value.text + ")");
+    return came + ", where '" + expected + "' is expected";
 }
 
 ToldValue propertyAt(sdbusplus::bus::bus& bus, const Place& place,

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <sdbusplus/bus.hpp>
+#include <systemd/sd-bus.h>
 
 #include <string>
 
@@ -14,15 +15,17 @@ struct ToldValue
     std::string type;
     /** The value in words; empty for a container. */
     std::string text;
-
-    /** @return such as "'s' (\"seven\")" */
-    std::string inWords() const;
 };
+
+/** @return such as "of type 's' (\"seven\"), where 'q' is expected" */
+std::string anotherTypeInWords(const ToldValue& value,
+                               const std::string& expected);
 
 /** Reads the next value; of a variant, what it holds.
  *
  *  @return of no type where there is no further value
  */
+ToldValue nextValueOf(sd_bus_message* message);
 ToldValue nextValueOf(sdbusplus::message::message& message);
 
 /** Where a property is read. */

@@ -1,58 +1,26 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "../common/cpld_registry.hpp"
 #include "../common/patience.hpp"
 #include "../common/unit_name.hpp"
 #include "checks.hpp"
 #include "remote_object.hpp"
 
 #include <sdbusplus/exception.hpp>
-#include <sdbusplus/message.hpp>
-#include <systemd/sd-bus.h>
-
-#include <map>
-#include <tuple>
-#include <variant>
-
-constexpr auto service = "xyz.openbmc_project.CpldUpdateMgrSvc";
-constexpr auto managerPath = "/xyz/openbmc_project/cpld_update_mgr";
-constexpr auto managerInterface =
-    "xyz.openbmc_project.cpld_update_mgr.CpldUpdateMgrSvc";
-constexpr auto deviceInterface =
-    "xyz.openbmc_project.cpld_update_mgr.CpldDevice";
-constexpr auto registryType = "a{s(ssa{sv})}";
 
 static const Need registryNeed{Level::failure,
                                "no CPLD can be listed, verified or updated"};
 
-/** Component names and object paths; values of properties are skipped. */
-using Registry =
-    std::map<std::string,
-             std::tuple<std::string, std::string,
-                        std::map<std::string, std::variant<std::string>>>>;
-
 /** Asks for the registry; a finding where it cannot be had. */
-static std::vector<Component> registered(Findings& findings,
-                                         sdbusplus::bus::bus& bus)
+static cpld::Registry registered(Findings& findings, sdbusplus::bus::bus& bus)
 {
-    std::vector<Component> components;
     try
     {
-        auto call = bus.new_method_call(service, managerPath, managerInterface,
-                                        "bindedDevices");
-        auto reply = bus.call(call, patience);
-        if (std::string(reply.get_signature()) != registryType)
-        {
-            addWrong(findings, registryNeed,
-                     std::string("the registry is of type ") +
-                         reply.get_signature(),
-                     std::string("have bindedDevices answer ") + registryType);
-            return {};
-        }
-        Registry registry;
-        reply.read(registry);
-        for (const auto& [name, record] : registry)
-        {
-            components.push_back({name, std::get<0>(record)});
-        }
+        return cpld::readRegistry(bus, patience);
+    }
+    catch (const cpld::AnotherType& fault)
+    {
+        addWrong(findings, registryNeed, fault.what(),
+                 "update the CPLD update manager");
     }
     catch (const sdbusplus::exception::exception& error)
     {
@@ -60,76 +28,76 @@ static std::vector<Component> registered(Findings& findings,
                  std::string("bindedDevices fails (") + error.name() + ")",
                  "look at what the service itself logged");
     }
-    return components;
+    findings.notChecked("the objects of the CPLDs, since the registry cannot "
+                        "be read");
+    return {};
 }
 
 /** Whether the object path of a device can be called. */
-static bool checkPath(Findings& findings, const Component& component)
+static bool checkPath(Findings& findings, const std::string& component,
+                      const cpld::Record& record)
 {
-    if (component.objectPath.empty())
+    const auto fault = cpld::faultOfPath(component, record);
+    if (fault)
     {
-        findings.failure("the registry tells no object path of " +
-                             component.name +
-                             ": its version is not known, and it cannot be "
-                             "verified",
+        findings.failure(*fault + (record.objectPath.empty()
+                                       ? ": its version is not known, and it "
+                                         "cannot be verified"
+                                       : ": no CPLD can be listed"),
                          "have bindedDevices tell the path of its object");
-        return false;
+        findings.notChecked("what its object offers, since its path is not "
+                            "known");
     }
-    if (sd_bus_object_path_is_valid(component.objectPath.c_str()) == 0)
-    {
-        findings.failure("the registry tells '" + component.objectPath +
-                             "' as the object path of " + component.name +
-                             ", which is none: no CPLD can be listed",
-                         "have bindedDevices tell the path of its object");
-        return false;
-    }
-    return true;
+    return !fault;
 }
 
 static void checkDevice(Findings& findings, sdbusplus::bus::bus& bus,
-                        const Component& component)
+                        const std::string& component,
+                        const cpld::Record& record)
 {
     const Need need{Level::failure,
-                    component.name + " cannot be verified or updated"};
-    if (const auto obstacle = obstacleOfComponent(component.name))
+                    component + " cannot be verified or updated"};
+    if (const auto obstacle = obstacleOfComponent(component))
     {
-        findings.failure("component " + component.name + ": " + obstacle->what,
+        findings.failure("component " + component + ": " + obstacle->what,
                          obstacle->hint);
     }
-    if (!checkPath(findings, component))
+    if (!checkPath(findings, component, record))
     {
         return;
     }
-    const auto offered = offeredBy(findings, bus, service, component.objectPath,
-                                   deviceInterface, need);
+    const auto offered =
+        offeredBy(findings, bus, cpld::service, record.objectPath,
+                  cpld::deviceInterface, need);
     if (!offered)
     {
         return;
     }
-    checkMethod(findings, *offered, "readImageFileInfo", {"s", "a{sv}"}, need);
-    checkMethod(findings, *offered, "verifyCPLD", {"s", "b"}, need);
-    checkMethod(findings, *offered, "readMBVersionString", {"", "s"},
+    checkMethod(findings, *offered, "readImageFileInfo", need);
+    checkMethod(findings, *offered, "verifyCPLD", need);
+    checkMethod(findings, *offered, "readMBVersionString",
                 {Level::warning, "the version that it runs cannot be shown"});
 }
 
-std::vector<Component> checkCplds(Findings& findings, sdbusplus::bus::bus& bus)
+cpld::Registry checkCplds(Findings& findings, sdbusplus::bus::bus& bus)
 {
-    findings.area("CPLD update manager");
-    if (!isOnTheBus(findings, bus, service, registryNeed))
+    if (!isOnTheBus(findings, bus, cpld::service, registryNeed))
     {
         return {};
     }
-    const auto offered = offeredBy(findings, bus, service, managerPath,
-                                   managerInterface, registryNeed);
+    const auto offered =
+        offeredBy(findings, bus, cpld::service, cpld::managerPath,
+                  cpld::managerInterface, registryNeed);
     if (!offered)
     {
         return {};
     }
     const auto before = findings.count(Level::failure);
-    checkMethod(findings, *offered, "bindedDevices", {"", registryType},
-                registryNeed);
+    checkMethod(findings, *offered, "bindedDevices", registryNeed);
     if (findings.count(Level::failure) > before)
     {
+        findings.notChecked("the objects of the CPLDs, since the registry "
+                            "cannot be read");
         return {};
     }
     auto components = registered(findings, bus);
@@ -139,10 +107,10 @@ std::vector<Component> checkCplds(Findings& findings, sdbusplus::bus::bus& bus)
                                              "manager logged, if the board "
                                              "has CPLDs");
     }
-    for (const auto& component : components)
+    for (const auto& [name, record] : components)
     {
-        findings.area("CPLD " + component.name);
-        checkDevice(findings, bus, component);
+        findings.area("CPLD " + name);
+        checkDevice(findings, bus, name, record);
     }
     return components;
 }

@@ -3,12 +3,16 @@
 
 #include "../common/connection.hpp"
 #include "../common/failure.hpp"
+#include "../common/systemd.hpp"
 #include "../common/unit_name.hpp"
 #include "checks.hpp"
 
 #include <sdbusplus/exception.hpp>
 
+#include <algorithm>
+#include <functional>
 #include <optional>
+#include <vector>
 
 static Kinds kindsOf(const Request& request)
 {
@@ -41,38 +45,103 @@ connectedTo(const std::string& address, Findings& findings)
     }
 }
 
-/** @return the CPLD components that are bound */
-static std::vector<Component>
-checkPlatform(Findings& findings, sdbusplus::bus::bus& bus, const Kinds& kinds)
+namespace
 {
-    std::vector<Component> components;
+
+/** A part of the board that is looked at over the bus. */
+struct Section
+{
+    const char* area;
+    /** The kinds of firmware that need it. */
+    Kinds kinds;
+    std::function<void(sdbusplus::bus::bus&)> check;
+};
+
+/** @param components  is given the CPLD components that are bound */
+std::vector<Section> sectionsFor(Findings& findings, const Kinds& kinds,
+                                 const Request& request,
+                                 cpld::Registry& components)
+{
+    return {
+        {"security manager",
+         {"bmc", "bios"},
+         [&](auto& bus) { checkSecurityManager(findings, bus, kinds); }},
+        {"firmware information",
+         {"bmc", "bios"},
+         [&](auto& bus) { checkFirmwareInformation(findings, bus, kinds); }},
+        {"host", {"bios"}, [&](auto& bus) { checkHost(findings, bus); }},
+        {"settings",
+         {"bios"},
+         [&](auto& bus) { checkSettings(findings, bus); }},
+        {"CPLD update manager",
+         {"cpld"},
+         [&](auto& bus) { components = checkCplds(findings, bus); }},
+        {"flash units",
+         {"bmc", "bios", "cpld"},
+         [&](auto& bus) {
+             checkFlashUnits(findings, bus, kinds,
+                             systemd::systemctl(request.bus));
+         }},
+    };
+}
+
+/** Looks at a section.
+ *
+ *  @return whether the bus is still there
+ */
+bool checkSection(Findings& findings, const Section& section,
+                  sdbusplus::bus::bus& bus)
+{
     try
     {
-        checkServices(findings, bus, kinds);
-        if (kinds.contains("cpld"))
-        {
-            components = checkCplds(findings, bus);
-        }
-        checkFlashUnits(findings, bus, kinds);
+        section.check(bus);
+        return true;
     }
     catch (const sdbusplus::exception::exception& error)
     {
         findings.failure(std::string("the bus went away: ") + error.what(),
                          "start it again");
+        return false;
+    }
+}
+
+/** @return the CPLD components that are bound */
+cpld::Registry checkSections(Findings& findings, const Kinds& kinds,
+                             const Request& request)
+{
+    cpld::Registry components;
+    auto bus = connectedTo(request.bus, findings);
+    auto isThere = bus.has_value();
+    for (const auto& section :
+         sectionsFor(findings, kinds, request, components))
+    {
+        findings.area(section.area);
+        if (std::ranges::none_of(kinds, [&](const auto& kind) {
+                return section.kinds.contains(kind);
+            }))
+        {
+            findings.notChecked("only " + request.kind + " was asked for");
+        }
+        else if (!isThere)
+        {
+            findings.notChecked("the bus cannot be reached");
+        }
+        else
+        {
+            isThere = checkSection(findings, section, *bus);
+        }
     }
     return components;
 }
+
+} // namespace
 
 Result examineBoard(const Request& request)
 {
     const auto kinds = kindsOf(request);
     Findings findings;
     checkLibraries(findings, kinds);
-    std::vector<Component> components;
-    if (auto bus = connectedTo(request.bus, findings))
-    {
-        components = checkPlatform(findings, *bus, kinds);
-    }
+    const auto components = checkSections(findings, kinds, request);
     checkImagePaths(findings, kinds, components, request.imageDirectory);
 
     auto result = findings.asResult();

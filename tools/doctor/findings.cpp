@@ -17,6 +17,11 @@ void Findings::ok(const std::string& what)
     all.push_back({current, Level::ok, what, ""});
 }
 
+void Findings::notChecked(const std::string& what)
+{
+    all.push_back({current, Level::notChecked, "not checked: " + what, ""});
+}
+
 void Findings::warning(const std::string& what, const std::string& advice)
 {
     all.push_back({current, Level::warning, what, advice});
@@ -50,6 +55,8 @@ static const char* nameOf(Level level)
     {
         case Level::ok:
             return "ok";
+        case Level::notChecked:
+            return "not_checked";
         case Level::warning:
             return "warning";
         case Level::failure:
@@ -64,6 +71,8 @@ static const char* headingOf(Level level)
     {
         case Level::ok:
             return "OK";
+        case Level::notChecked:
+            return "SKIPPED";
         case Level::warning:
             return "WARNING";
         case Level::failure:

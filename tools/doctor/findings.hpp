@@ -11,6 +11,8 @@
 enum class Level
 {
     ok,
+    /** It was not looked at, for a reason. */
+    notChecked,
     /** It works, but not in every case. */
     warning,
     /** The library cannot do its work. */
@@ -35,12 +37,16 @@ class Findings
     void area(const std::string& name);
 
     void ok(const std::string& what);
+
+    /** @param what  was not looked at, and why; or why nothing was */
+    void notChecked(const std::string& what);
+
     void warning(const std::string& what, const std::string& advice);
     void failure(const std::string& what, const std::string& advice);
 
     std::size_t count(Level level) const;
 
-    /** How many there are of what is not in order, in words. */
+    /** How many failures and warnings there are, in words. */
     std::string summary() const;
 
     /** A table for people, a list of findings for programs. */

@@ -29,10 +29,10 @@ constexpr auto samplePath = "/doctor/image";
 class TemplateCheck
 {
   public:
-    TemplateCheck(Findings& findings, const LoadedUnit& unit,
-                  std::string name) :
+    TemplateCheck(Findings& findings, const LoadedUnit& unit, std::string name,
+                  std::string systemctl) :
         findings(findings),
-        unit(unit), name(std::move(name))
+        unit(unit), name(std::move(name)), systemctl(std::move(systemctl))
     {}
 
     void run()
@@ -69,7 +69,7 @@ class TemplateCheck
         if (state == "masked")
         {
             findings.failure(name + " is masked: nothing can be flashed",
-                             "systemctl unmask '" + name + "'");
+                             systemctl + " unmask '" + name + "'");
         }
         else
         {
@@ -187,17 +187,19 @@ class TemplateCheck
     Findings& findings;
     const LoadedUnit& unit;
     std::string name;
+    std::string systemctl;
 };
 
 void checkTemplate(Findings& findings, sdbusplus::bus::bus& bus,
-                   const FlashTemplate& flash)
+                   const FlashTemplate& flash, const std::string& systemctl)
 {
     const auto component = flash.kind == "cpld" ? "CPLD" : "";
     try
     {
         const LoadedUnit unit(bus,
                               flashUnitName(flash.kind, component, samplePath));
-        TemplateCheck(findings, unit, flash.prefix + ".service").run();
+        TemplateCheck(findings, unit, flash.prefix + ".service", systemctl)
+            .run();
     }
     catch (const sdbusplus::exception::exception& error)
     {
@@ -210,9 +212,8 @@ void checkTemplate(Findings& findings, sdbusplus::bus::bus& bus,
 } // namespace
 
 void checkFlashUnits(Findings& findings, sdbusplus::bus::bus& bus,
-                     const Kinds& kinds)
+                     const Kinds& kinds, const std::string& systemctl)
 {
-    findings.area("flash units");
     const Need need{Level::failure, "nothing can be flashed"};
     if (!isOnTheBus(findings, bus, systemd::service, need))
     {
@@ -221,17 +222,20 @@ void checkFlashUnits(Findings& findings, sdbusplus::bus::bus& bus,
     const auto offered =
         offeredBy(findings, bus, systemd::service, systemd::path,
                   systemd::managerInterface, need);
+    checkRunningFlashes(findings, bus, kinds);
     if (!offered)
     {
+        findings.notChecked("the templates of the flash units, since systemd "
+                            "does not describe itself");
         return;
     }
-    checkMethod(findings, *offered, "StartUnit", {"ss", "o"}, need);
+    checkMethod(findings, *offered, "StartUnit", need);
     std::set<std::string> looked;
     for (const auto& flash : flashTemplates())
     {
         if (kinds.contains(flash.kind) && looked.insert(flash.prefix).second)
         {
-            checkTemplate(findings, bus, flash);
+            checkTemplate(findings, bus, flash, systemctl);
         }
     }
 }

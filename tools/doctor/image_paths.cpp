@@ -11,7 +11,7 @@ namespace fs = std::filesystem;
 
 /** Of a kind, and of the components whose names unit names can carry. */
 static std::size_t longestPath(const std::string& kind,
-                               const std::vector<Component>& components)
+                               const cpld::Registry& components)
 {
     auto longest = longestUnitName - flashUnitName(kind, "", "").size();
     if (kind == "cpld")
@@ -19,7 +19,7 @@ static std::size_t longestPath(const std::string& kind,
         std::size_t name = 0;
         for (const auto& component : components)
         {
-            name = std::max(name, component.name.size());
+            name = std::max(name, component.first.size());
         }
         // The blank behind the component is escaped.
         longest -= std::min(longest, name + std::string(R"(\x20)").size());
@@ -34,7 +34,7 @@ static void checkDirectory(Findings& findings, const std::string& given,
     if (!fs::is_directory(directory) ||
         access(directory.c_str(), R_OK | X_OK) != 0)
     {
-        findings.failure(directory + " is no directory that can be read",
+        findings.failure(directory + " is not a directory that can be read",
                          "name the directory where images are kept");
         return;
     }
@@ -54,7 +54,7 @@ static void checkDirectory(Findings& findings, const std::string& given,
 }
 
 void checkImagePaths(Findings& findings, const Kinds& kinds,
-                     const std::vector<Component>& components,
+                     const cpld::Registry& components,
                      const std::string& directory)
 {
     findings.area("paths of images");
@@ -65,6 +65,11 @@ void checkImagePaths(Findings& findings, const Kinds& kinds,
         shortest = std::min(shortest, longest);
         findings.ok(kind + ": up to " + std::to_string(longest) +
                     " characters of " + carriedCharacters);
+        if (kind == "cpld" && components.empty())
+        {
+            findings.notChecked("how many characters the name of a component "
+                                "takes of those, since no component is known");
+        }
     }
     if (!directory.empty())
     {

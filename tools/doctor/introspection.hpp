@@ -1,18 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "../common/methods.hpp"
+
 #include <sdbusplus/bus.hpp>
 
 #include <map>
 #include <optional>
 #include <string>
-
-/** D-Bus signatures of what goes in and what comes out. */
-struct MethodTypes
-{
-    std::string in;
-    std::string out;
-};
 
 struct PropertyType
 {

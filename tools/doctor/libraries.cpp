@@ -54,6 +54,7 @@ void checkCoreLibrary(Findings& findings, const Kinds& kinds)
         findings.failure(std::string("the core library cannot be loaded: ") +
                              dlerror(),
                          "install the core library of this platform");
+        findings.notChecked("its routines, since it cannot be loaded");
         return;
     }
     findings.ok(std::string(coreLibrary) + " can be loaded");

@@ -53,6 +53,8 @@ bool isOnTheBus(Findings& findings, sdbusplus::bus::bus& bus,
     }
     addWrong(findings, need, service + " is not on the bus",
              "install or start the service");
+    findings.notChecked("what " + service +
+                        " offers, since it is not on the bus");
     return false;
 }
 
@@ -101,6 +103,9 @@ offeredBy(Findings& findings, sdbusplus::bus::bus& bus,
         }
         addWrong(findings, need, path + " does not answer (" + name + ")",
                  "look at what the service logged, and restart it");
+        findings.notChecked("what " + path +
+                            " offers, since it does not "
+                            "answer");
         return {};
     }
 }
@@ -111,9 +116,9 @@ static std::string inWords(const MethodTypes& types)
 }
 
 void checkMethod(Findings& findings, const OfferedInterface& offered,
-                 const std::string& name, const MethodTypes& types,
-                 const Need& need)
+                 const std::string& name, const Need& need)
 {
+    const auto& types = *expectedTypesOf(name);
     const auto found = offered.methods.find(name);
     if (found == offered.methods.end())
     {

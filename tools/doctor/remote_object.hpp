@@ -21,11 +21,11 @@ struct Need
 void addWrong(Findings& findings, const Need& need, const std::string& what,
               const std::string& advice);
 
-/** Whether a service is on the bus; a finding if it is not. */
+/** Whether a service is on the bus; findings if it is not. */
 bool isOnTheBus(Findings& findings, sdbusplus::bus::bus& bus,
                 const std::string& service, const Need& need);
 
-/** What an object offers at an interface; a finding where it is not there, or
+/** What an object offers at an interface; findings where it is not there, or
  *  does not tell.
  */
 std::optional<OfferedInterface>
@@ -33,10 +33,12 @@ offeredBy(Findings& findings, sdbusplus::bus::bus& bus,
           const std::string& service, const std::string& path,
           const std::string& interface, const Need& need);
 
-/** Looks for a method. */
+/** Looks for a method with the types that the library expects.
+ *
+ *  @param name  of one that it calls
+ */
 void checkMethod(Findings& findings, const OfferedInterface& offered,
-                 const std::string& name, const MethodTypes& types,
-                 const Need& need);
+                 const std::string& name, const Need& need);
 
 /** Looks for a property.
  *

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "../common/patience.hpp"
+#include "../common/told_value.hpp"
 #include "checks.hpp"
 #include "remote_object.hpp"
 
@@ -10,12 +11,11 @@
 #include <tuple>
 #include <variant>
 
-static void checkSecurityManager(Findings& findings, sdbusplus::bus::bus& bus,
-                                 const Kinds& kinds)
+void checkSecurityManager(Findings& findings, sdbusplus::bus::bus& bus,
+                          const Kinds& kinds)
 {
     constexpr auto service = "xyz.openbmc_project.SecurityManager";
     const Need need{Level::failure, "no BMC or BIOS image can be verified"};
-    findings.area("security manager");
     if (!isOnTheBus(findings, bus, service, need))
     {
         return;
@@ -34,20 +34,18 @@ static void checkSecurityManager(Findings& findings, sdbusplus::bus::bus& bus,
     {
         if (kinds.contains(kind))
         {
-            checkMethod(findings, *offered, member, {"s", "b"},
+            checkMethod(findings, *offered, member,
                         {Level::failure,
                          std::string("no ") + image + " can be verified"});
         }
     }
 }
 
-static void checkFirmwareInformation(Findings& findings,
-                                     sdbusplus::bus::bus& bus,
-                                     const Kinds& kinds)
+void checkFirmwareInformation(Findings& findings, sdbusplus::bus::bus& bus,
+                              const Kinds& kinds)
 {
     constexpr auto service = "xyz.openbmc_project.FwInfoManager";
     const Need need{Level::failure, "no BMC or BIOS image can be uploaded"};
-    findings.area("firmware information");
     if (!isOnTheBus(findings, bus, service, need))
     {
         return;
@@ -72,14 +70,6 @@ static void checkFirmwareInformation(Findings& findings,
         }
     }
 }
-
-/** Where a property is read. */
-struct Place
-{
-    const char* service;
-    const char* path;
-    const char* interface;
-};
 
 /** Reads a property; a finding where that fails. */
 template <typename Value>
@@ -107,12 +97,11 @@ valueOf(Findings& findings, sdbusplus::bus::bus& bus, const Place& place,
     }
 }
 
-static void checkHost(Findings& findings, sdbusplus::bus::bus& bus)
+void checkHost(Findings& findings, sdbusplus::bus::bus& bus)
 {
     constexpr Place host{"com.WEXA.Host", "/com/WEXA/Host", "com.WEXA.Host"};
     const Need need{Level::failure,
                     "every BIOS image is taken for another board's"};
-    findings.area("host");
     if (!isOnTheBus(findings, bus, host.service, need))
     {
         return;
@@ -131,7 +120,7 @@ static void checkHost(Findings& findings, sdbusplus::bus::bus& bus)
     }
 }
 
-static void checkSettings(Findings& findings, sdbusplus::bus::bus& bus)
+void checkSettings(Findings& findings, sdbusplus::bus::bus& bus)
 {
     constexpr Place settings{"xyz.openbmc_project.Settings",
                              "/xyz/openbmc_project/software/apply_time",
@@ -143,7 +132,6 @@ static void checkSettings(Findings& findings, sdbusplus::bus::bus& bus)
     const std::set<std::string> known{enumeration + "OnReset",
                                       enumeration + "Immediate",
                                       enumeration + "OnStartUpdateRequest"};
-    findings.area("settings");
     if (!isOnTheBus(findings, bus, settings.service, need))
     {
         return;
@@ -169,20 +157,5 @@ static void checkSettings(Findings& findings, sdbusplus::bus::bus& bus)
     {
         findings.ok("the requested apply time is " +
                     requested->substr(enumeration.size()));
-    }
-}
-
-void checkServices(Findings& findings, sdbusplus::bus::bus& bus,
-                   const Kinds& kinds)
-{
-    if (kinds.contains("bmc") || kinds.contains("bios"))
-    {
-        checkSecurityManager(findings, bus, kinds);
-        checkFirmwareInformation(findings, bus, kinds);
-    }
-    if (kinds.contains("bios"))
-    {
-        checkHost(findings, bus);
-        checkSettings(findings, bus);
     }
 }

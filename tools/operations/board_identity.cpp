@@ -55,10 +55,10 @@ static void requireExpectedType(const std::string& image,
 {
     if (board.type != expectedType)
     {
-        throw notCompared(
-            image, {"", library, "",
-                    "com.WEXA.Host tells BoardId as " + board.inWords() +
-                        ", where 'q' is expected: update the host service"});
+        throw notCompared(image, {"", library, "",
+                                  "com.WEXA.Host tells a BoardId " +
+                                      anotherTypeInWords(board, expectedType) +
+                                      ": update the host service"});
     }
 }
 

@@ -2,37 +2,71 @@
 #include "components.hpp"
 
 #include "../common/connection.hpp"
+#include "../common/cpld_registry.hpp"
+#include "../common/dbus_error.hpp"
 #include "../common/failure.hpp"
 #include "firmware_kind.hpp"
 #include "library_log.hpp"
 #include "verbs.hpp"
 
 #include <plain.hpp>
+#include <sdbusplus/exception.hpp>
+
+#include <algorithm>
+#include <array>
 
 using nlohmann::json;
 using wexa::core::CpldComponentMap;
 using wexa::core::PropertyMap;
 
-static CpldComponentMap components(sdbusplus::bus::bus& bus, bool verbose)
+constexpr auto notListed = "the CPLD components cannot be listed";
+constexpr auto updateManager = ": update the CPLD update manager";
+
+static Failure registryFailure(const std::string& dbusError,
+                               const std::string& hint)
 {
-    const LibraryLog log(verbose);
-    auto found = FirmwareKind::Manager(bus).getAvailableCpldCompsInfo();
-    if (found.empty() && log.tellsOfAFailedCall())
-    {
-        throw Failure(ExitStatus::callFailed,
-                      "the CPLD components cannot be listed", log.reason());
-    }
-    return found;
+    return {ExitStatus::callFailed, notListed,
+            Reason{"reading the registry of the CPLDs", {}, dbusError, hint}};
 }
 
-static std::string namesOf(const CpldComponentMap& components)
+static cpld::Registry registered(sdbusplus::bus::bus& bus)
+{
+    try
+    {
+        // As long as the library itself would wait.
+        return cpld::readRegistry(bus, sdbusplus::SdBusDuration::zero());
+    }
+    catch (const cpld::AnotherType& fault)
+    {
+        throw registryFailure("", fault.what() + std::string(updateManager));
+    }
+    catch (const sdbusplus::exception::exception& error)
+    {
+        throw registryFailure(error.name(), hintFor(error.name()));
+    }
+}
+
+static std::string namesOf(const cpld::Registry& components)
 {
     std::string names;
     for (const auto& entry : components)
     {
         names += (names.empty() ? "" : ", ") + entry.first;
     }
-    return names.empty() ? "none" : names;
+    return names;
+}
+
+/** What is wrong with an object path of the registry, and what to do. */
+static std::optional<std::string> faultOfPaths(const cpld::Registry& registry)
+{
+    for (const auto& [name, record] : registry)
+    {
+        if (const auto fault = cpld::faultOfPath(name, record))
+        {
+            return *fault + updateManager;
+        }
+    }
+    return {};
 }
 
 void requireComponent(sdbusplus::bus::bus& bus, const Request& request)
@@ -41,56 +75,167 @@ void requireComponent(sdbusplus::bus::bus& bus, const Request& request)
     {
         return;
     }
-    const auto known = components(bus, request.verbose);
-    if (!known.contains(request.component))
+    const auto known = registered(bus);
+    const auto found = known.find(request.component);
+    if (found == known.end())
     {
-        throw Failure(ExitStatus::wrongUsage,
-                      "there is no CPLD component '" + request.component + "'",
-                      "name one of those that there are: " + namesOf(known));
+        throw Failure(
+            ExitStatus::wrongUsage,
+            "the board has no CPLD component '" + request.component + "'",
+            known.empty() ? "no CPLD component is bound: see what the CPLD "
+                            "update manager logged"
+                          : "name one of these: " + namesOf(known));
+    }
+    if (const auto fault = faultOfPaths({*found}))
+    {
+        throw Failure(ExitStatus::callFailed,
+                      "CPLD component '" + request.component +
+                          "' cannot be called",
+                      Reason{"looking the component up", {}, "", *fault});
     }
 }
 
-static json asJson(const PropertyMap& properties)
+namespace
 {
-    auto object = json::object();
-    for (const auto& [name, value] : properties)
-    {
-        std::visit(
-            [&, &name = name](const auto& content) { object[name] = content; },
-            value);
-    }
-    return object;
-}
 
-static std::string asTable(const CpldComponentMap& components)
+/** The components as the library lists them, and what it does not tell. */
+class Listing
 {
-    std::vector<plain::Row> rows;
-    for (const auto& [name, info] : components)
+  public:
+    Listing(sdbusplus::bus::bus& bus, bool verbose) : log(verbose)
     {
-        const auto& [version, properties] = info;
-        rows.emplace_back(name,
-                          version.empty() ? "version not known" : version);
-        const auto values = asJson(properties);
-        for (const auto& [property, value] : values.items())
+        found = FirmwareKind::Manager(bus).getAvailableCpldCompsInfo();
+        if (found.empty() && log.tellsOfAFailedCall())
         {
-            rows.emplace_back("  " + property, value.is_string()
-                                                   ? value.get<std::string>()
-                                                   : value.dump());
+            throw failure(bus);
+        }
+        registry = registered(bus);
+    }
+
+    json asJson() const
+    {
+        auto list = json::object();
+        for (const auto& [name, info] : found)
+        {
+            const auto& [version, properties] = info;
+            list[name] = {{"version", version},
+                          {"version_unknown",
+                           version.empty() ? json(whyUnknown(name)) : json()},
+                          {"properties", valuesOf(properties)},
+                          {"unread", unreadOf(name)}};
+        }
+        return {{"components", list}};
+    }
+
+    std::string asText() const
+    {
+        std::vector<plain::Row> rows;
+        for (const auto& [name, info] : found)
+        {
+            const auto& [version, properties] = info;
+            rows.emplace_back(name, version.empty() ? "version not known: " +
+                                                          whyUnknown(name)
+                                                    : version);
+            addProperties(rows, name, valuesOf(properties));
+        }
+        return found.empty() ? "no CPLD component is bound\n"
+                             : plain::table(rows);
+    }
+
+  private:
+    Failure failure(sdbusplus::bus::bus& bus) const
+    {
+        auto reason = log.reason();
+        // A call cannot be created for a path that is not one.
+        if (reason.dbusError == "org.freedesktop.DBus.Error.InvalidArgs")
+        {
+            reason.hint = faultOfPaths(registered(bus)).value_or(reason.hint);
+        }
+        return {ExitStatus::callFailed, notListed, std::move(reason)};
+    }
+
+    static json valuesOf(const PropertyMap& properties)
+    {
+        auto values = json::object();
+        for (const auto& [name, value] : properties)
+        {
+            std::visit([&, &name = name](
+                           const auto& content) { values[name] = content; },
+                       value);
+        }
+        return values;
+    }
+
+    /** The types of the properties that the library does not read: it tells
+     *  0 instead.
+     */
+    json unreadOf(const std::string& component) const
+    {
+        constexpr std::array read{"i", "x", "u", "t", "s", "b"};
+        auto types = json::object();
+        for (const auto& [name, value] : recordOf(component).properties)
+        {
+            if (std::ranges::find(read, value.type) == read.end())
+            {
+                types[name] = value.type;
+            }
+        }
+        return types;
+    }
+
+    void addProperties(std::vector<plain::Row>& rows,
+                       const std::string& component, const json& values) const
+    {
+        const auto unread = unreadOf(component);
+        for (const auto& [name, value] : values.items())
+        {
+            const auto type = unread.find(name);
+            rows.emplace_back("  " + name,
+                              type != unread.end()
+                                  ? "of type " + type->get<std::string>() +
+                                        ", which the library does not "
+                                        "read: it tells 0"
+                              : value.is_string() ? value.get<std::string>()
+                                                  : value.dump());
         }
     }
-    return plain::table(rows);
-}
+
+    std::string whyUnknown(const std::string& component) const
+    {
+        const auto& path = recordOf(component).objectPath;
+        if (path.empty())
+        {
+            return "the registry tells no object path";
+        }
+        const auto error =
+            log.dbusErrorOf(std::string("Error in method call for (") +
+                            cpld::service + ", " + path + ", ");
+        if (error == "System.Error.ENXIO")
+        {
+            return "readMBVersionString answers with another type than 's'";
+        }
+        return error.empty() ? "the device tells an empty version"
+                             : "readMBVersionString fails (" + error + ")";
+    }
+
+    /** Without a path where the component has gone meanwhile. */
+    const cpld::Record& recordOf(const std::string& component) const
+    {
+        static const cpld::Record gone{};
+        const auto record = registry.find(component);
+        return record == registry.end() ? gone : record->second;
+    }
+
+    LibraryLog log;
+    CpldComponentMap found;
+    cpld::Registry registry;
+};
+
+} // namespace
 
 Result listComponents(const Request& request)
 {
     auto bus = connectTo(request.bus);
-    const auto found = components(bus, request.verbose);
-    auto list = json::object();
-    for (const auto& [name, info] : found)
-    {
-        const auto& [version, properties] = info;
-        list[name] = {{"version", version}, {"properties", asJson(properties)}};
-    }
-    return {{{"components", list}},
-            found.empty() ? "no CPLD component is bound\n" : asTable(found)};
+    const Listing listing(bus, request.verbose);
+    return {listing.asJson(), listing.asText()};
 }

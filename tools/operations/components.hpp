@@ -8,6 +8,8 @@
 /** Makes sure that the component of a request is there, where the kind of
  *  firmware has components.
  *
- *  @throw Failure  it is not, and which ones there are; or nobody can tell
+ *  @throw Failure  wrongUsage: it is not bound; says which ones are.
+ *                  callFailed: the registry cannot be read, or tells no path
+ *                  of its object that can be called
  */
 void requireComponent(sdbusplus::bus::bus& bus, const Request& request);

@@ -66,6 +66,11 @@ class Bios : public FirmwareKind
         return isCapsule(std::move(image)) ? "BIOS capsule" : "BIOS image";
     }
 
+    bool hasApplyTime() const override
+    {
+        return true;
+    }
+
     bool tellsItsBoard(std::string image) const override
     {
         return !isCapsule(std::move(image));

@@ -36,6 +36,12 @@ class FirmwareKind
         return false;
     }
 
+    /** Whether an upload tells when the image is to be applied. */
+    virtual bool hasApplyTime() const
+    {
+        return false;
+    }
+
     /** Whether the image is for one board, and tells which. */
     virtual bool tellsItsBoard(std::string /*image*/) const
     {

@@ -90,7 +90,7 @@ std::vector<std::string> LibraryLog::progress() const
 std::vector<std::string> LibraryLog::linesOfFailure() const
 {
     auto lines = err->lines();
-    // A no of whoever verifies is logged as progress.
+    // A no of the service that verifies is logged as progress.
     if (const auto said = progress();
         !said.empty() && explanationOf(said.back()) != nullptr)
     {
@@ -106,7 +106,8 @@ static const LogLine* causeAmong(const std::vector<std::string>& lines)
     {
         if (const auto* const found = explanationOf(line);
             found != nullptr && (found->meaning == Meaning::refusal ||
-                                 found->meaning == Meaning::failedCall))
+                                 found->meaning == Meaning::failedCall ||
+                                 found->meaning == Meaning::notRecorded))
         {
             return found;
         }
@@ -135,10 +136,25 @@ Reason LibraryLog::reason() const
     return reason;
 }
 
+std::string LibraryLog::dbusErrorOf(const std::string& text) const
+{
+    const auto lines = err->lines();
+    const auto found = std::ranges::find_if(lines, [&](const auto& line) {
+        return line.find(text) != std::string::npos;
+    });
+    return found == lines.end() ? "" : dbusErrorIn(*found);
+}
+
 bool LibraryLog::tellsOfAFailedCall() const
 {
     const auto* const cause = causeAmong(linesOfFailure());
-    return cause != nullptr && cause->meaning == Meaning::failedCall;
+    return cause != nullptr && cause->meaning != Meaning::refusal;
+}
+
+bool LibraryLog::tellsOfAnUnrecordedVersion() const
+{
+    const auto* const cause = causeAmong(linesOfFailure());
+    return cause != nullptr && cause->meaning == Meaning::notRecorded;
 }
 
 bool LibraryLog::tellsOfBoards() const

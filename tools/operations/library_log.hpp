@@ -30,8 +30,16 @@ class LibraryLog
      */
     Reason reason() const;
 
+    /** The D-Bus error of the first line of failure that holds a text; empty
+     *  where there is no such line, or no error in it.
+     */
+    std::string dbusErrorOf(const std::string& text) const;
+
     /** Whether an operation failed because a service could not be asked. */
     bool tellsOfAFailedCall() const;
+
+    /** Whether all went well but that the version was not recorded. */
+    bool tellsOfAnUnrecordedVersion() const;
 
     /** Whether an operation failed when it compared the image's board with
      *  this one.

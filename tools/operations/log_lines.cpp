@@ -20,15 +20,17 @@ static constexpr std::array lines{
     LogLine{"Verify false", Meaning::refusal,
             "verification by the security manager",
             "the image is of another kind, was changed, or is signed with a "
-            "key that this board does not trust: get it again"},
+            "key that this board does not trust: get it again, or check the "
+            "keys that this board trusts"},
     LogLine{"Verify failed", Meaning::refusal, "verification by the CPLD",
-            "the image is for another component, or was changed: name its "
-            "component, or get it again"},
+            "the image is for another component, was changed, or is signed "
+            "with a key that this board does not trust: name its component, "
+            "get it again, or check the keys that this board trusts"},
     LogLine{"Error in security method call for (/xyz/openbmc_project/security,",
             Meaning::failedCall, "verification by the security manager", ""},
     LogLine{"Error in security method call for (", Meaning::failedCall,
             "verification by the CPLD", ""},
-    LogLine{"Error in fwinfo method call for (", Meaning::failedCall,
+    LogLine{"Error in fwinfo method call for (", Meaning::notRecorded,
             "recording the version as staged", ""},
     LogLine{"Error in getting ApplyTime: (", Meaning::note,
             "reading the requested apply time", ""},

@@ -6,6 +6,8 @@
 /** What a line of the library's log says about the operation. */
 enum class Meaning
 {
+    /** All went well but that the version was not recorded as staged. */
+    notRecorded,
     /** The image, or what was asked for, was refused. */
     refusal,
     /** A service could not be asked. */

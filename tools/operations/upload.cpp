@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "../common/connection.hpp"
 #include "../common/failure.hpp"
+#include "../common/told_value.hpp"
+#include "apply_time.hpp"
 #include "board_identity.hpp"
 #include "components.hpp"
 #include "firmware_kind.hpp"
@@ -10,9 +12,75 @@
 
 #include <plain.hpp>
 
-static wexa::core::UploadResult accepted(sdbusplus::bus::bus& bus,
-                                         const FirmwareKind& kind,
-                                         const Target& target, bool verbose)
+#include <array>
+#include <sstream>
+
+namespace
+{
+
+/** What an upload found. */
+struct Accepted
+{
+    wexa::core::UploadResult result;
+    /** Why the library told no apply time; empty where it did. */
+    std::string noApplyTime;
+};
+
+/** Of a version that is not a string. */
+std::string inWords(const wexa::core::PropertyValue& version)
+{
+    // What the library does not read is 0 of the first type.
+    if (version == wexa::core::PropertyValue())
+    {
+        return "that is not a string, as it is expected to be";
+    }
+    constexpr std::array types{"i", "x", "u", "t", "s", "b"};
+    std::ostringstream text;
+    std::visit([&](const auto& content) { text << content; }, version);
+    return anotherTypeInWords({types.at(version.index()), text.str()}, "s");
+}
+
+/** The library gives up at once where a version is not a string. */
+Failure versionOfAnotherType(FirmwareKind::Manager& manager,
+                             const Target& target)
+{
+    const auto value =
+        manager.getCPLDImageFileInfo(target.component, target.image)
+            .at("versionString");
+    return {ExitStatus::callFailed,
+            target.image + ": its version could not be read",
+            Reason{"reading the version of the CPLD image",
+                   {},
+                   "",
+                   "the device of " + target.component +
+                       " tells a versionString " + inWords(value) +
+                       ": update the CPLD update manager"}};
+}
+
+Failure notAccepted(sdbusplus::bus::bus& bus, const std::string& image,
+                    const LibraryLog& log)
+{
+    if (log.tellsOfBoards())
+    {
+        return boardMismatch(bus, image, log);
+    }
+    if (log.tellsOfAnUnrecordedVersion())
+    {
+        return {ExitStatus::callFailed,
+                image + ": is authentic, but its version could not be "
+                        "recorded as staged",
+                log.reason()};
+    }
+    if (log.tellsOfAFailedCall())
+    {
+        return {ExitStatus::callFailed, image + ": could not be examined",
+                log.reason()};
+    }
+    return {ExitStatus::imageRefused, image + ": refused", log.reason()};
+}
+
+Accepted accepted(sdbusplus::bus::bus& bus, const FirmwareKind& kind,
+                  const Target& target, bool verbose)
 {
     if (kind.tellsItsBoard(target.image))
     {
@@ -20,40 +88,30 @@ static wexa::core::UploadResult accepted(sdbusplus::bus::bus& bus,
     }
     const LibraryLog log(verbose);
     FirmwareKind::Manager manager(bus);
-    wexa::core::UploadResult result;
+    Accepted accepted;
     try
     {
-        result = kind.upload(manager, target);
+        accepted.result = kind.upload(manager, target);
     }
     catch (const std::bad_variant_access&)
     {
-        throw Failure(
-            ExitStatus::imageRefused, target.image + ": refused",
-            Reason{"reading the version of the CPLD image",
-                   log.reason().library, "",
-                   "the device tells the image's version in a type that is "
-                   "not 's': update the CPLD update manager"});
+        throw versionOfAnotherType(manager, target);
     }
-    if (!result.empty())
+    if (accepted.result.empty())
     {
-        return result;
+        throw notAccepted(bus, target.image, log);
     }
-    const auto reason = log.reason();
-    if (log.tellsOfBoards())
+    if (kind.hasApplyTime() && !accepted.result.contains("applyTime"))
     {
-        throw boardMismatch(bus, target.image, log);
+        accepted.noApplyTime = whyNoApplyTime(bus, log);
     }
-    if (log.tellsOfAFailedCall())
-    {
-        throw Failure(ExitStatus::callFailed,
-                      target.image + ": could not be examined", reason);
-    }
-    throw Failure(ExitStatus::imageRefused, target.image + ": refused", reason);
+    return accepted;
 }
 
-static std::string inWords(const std::string& image, const std::string& what,
-                           const wexa::core::UploadResult& result)
+std::string inWords(const std::string& image, const std::string& what,
+                    const Accepted& accepted)
 {
+    const auto& result = accepted.result;
     auto text =
         image + ": accepted as " + what + ", version " + result.at("version");
     const auto exposed = result.find("exposeName");
@@ -63,8 +121,14 @@ static std::string inWords(const std::string& image, const std::string& what,
     {
         text += ", apply time " + applied->second;
     }
+    if (!accepted.noApplyTime.empty())
+    {
+        text += ", apply time unknown: " + accepted.noApplyTime;
+    }
     return plain::line(text) + '\n';
 }
+
+} // namespace
 
 Result upload(const Request& request)
 {
@@ -72,9 +136,14 @@ Result upload(const Request& request)
     const auto image = usableImage(request.image, kind.hasComponents());
     auto bus = connectTo(request.bus);
     requireComponent(bus, request);
-    const auto result =
+    const auto found =
         accepted(bus, kind, {image, request.component}, request.verbose);
     const auto what = kind.wordsFor(image);
-    return {{{"image", image}, {"what", what}, {"upload", result}},
-            inWords(image, what, result)};
+    return {{{"image", image},
+             {"what", what},
+             {"upload", found.result},
+             {"apply_time_unknown", found.noApplyTime.empty()
+                                        ? nlohmann::json()
+                                        : nlohmann::json(found.noApplyTime)}},
+            inWords(image, what, found)};
 }
