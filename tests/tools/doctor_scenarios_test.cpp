@@ -109,8 +109,8 @@ const std::vector<Scenario>& scenarios()
          {"failure: the method bindedDevices is () -> (a{s(ss)}): no CPLD can "
           "be listed, verified or updated"}},
         {"cpld-path-malformed",
-         ofAllCplds("failure: the registry tells 'NAME' as the object path of "
-                    "NAME, which is none: no CPLD can be listed")},
+         ofAllCplds("failure: the registry tells 'NAME' as the path of NAME, "
+                    "which is not an object path: no CPLD can be listed")},
         {"cpld-device-absent",
          ofAllCplds("failure: xyz.openbmc_project.CpldUpdateMgrSvc has no "
                     "object /xyz/openbmc_project/cpld_update_mgr/NAME: NAME "

@@ -50,11 +50,16 @@ TEST_F(Doctor, ShowsATableAndWhatToDo)
               "  FAILURE  com.WEXA.Host is not on the bus: every BIOS image is "
               "taken for another board's\n"
               "           -> install or start the service\n"
+              "  SKIPPED  not checked: what com.WEXA.Host offers, since it is "
+              "not on the bus\n"
               "settings\n"
               "  OK       xyz.openbmc_project.Settings is on the bus\n"
               "  OK       the requested apply time is Immediate\n"
+              "CPLD update manager\n"
+              "  SKIPPED  not checked: only bios was asked for\n"
               "flash units\n"
               "  OK       org.freedesktop.systemd1 is on the bus\n"
+              "  OK       nothing is being flashed\n"
               "  OK       StartUnit(ss) -> (o)\n"
               "  OK       obmc-flash-host-bios@.service is installed and "
               "honest\n"
@@ -204,9 +209,9 @@ TEST_F(Doctor, LooksAtADirectoryOfImages)
     const TemporaryDirectory directory;
     const auto here = directory.path().string();
     EXPECT_EQ(wrongWith({"bmc", "--images", here}), Wrong());
-    EXPECT_EQ(
-        wrongWith({"bmc", "--images", here + "/none"}),
-        (Wrong{"failure: " + here + "/none is no directory that can be read"}));
+    EXPECT_EQ(wrongWith({"bmc", "--images", here + "/none"}),
+              (Wrong{"failure: " + here +
+                     "/none is not a directory that can be read"}));
     std::filesystem::create_directory(here + "/a-b");
     EXPECT_EQ(wrongWith({"bmc", "--images", here + "/a-b"}),
               (Wrong{"failure: " + here +

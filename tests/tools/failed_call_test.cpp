@@ -63,17 +63,6 @@ TEST_F(FailedCall, IsNotAdvisedToWaitShorterWhereItDoes)
                           "shortens the wait"));
 }
 
-TEST_F(FailedCall, IsToldWithTheTypeAndTheValueThatCame)
-{
-    bmc.set("security", "wrong-type");
-    EXPECT_EQ(fwmgr({"verify", "bmc", image}),
-              failure("sd_bus_message_read_basic bool: System.Error.ENXIO: No "
-                      "such device or address",
-                      "the answer is of type 's' (\"authentic\"), where 'b' "
-                      "is expected",
-                      anotherType));
-}
-
 TEST_F(FailedCall, IsToldInTheValueForPrograms)
 {
     bmc.set("security", "wrong-type");

@@ -71,15 +71,17 @@ TEST_F(Verify, SaysThatAnAnswerHadAnotherType)
 
     EXPECT_EQ(
         fwmgr({"verify", "bmc", image}),
-        refusal(callFailed, image + ": could not be verified",
-                {bySecurityManager,
-                 {"Error in security method call for "
-                  "(/xyz/openbmc_project/security, "
-                  "xyz.openbmc_project.security.SecurityManager: "
-                  "sd_bus_message_read_basic bool: System.Error.ENXIO: No "
-                  "such device or address"},
-                 "System.Error.ENXIO",
-                 anotherType}));
+        refusal(
+            callFailed, image + ": could not be verified",
+            {bySecurityManager,
+             {"Error in security method call for "
+              "(/xyz/openbmc_project/security, "
+              "xyz.openbmc_project.security.SecurityManager: "
+              "sd_bus_message_read_basic bool: System.Error.ENXIO: No "
+              "such device or address"},
+             "System.Error.ENXIO",
+             anotherType,
+             "verifyBmc of xyz.openbmc_project.SecurityManager: the answer is of type 's' (\"authentic\"), where 'b' is expected"}));
 }
 
 TEST_F(Verify, ShowsTheLibrarysLogWhenAskedTo)
