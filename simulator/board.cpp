@@ -41,7 +41,8 @@ startOrJoinBus(const PrivateDirectory& directory, const std::string& address)
 }
 
 Board::Board(const PrivateDirectory& directory, const Setup& setup) :
-    directory(directory), busDaemon(startOrJoinBus(directory, setup.bus))
+    directory(directory), busDaemon(startOrJoinBus(directory, setup.bus)),
+    relay(directory)
 {
     flash.write(directory);
     writeUnits(directory, flash);
@@ -103,12 +104,23 @@ void Board::setBus(const std::string& value)
 
 void Board::setManager(Behaviour behaviour)
 {
-    if (behaviour == Behaviour::slow)
+    const auto delayAnswers = [this] {
+        relay.delay(manager->behaviour() == Behaviour::slow
+                        ? slowness
+                        : std::chrono::seconds(0));
+    };
+    // It must answer at once while it is changed.
+    relay.delay({});
+    try
     {
-        throw std::invalid_argument("the unit manager cannot be slow; a flash "
-                                    "can, with flash-time");
+        manager->behave(behaviour);
     }
-    manager->behave(behaviour);
+    catch (const std::exception&)
+    {
+        delayAnswers();
+        throw;
+    }
+    delayAnswers();
 }
 
 std::string Board::namesToSet() const
@@ -152,8 +164,9 @@ void Board::setFlash(const std::string& what, const std::string& value)
                                     "flash-timeout");
     }
     flash.write(directory);
+    const auto how = manager->behaviour();
     if ((what == "flash-timeout" || what == "flash-unit") &&
-        manager->behaviour() == Behaviour::normal)
+        (how == Behaviour::normal || how == Behaviour::slow))
     {
         writeUnits(directory, flash);
         manager->reload();

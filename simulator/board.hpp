@@ -2,6 +2,7 @@
 #pragma once
 
 #include "bus_daemon.hpp"
+#include "bus_relay.hpp"
 #include "flash_settings.hpp"
 #include "private_directory.hpp"
 #include "services/service.hpp"
@@ -85,6 +86,7 @@ class Board
     PrivateDirectory directory;
     /** Null where it is on a bus that is not its own. */
     std::unique_ptr<BusDaemon> busDaemon;
+    BusRelay relay;
     FlashSettings flash;
     std::vector<std::unique_ptr<Service>> services;
     std::unique_ptr<UnitManager> manager;

@@ -17,8 +17,8 @@ constexpr auto managerInterface = "org.freedesktop.systemd1.Manager";
 using Texts = std::vector<std::string>;
 
 BuiltinManager::BuiltinManager(const PrivateDirectory& directory) :
-    directory(directory),
-    bus(sdbus::createSessionBusConnectionWithAddress(directory.busAddress()))
+    directory(directory), bus(sdbus::createSessionBusConnectionWithAddress(
+                              directory.managerBusAddress()))
 {
     offerManager();
     takeName(*bus, busName);

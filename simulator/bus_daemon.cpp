@@ -3,13 +3,11 @@
 
 #include "child.hpp"
 #include "patience.hpp"
+#include "unix_socket.hpp"
 
-#include <sys/socket.h>
-#include <sys/un.h>
 #include <unistd.h>
 
 #include <charconv>
-#include <cstring>
 #include <fstream>
 #include <stdexcept>
 #include <string_view>
@@ -39,18 +37,12 @@ static void writeConfiguration(const std::filesystem::path& file,
 
 bool listens(const std::filesystem::path& socketPath)
 {
-    sockaddr_un address{AF_UNIX, {}};
-    if (socketPath.string().size() >= sizeof(address.sun_path))
+    const auto probe = connectTo(socketPath);
+    if (probe >= 0)
     {
-        return false;
+        close(probe);
     }
-    std::strcpy(address.sun_path, socketPath.c_str());
-    const auto probe =
-        checked(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0), "socket");
-    const auto reached =
-        connect(probe, reinterpret_cast<sockaddr*>(&address), sizeof(address));
-    close(probe);
-    return reached == 0;
+    return probe >= 0;
 }
 
 /** Without the escapes of D-Bus addresses: "%20" is a blank. */

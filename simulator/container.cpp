@@ -3,6 +3,7 @@
 
 #include "child.hpp"
 #include "control.hpp"
+#include "patience.hpp"
 
 #include <poll.h>
 #include <signal.h>
@@ -11,7 +12,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <chrono>
 #include <exception>
 #include <string_view>
 
@@ -110,21 +110,9 @@ class Loop
             const auto data = connection->getEventLoopPollData();
             watched.push_back({data.fd, data.events, 0});
         }
-        poll(watched.data(), watched.size(), timeout());
+        poll(watched.data(), watched.size(),
+             millisecondsUntil(board.deadline()));
         return watched[0].revents == 0;
-    }
-
-    int timeout()
-    {
-        using std::chrono::ceil, std::chrono::milliseconds;
-        const auto deadline = board.deadline();
-        if (!deadline)
-        {
-            return -1;
-        }
-        const auto left =
-            ceil<milliseconds>(*deadline - std::chrono::steady_clock::now());
-        return std::max(0, static_cast<int>(left.count()));
     }
 
     Board& board;

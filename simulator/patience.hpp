@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <algorithm>
 #include <chrono>
+#include <optional>
 #include <thread>
 
 namespace bmcsim
@@ -9,6 +11,20 @@ namespace bmcsim
 
 /** How long anything of the simulated BMC may take to come up. */
 constexpr std::chrono::seconds startPatience{10};
+
+/** For poll: until `deadline`, or for ever where there is none. */
+inline int
+millisecondsUntil(std::optional<std::chrono::steady_clock::time_point> deadline)
+{
+    using std::chrono::ceil, std::chrono::milliseconds;
+    if (!deadline)
+    {
+        return -1;
+    }
+    const auto left =
+        ceil<milliseconds>(*deadline - std::chrono::steady_clock::now());
+    return std::max(0, static_cast<int>(left.count()));
+}
 
 /** Waits until `condition` holds; false if it does not in time. */
 template <typename Condition>

@@ -61,6 +61,17 @@ class PrivateDirectory
         return "unix:path=" + busSocket().string();
     }
 
+    /** The manager's way to the bus, which passes the relay. */
+    std::filesystem::path managerBus() const
+    {
+        return managerRuntime() / "bus";
+    }
+
+    std::string managerBusAddress() const
+    {
+        return "unix:path=" + managerBus().string();
+    }
+
     std::filesystem::path units() const
     {
         return root / "units";

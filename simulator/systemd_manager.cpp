@@ -39,7 +39,7 @@ static Program program(const PrivateDirectory& directory)
             {"PATH=/usr/sbin:/usr/bin:/sbin:/bin",
              "HOME=" + directory.path().string(),
              "XDG_RUNTIME_DIR=" + directory.managerRuntime().string(),
-             "DBUS_SESSION_BUS_ADDRESS=" + directory.busAddress(),
+             "DBUS_SESSION_BUS_ADDRESS=" + directory.managerBusAddress(),
              "SYSTEMD_UNIT_PATH=" + directory.units().string(),
              "SYSTEMD_GENERATOR_PATH=" + empty,
              "SYSTEMD_ENVIRONMENT_GENERATOR_PATH=" + empty,
@@ -127,9 +127,16 @@ void SystemdManager::reload()
 {
     if (behaving != Behaviour::absent && behaving != Behaviour::silent)
     {
-        sdbus::createProxy(*client, busName, "/org/freedesktop/systemd1")
-            ->callMethod("Reload")
-            .onInterface("org.freedesktop.systemd1.Manager");
+        const auto manager =
+            sdbus::createProxy(*client, busName, "/org/freedesktop/systemd1");
+        auto call = manager->createMethodCall(
+            "org.freedesktop.systemd1.Manager", "Reload");
+        if (behaving == Behaviour::slow)
+        {
+            // It is done at once, before what others ask later.
+            call.dontExpectReply();
+        }
+        manager->callMethod(call);
     }
 }
 

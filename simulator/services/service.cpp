@@ -35,8 +35,6 @@ void Service::behave(Behaviour behaviour)
 
 using std::chrono::steady_clock;
 
-constexpr std::chrono::seconds slowness{2};
-
 static bool isReadable(const sdbus::IConnection& connection)
 {
     pollfd waiting{connection.getEventLoopPollData().fd, POLLIN, 0};

@@ -70,10 +70,6 @@ TEST(BmcsimCommandLine, SaysWhatCanBeSetFromTheStart)
     EXPECT_EQ(runBmcsim({"run", "--set", "security=odd", "--", "true"}),
               refusal(noBoard, "no behaviour 'odd'; there are normal, absent, "
                                "refuse, error, wrong-type, silent and slow"));
-    EXPECT_EQ(runBmcsim({"run", "--manager", "builtin", "--set", "manager=slow",
-                         "--", "true"}),
-              refusal(noBoard, "the unit manager cannot be slow; a flash can, "
-                               "with flash-time"));
     EXPECT_EQ(runBmcsim({"run", "--manager", "builtin", "--set",
                          "flash-unit=condition", "--", "true"}),
               refusal(noBoard, "only a real systemd can be deceived by a flash "
