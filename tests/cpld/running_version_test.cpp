@@ -35,6 +35,18 @@ TEST_F(RunningVersion, IsWhatTheDeviceTells)
     }
 }
 
+TEST_F(RunningVersion, OfTheRootObjectIsAskedForAsOfAnyOther)
+{
+    offer(cpld_manager::service,
+          {cpld_manager::method("/", "readMBVersionString", reply::text("1"))});
+
+    EXPECT_EQ(manager.getCPLDVersionString("/"), "1");
+
+    EXPECT_THAT(events(), ElementsAre("call: readMBVersionString"));
+    EXPECT_THAT(sent(),
+                ElementsAre(cpld_manager::call("/", "readMBVersionString")));
+}
+
 TEST_F(RunningVersion, OfAnEmptyPathIsEmptyAndNobodyIsAsked)
 {
     deviceAnswers(reply::text("1"));

@@ -80,6 +80,7 @@ class DbusDaemon : public BusProgram
   <listen>unix:path=)" + directory + R"(/bus</listen>
   <auth>EXTERNAL</auth>
   <policy context="default">
+    <allow user="*"/>
     <allow send_destination="*" eavesdrop="true"/>
     <allow eavesdrop="true"/>
     <allow own="*"/>
