@@ -20,23 +20,46 @@ static std::string inWords(std::chrono::microseconds time)
     return text.str();
 }
 
+static std::string nameOf(const trace::FailedCall& call)
+{
+    return call.member + (call.property.empty() ? "" : " " + call.property) +
+           " of " + call.service;
+}
+
+/** @param effect  what may have become of it; of a mere question nothing */
+static std::string notAnswered(const trace::FailedCall& call,
+                               const std::string& when, const char* effect)
+{
+    return "not answered" + when + (call.changesSomething() ? effect : "");
+}
+
+static std::string typeOfAnswer(const trace::FailedCall& call)
+{
+    const auto* const expected = expectedTypesOf(call.member);
+    return expected == nullptr
+               ? "answered in another type than is expected"
+               : "the answer is " +
+                     anotherTypeInWords(call.answer, expected->out);
+}
+
+/** @param isToldElsewhere  whether the library's lines tell of the call */
 static std::string endOf(const trace::FailedCall& call,
-                         const std::string& dbusError)
+                         const std::string& dbusError, bool isToldElsewhere)
 {
     if (dbusError == noAnswerInTime)
     {
-        return "not answered within " + inWords(call.limit) +
-               "; it may still take effect";
+        return notAnswered(call, " within " + inWords(call.limit),
+                           "; it may still take effect");
     }
     if (dbusError == noAnswer)
     {
-        return "not answered; it may have taken effect";
+        return notAnswered(call, "", "; it may have taken effect");
     }
-    const auto* const expected = expectedTypesOf(call.member);
-    return dbusError != answerOfAnotherType || expected == nullptr
-               ? ""
-               : "the answer is " +
-                     anotherTypeInWords(call.answer, expected->out);
+    if (dbusError == answerOfAnotherType)
+    {
+        return typeOfAnswer(call);
+    }
+    return isToldElsewhere ? "" : "failed";
 }
 
 CallDetails detailsOf(const Reason& reason)
@@ -47,9 +70,11 @@ CallDetails detailsOf(const Reason& reason)
     {
         return details;
     }
-    if (const auto end = endOf(*call, reason.dbusError); !end.empty())
+    if (const auto end =
+            endOf(*call, reason.dbusError, !reason.library.empty());
+        !end.empty())
     {
-        details.call = call->member + " of " + call->service + ": " + end;
+        details.call = nameOf(*call) + ": " + end;
     }
     if (reason.dbusError == noAnswerInTime && call->limit > shortWait)
     {

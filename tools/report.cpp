@@ -38,7 +38,8 @@ void Report::tell(const Result& event)
     std::cout.flush();
     if (!std::cout)
     {
-        throw Failure(ExitStatus::unexpected, "nobody reads what happens", "");
+        throw Failure(ExitStatus::unexpected,
+                      "what happened could not be shown", "");
     }
 }
 
@@ -138,7 +139,7 @@ int Report::fail(const Failure& failure)
     return ended(failure.status, plain::line(failure.what()) + '\n');
 }
 
-/** A result that nobody can read is not a success. */
+/** A result that could not be written is not a success. */
 int Report::ended(ExitStatus status, const std::string& outcome)
 {
     std::cout.flush();

@@ -117,17 +117,43 @@ static ToldValue firstValueOf(sd_bus_message* answer)
     return value;
 }
 
+/** The property that a call reads or writes. */
+static std::string propertyOf(sd_bus_message* call)
+{
+    const char* interface = nullptr;
+    const char* property = nullptr;
+    const auto isOne =
+        orNone(sd_bus_message_get_interface(call)) ==
+            "org.freedesktop.DBus.Properties" &&
+        sd_bus_message_rewind(call, 1) >= 0 &&
+        sd_bus_message_read(call, "ss", &interface, &property) > 0;
+    return isOne ? property : "";
+}
+
+static void rememberFailed(const trace::FailedCall& call,
+                           const std::string& error)
+{
+    const auto& before = state().failed;
+    if (before && before->changesSomething() && !call.changesSomething() &&
+        error == state().error)
+    {
+        return;
+    }
+    state().failed = call;
+    state().error = error;
+}
+
 static void remember(sd_bus* bus, sd_bus_message* call, std::uint64_t timeout,
                      const std::string& error, sd_bus_message* answer)
 {
     trace::FailedCall remembered{orNone(sd_bus_message_get_destination(call)),
                                  orNone(sd_bus_message_get_member(call)),
+                                 propertyOf(call),
                                  limitOf(bus, timeout),
                                  {}};
     if (!error.empty())
     {
-        state().failed = remembered;
-        state().error = error;
+        rememberFailed(remembered, error);
     }
     else if (answer != nullptr)
     {

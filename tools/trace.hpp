@@ -36,15 +36,24 @@ struct FailedCall
 {
     std::string service;
     std::string member;
+    /** The property that was to be read or written, if any. */
+    std::string property;
     /** How long it could have waited for an answer. */
     std::chrono::microseconds limit{};
     /** What was answered; of no type where nothing was. */
     ToldValue answer;
+
+    /** Whether it asked for more than an answer. */
+    bool changesSomething() const
+    {
+        return member == "Set" || member == "StartUnit";
+    }
 };
 
 /** The call that a failure is about: the last one that failed with this
- *  error, or, where an answer could not be read, the last one that was
- *  answered. Calls are remembered for this from the start.
+ *  error, one that changes something before others; or, where an answer could
+ *  not be read, the last one that was answered. Calls are remembered for this
+ *  from the start.
  */
 std::optional<FailedCall> callBehind(const std::string& dbusError);
 

@@ -135,7 +135,9 @@ TEST_F(Components, AreNotListedWithoutTheirManager)
                       {"reading the registry of the CPLDs",
                        {},
                        serviceUnknown,
-                       startIt}));
+                       startIt,
+                       "bindedDevices of xyz.openbmc_project.CpldUpdateMgrSvc: "
+                       "failed"}));
 }
 
 TEST_F(Components, AreNamedWhereAnotherIsAskedFor)

@@ -164,7 +164,8 @@ TEST_F(Cpld, ImageWhoseVersionIsNotToldIsRefused)
              ToldVersion{"empty",
                          {"Version string is empty", noVersion},
                          "the device tells an empty version of the image: get "
-                         "it again"},
+                         "the image again, or update the CPLD update "
+                         "manager"},
              ToldVersion{"missing",
                          {"Failed to get cpld image version string", noVersion},
                          "the device tells no \"versionString\" of the image: "

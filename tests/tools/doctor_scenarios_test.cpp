@@ -91,8 +91,8 @@ const std::vector<Scenario>& scenarios()
          {"failure: there is no property stagingCapsuleMCU: no BIOS capsule "
           "can be uploaded"}},
         {"host-wrong-type",
-         {"failure: the property BoardId is of type s: every BIOS image is "
-          "taken for another board's"}},
+         {"failure: the property BoardId is of type s: no BIOS image can "
+          "be uploaded, since its board cannot be compared with this one"}},
         {"settings-absent",
          {"warning: xyz.openbmc_project.Settings is not on the bus: uploads of "
           "BIOS images tell no apply time"}},

@@ -28,44 +28,45 @@ TEST_F(Doctor, ShowsATableAndWhatToDo)
     bmc.set("host", "absent");
     const auto done = fwmgr({"doctor", "bios"});
     EXPECT_EQ(done.status, notReady);
-    EXPECT_EQ(done.out,
-              "libraries\n"
-              "  OK       libwexa_fwmgr_internal.so.0 can be loaded\n"
-              "  OK       libwexacore.so.0 can be loaded\n"
-              "  OK       get_bios_version_from_image\n"
-              "  OK       get_bios_board_id\n"
-              "  OK       check_bios_seamless_capsule\n"
-              "  OK       get_capsule_version_from_image\n"
-              "bus\n"
-              "  OK       system can be reached\n"
-              "security manager\n"
-              "  OK       xyz.openbmc_project.SecurityManager is on the bus\n"
-              "  OK       verifyBios(s) -> (b)\n"
-              "  OK       verifyCapsule(s) -> (b)\n"
-              "firmware information\n"
-              "  OK       xyz.openbmc_project.FwInfoManager is on the bus\n"
-              "  OK       stagingBIOS, writable, of type s\n"
-              "  OK       stagingCapsuleMCU, writable, of type s\n"
-              "host\n"
-              "  FAILURE  com.WEXA.Host is not on the bus: every BIOS image is "
-              "taken for another board's\n"
-              "           -> install or start the service\n"
-              "  SKIPPED  not checked: what com.WEXA.Host offers, since it is "
-              "not on the bus\n"
-              "settings\n"
-              "  OK       xyz.openbmc_project.Settings is on the bus\n"
-              "  OK       the requested apply time is Immediate\n"
-              "CPLD update manager\n"
-              "  SKIPPED  not checked: only bios was asked for\n"
-              "flash units\n"
-              "  OK       org.freedesktop.systemd1 is on the bus\n"
-              "  OK       nothing is being flashed\n"
-              "  OK       StartUnit(ss) -> (o)\n"
-              "  OK       obmc-flash-host-bios@.service is installed and "
-              "honest\n"
-              "paths of images\n"
-              "  OK       bios: up to 203 characters of letters, digits, "
-              "\"/\", \":\", \"_\", \".\" and \"@\"\n");
+    EXPECT_EQ(
+        done.out,
+        "libraries\n"
+        "  OK       libwexa_fwmgr_internal.so.0 can be loaded\n"
+        "  OK       libwexacore.so.0 can be loaded\n"
+        "  OK       get_bios_version_from_image\n"
+        "  OK       get_bios_board_id\n"
+        "  OK       check_bios_seamless_capsule\n"
+        "  OK       get_capsule_version_from_image\n"
+        "bus\n"
+        "  OK       system can be reached\n"
+        "security manager\n"
+        "  OK       xyz.openbmc_project.SecurityManager is on the bus\n"
+        "  OK       verifyBios(s) -> (b)\n"
+        "  OK       verifyCapsule(s) -> (b)\n"
+        "firmware information\n"
+        "  OK       xyz.openbmc_project.FwInfoManager is on the bus\n"
+        "  OK       stagingBIOS, writable, of type s\n"
+        "  OK       stagingCapsuleMCU, writable, of type s\n"
+        "host\n"
+        "  FAILURE  com.WEXA.Host is not on the bus: no BIOS image can be "
+        "uploaded, since its board cannot be compared with this one\n"
+        "           -> install or start the service\n"
+        "  SKIPPED  not checked: what com.WEXA.Host offers, since it is "
+        "not on the bus\n"
+        "settings\n"
+        "  OK       xyz.openbmc_project.Settings is on the bus\n"
+        "  OK       the requested apply time is Immediate\n"
+        "CPLD update manager\n"
+        "  SKIPPED  not checked: only bios was asked for\n"
+        "flash units\n"
+        "  OK       org.freedesktop.systemd1 is on the bus\n"
+        "  OK       nothing is being flashed\n"
+        "  OK       StartUnit(ss) -> (o)\n"
+        "  OK       obmc-flash-host-bios@.service is installed and "
+        "honest\n"
+        "paths of images\n"
+        "  OK       bios: up to 203 characters of letters, digits, "
+        "\"/\", \":\", \"_\", \".\" and \"@\"\n");
     EXPECT_EQ(done.err, "wexa-fwmgr: the board is not ready: 1 failure, 0 "
                         "warnings\n");
 }
@@ -90,7 +91,8 @@ TEST_F(Doctor, ChangesNothingAndAsksNothingThatCould)
     EXPECT_EQ(bmc.calls("fwinfo"), Calls());
     EXPECT_EQ(bmc.calls("host"), (Calls{{"Get", 1}}));
     EXPECT_EQ(bmc.calls("settings"), (Calls{{"Get", 1}}));
-    EXPECT_EQ(bmc.calls("cpld"), (Calls{{"bindedDevices", 1}}));
+    EXPECT_EQ(bmc.calls("cpld"),
+              (Calls{{"bindedDevices", 1}, {"readMBVersionString", 3}}));
     for (const auto* service : {"host", "settings", "cpld"})
     {
         for (const auto* key : {"calls", "last"})
@@ -99,6 +101,16 @@ TEST_F(Doctor, ChangesNothingAndAsksNothingThatCould)
         }
     }
     EXPECT_EQ(after, before);
+}
+
+TEST_F(Doctor, FindsADeviceThatDoesNotTellItsVersion)
+{
+    bmc.set("cpld-bound", "MB_CPLD");
+    bmc.set("cpld-device", "error");
+    EXPECT_EQ(wrongWith({"cpld"}),
+              (Wrong{"warning: readMBVersionString fails "
+                     "(org.freedesktop.DBus.Error.Failed): the version that it "
+                     "runs cannot be shown"}));
 }
 
 TEST_F(Doctor, FindsFurtherFaultsOfServices)
@@ -117,8 +129,9 @@ TEST_F(Doctor, FindsFurtherFaultsOfServices)
                   "failure: the property stagingCapsuleMCU is of type u: no "
                   "BIOS capsule can be uploaded",
                   "failure: BoardId cannot be read "
-                  "(org.freedesktop.DBus.Error.Failed): every BIOS image is "
-                  "taken for another board's",
+                  "(org.freedesktop.DBus.Error.Failed): no BIOS image can "
+                  "be uploaded, since its board cannot be compared with this "
+                  "one",
                   "warning: the property RequestedApplyTime is of type u: "
                   "uploads of BIOS images tell no apply time",
                   "failure: the registry tells no object path of MB_CPLD: its "

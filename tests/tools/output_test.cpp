@@ -5,7 +5,7 @@
 #include <sys/mount.h>
 #include <unistd.h>
 
-// Output that nobody takes, and a flash that has no room.
+// Output that cannot be written, and a flash that has no room.
 
 using namespace test;
 
@@ -73,8 +73,8 @@ TEST_F(Output, OfAMonitorIntoAClosedPipeEndsIt)
                             "$TOOL update bmc $IMAGE >/dev/null; }");
     EXPECT_EQ(done.err, "flashing " + image +
                             "\nwexa-fwmgr: cannot write to standard output: "
-                            "Broken pipe\n  outcome:  nobody reads what "
-                            "happens\n1\n");
+                            "Broken pipe\n  outcome:  what happened could "
+                            "not be shown\n1\n");
 }
 
 /** A disk of one megabyte, which only root may make. */

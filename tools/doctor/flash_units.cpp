@@ -225,8 +225,8 @@ void checkFlashUnits(Findings& findings, sdbusplus::bus::bus& bus,
     checkRunningFlashes(findings, bus, kinds);
     if (!offered)
     {
-        findings.notChecked("the templates of the flash units, since systemd "
-                            "does not describe itself");
+        findings.notChecked("the templates of the flash units, since it is "
+                            "not known what systemd offers");
         return;
     }
     checkMethod(findings, *offered, "StartUnit", need);

@@ -115,7 +115,7 @@ static std::string inWords(const MethodTypes& types)
     return "(" + types.in + ") -> (" + types.out + ")";
 }
 
-void checkMethod(Findings& findings, const OfferedInterface& offered,
+bool checkMethod(Findings& findings, const OfferedInterface& offered,
                  const std::string& name, const Need& need)
 {
     const auto& types = *expectedTypesOf(name);
@@ -125,7 +125,7 @@ void checkMethod(Findings& findings, const OfferedInterface& offered,
         addWrong(findings, need, "there is no method " + name,
                  "install a version of the service that offers " + name +
                      inWords(types));
-        return;
+        return false;
     }
     const auto& has = found->second;
     if (has.in != types.in || has.out != types.out)
@@ -133,9 +133,10 @@ void checkMethod(Findings& findings, const OfferedInterface& offered,
         addWrong(findings, need, "the method " + name + " is " + inWords(has),
                  "install a version of the service whose " + name + " is " +
                      inWords(types));
-        return;
+        return false;
     }
     findings.ok(name + inWords(types));
+    return true;
 }
 
 bool checkProperty(Findings& findings, const OfferedInterface& offered,

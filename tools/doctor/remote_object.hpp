@@ -36,8 +36,9 @@ offeredBy(Findings& findings, sdbusplus::bus::bus& bus,
 /** Looks for a method with the types that the library expects.
  *
  *  @param name  of one that it calls
+ *  @return whether it is there and has these types
  */
-void checkMethod(Findings& findings, const OfferedInterface& offered,
+bool checkMethod(Findings& findings, const OfferedInterface& offered,
                  const std::string& name, const Need& need);
 
 /** Looks for a property.

@@ -101,7 +101,8 @@ void checkHost(Findings& findings, sdbusplus::bus::bus& bus)
 {
     constexpr Place host{"com.WEXA.Host", "/com/WEXA/Host", "com.WEXA.Host"};
     const Need need{Level::failure,
-                    "every BIOS image is taken for another board's"};
+                    "no BIOS image can be uploaded, since its board cannot be "
+                    "compared with this one"};
     if (!isOnTheBus(findings, bus, host.service, need))
     {
         return;

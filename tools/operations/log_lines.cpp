@@ -65,10 +65,12 @@ static constexpr std::array lines{
             "image again, or update the CPLD update manager"},
     LogLine{"Version string is empty", Meaning::refusal,
             "reading the version of the CPLD image",
-            "the device tells an empty version of the image: get it again"},
+            "the device tells an empty version of the image: get the image "
+            "again, or update the CPLD update manager"},
     LogLine{"Failed to get cpld image file info", Meaning::refusal,
             "reading the version of the CPLD image",
-            "the device knows nothing of the image: get it again"},
+            "the device knows nothing of the image: get the image again, or "
+            "update the CPLD update manager"},
     LogLine{"Error !! ", Meaning::consequence, "", ""},
 };
 
