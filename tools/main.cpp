@@ -2,6 +2,7 @@
 #include "command_line.hpp"
 #include "common/dbus_error.hpp"
 #include "common/failure.hpp"
+#include "common/shortage.hpp"
 #include "doctor/doctor.hpp"
 #include "loading.hpp"
 #include "report.hpp"
@@ -10,12 +11,15 @@
 #include <sdbusplus/exception.hpp>
 #include <signal.h>
 
+#include <cerrno>
+#include <new>
 #include <optional>
 
 // wexa-fwmgr: firmware updates by hand, through the library.
 
 static Result carryOut(const Command& command)
 {
+    shortage::requireNone();
     return command.operation == nullptr
                ? examineBoard(command.request)
                : (loadOperations().*command.operation)(command.request);
@@ -35,6 +39,9 @@ int main(int argc, char** argv)
         }
         report = Report(command->verb, command->request.json);
         command->request.tell = [&](const auto& event) { report.tell(event); };
+        command->request.warn = [&](const auto& what, const auto& hint) {
+            report.warn(what, hint);
+        };
         if (command->trace)
         {
             trace::begin(!command->request.json);
@@ -50,6 +57,10 @@ int main(int argc, char** argv)
         return report.fail(
             {ExitStatus::callFailed, error.what(),
              Reason{"", {}, error.name(), hintFor(error.name())}});
+    }
+    catch (const std::bad_alloc&)
+    {
+        return report.fail(shortage::failure("cannot go on", ENOMEM));
     }
     catch (const std::exception& error)
     {

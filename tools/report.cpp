@@ -51,6 +51,10 @@ nlohmann::json Report::closing(ExitStatus status) const
         {"exit_status", static_cast<int>(status)},
         {"result", nullptr},
         {"error", nullptr}};
+    if (!warnings.empty())
+    {
+        value["warnings"] = warnings;
+    }
     if (trace::isOn())
     {
         value["trace"] = trace::calls();
@@ -93,6 +97,18 @@ static void printDetail(const char* label, const std::string& text)
     {
         std::cerr << "  " << label << plain::line(text) << '\n';
     }
+}
+
+void Report::warn(const std::string& what, const std::string& hint)
+{
+    if (json)
+    {
+        warnings.push_back({{"message", what}, {"hint", hint}});
+        return;
+    }
+    std::cerr << "wexa-fwmgr: warning: " << plain::line(what) << '\n';
+    printDetail("hint:     ", hint);
+    std::cerr.flush();
 }
 
 static void printFailure(const Failure& failure)

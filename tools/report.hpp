@@ -19,6 +19,9 @@ class Report
     /** Shows something that has just happened. */
     void tell(const Result& event);
 
+    /** Shows what a verb can do with, but had better not have to. */
+    void warn(const std::string& what, const std::string& hint);
+
     /** @return the exit status */
     int succeed(const Result& result);
 
@@ -33,4 +36,5 @@ class Report
     std::string verb;
     bool json;
     bool hasTold = false;
+    nlohmann::json warnings = nlohmann::json::array();
 };

@@ -118,6 +118,30 @@ TEST_F(CommandLine, SaysThatTheBusCannotBeReached)
     }
 }
 
+TEST_F(CommandLine, NamesTheAddressOfASystemBusThatCannotBeReached)
+{
+    EXPECT_EQ(run({fromEnvironment("WEXA_FWMGR"), "components"},
+                  {"DBUS_SYSTEM_BUS_ADDRESS=unix:path=/nonexistent"}),
+              test::refusal(callFailed,
+                            "cannot reach the system bus "
+                            "unix:path=/nonexistent: No such file or directory",
+                            "start it, or name another with --bus"));
+}
+
+TEST_F(CommandLine, NamesTheAddressThatTheSystemBusHasUnlessGiven)
+{
+    // Where no system bus can be: in a mount namespace of the test's own.
+    EXPECT_EQ(run({"unshare", "--mount", "sh", "-c",
+                   "mount -t tmpfs none /run && unset DBUS_SYSTEM_BUS_ADDRESS "
+                   "&& exec \"$0\" components",
+                   fromEnvironment("WEXA_FWMGR")}),
+              test::refusal(callFailed,
+                            "cannot reach the system bus "
+                            "unix:path=/run/dbus/system_bus_socket: No such "
+                            "file or directory",
+                            "start it, or name another with --bus"));
+}
+
 TEST_F(CommandLine, NamesTheBusByItsAddress)
 {
     const Simulation bmc;

@@ -215,6 +215,32 @@ TEST_F(Cpld, ImageInADirectoryIsTakenToTheFinishedFlash)
     EXPECT_EQ(runningVersion("MB_CPLD"), "7.7");
 }
 
+TEST_F(Cpld, ImageInADirectoryIsUploadedByItsSignedEntryOnly)
+{
+    const auto directory = images.folder() + "/dir";
+    std::filesystem::create_directory(directory);
+    std::filesystem::rename(image, directory + "/image.bin");
+    image = directory;
+    EXPECT_EQ(run("upload", "MB_CPLD"),
+              refusal(wrongUsage,
+                      image + ": the directory holds no entry whose name "
+                              "contains \"image_cpld_signed\"",
+                      "name the signed image in it so, or name the image file "
+                      "itself"));
+
+    std::filesystem::rename(directory + "/image.bin",
+                            directory + "/image_cpld_signed\xff");
+    EXPECT_EQ(run("upload", "MB_CPLD"),
+              refusal(wrongUsage,
+                      image + R"(/image_cpld_signed\xff: is not UTF-8)",
+                      "D-Bus carries UTF-8 only: rename the signed image"));
+    EXPECT_EQ(bmc.calls("cpld"), Calls());
+
+    std::filesystem::rename(directory + "/image_cpld_signed\xff",
+                            directory + "/an_image_cpld_signed.bin");
+    EXPECT_EQ(run("upload", "MB_CPLD").status, 0);
+}
+
 TEST_F(Cpld, FlashThatFailsIsToldFromOneThatNeverStarted)
 {
     bmc.set("flash", "fail");

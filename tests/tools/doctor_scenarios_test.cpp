@@ -4,6 +4,7 @@
 #include "tool_test.hpp"
 
 #include <algorithm>
+#include <regex>
 #include <set>
 #include <sstream>
 
@@ -137,9 +138,17 @@ const std::vector<Scenario>& scenarios()
          {"failure: org.freedesktop.systemd1 is not on the bus: nothing can be "
           "flashed"}},
         {"bus-gone",
-         {"failure: cannot reach the bus system: Connection refused"}},
+         {"failure: cannot reach the system bus ADDRESS: Connection "
+          "refused"}},
     };
     return all;
+}
+
+/** The address of a simulated BMC's bus is another each time. */
+std::string withoutAddress(const std::string& text)
+{
+    static const std::regex address("unix:path=[^ ]*/run/bus");
+    return std::regex_replace(text, address, "ADDRESS");
 }
 
 class DoctorFinds : public testing::TestWithParam<Scenario>
@@ -152,7 +161,7 @@ TEST_P(DoctorFinds, ExactlyWhatIsWrong)
                            "doctor", "--json"});
     EXPECT_EQ(done.err, "");
     ASSERT_EQ(violationsIn(done.out), "") << done.out;
-    EXPECT_EQ(wrongIn(done.out), GetParam().wrong);
+    EXPECT_EQ(wrongIn(withoutAddress(done.out)), GetParam().wrong);
     const auto failures =
         std::ranges::count_if(GetParam().wrong, [](const auto& line) {
             return line.starts_with("failure");

@@ -52,6 +52,12 @@ class ForeignText : public ScriptedBoard
     {
         return images.folder() + '/' + shown + "/bmc";
     }
+
+    std::string warning() const
+    {
+        return "wexa-fwmgr: warning: update refuses " + shownPath() + ": " +
+               dash + "\n  hint:     " + noDash + '\n';
+    }
 };
 
 TEST_F(ForeignText, OfComponentsIsShownPlainInColumnsAsWide)
@@ -124,8 +130,9 @@ TEST_F(ForeignText, OfAPathIsShownPlain)
 {
     offerSecurityManager(reply::boolean(true));
 
-    EXPECT_EQ(fwmgr({"verify", "bmc", hostilePath()}),
-              (Completed{0, shownPath() + ": authentic BMC image\n", ""}));
+    EXPECT_EQ(
+        fwmgr({"verify", "bmc", hostilePath()}),
+        (Completed{0, shownPath() + ": authentic BMC image\n", warning()}));
 }
 
 TEST_F(ForeignText, OfAPathIsShownPlainWhereItIsRefused)
@@ -146,9 +153,37 @@ TEST_F(ForeignText, OfAPathIsShownPlainWhereStandardOutputIsFull)
 
     EXPECT_EQ(done,
               (Completed{1, "",
-                         "wexa-fwmgr: cannot write to standard output: No "
-                         "space left on device\n  outcome:  " +
+                         warning() +
+                             "wexa-fwmgr: cannot write to standard output: No "
+                             "space left on device\n  outcome:  " +
                              shownPath() + ": authentic BMC image\n"}));
+}
+
+TEST_F(ForeignText, OfAPathIsShownPlainInAPlan)
+{
+    const auto path = hostilePath();
+    auto inUnit = shownPath();
+    std::ranges::replace(inUnit, '/', '-');
+    auto instance = shownPath();
+    std::ranges::replace(instance, '-', '/');
+    const auto length =
+        std::string(R"(obmc-flash-bmc-rot2@bmc_rot2\x20update\x20.service)")
+            .size() +
+        path.size();
+
+    EXPECT_EQ(fwmgr({"update", "bmc", path, "--dry-run"}),
+              (Completed{
+                  wrongUsage,
+                  R"(unit      obmc-flash-bmc-rot2@bmc_rot2\x20update\x20)" +
+                      inUnit + ".service\nlength    " + std::to_string(length) +
+                      " of 255 characters\n"
+                      "systemd   cannot carry this name\n"
+                      "instance  bmc_rot2 update " +
+                      instance +
+                      "\npath      does not come back to the unit as it is\n"
+                      "nothing was started\n",
+                  failureText(shownPath() + ": " + dash,
+                              Reason{"", {}, "", noDash})}));
 }
 
 TEST_F(ForeignText, OfAnArgumentIsShownPlain)

@@ -1,9 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "../support/bytes.hpp"
+#include "schema.hpp"
 #include "tool_test.hpp"
 
+#include <nlohmann/json.hpp>
+#include <sys/inotify.h>
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <filesystem>
 
 // Paths that are no images, and paths that a unit name cannot carry.
@@ -24,6 +30,13 @@ class ImagePath : public ToolTest
             EXPECT_EQ(fwmgr({verb, "bmc", path}),
                       refusal(wrongUsage, what, hint));
         }
+    }
+
+    /** Has a verb of the tool's work on the image "bmc" of a folder. */
+    Completed inFolder(const std::string& folder, const std::string& verb)
+    {
+        return bmc.run({"sh", "-c", "cd \"$1\" && exec \"$0\" \"$2\" bmc bmc",
+                        fromEnvironment("WEXA_FWMGR"), folder, verb});
     }
 
     /** A copy of a sound image under another name. */
@@ -71,6 +84,21 @@ TEST_F(ImagePath, MustNotBeAFifo)
     everyVerbRefuses(fifo, fifo + ": is not a file", "name an image file");
 }
 
+TEST_F(ImagePath, IsNotOpenedWhereItIsNoFile)
+{
+    const auto device = images.folder() + "/device";
+    ASSERT_EQ(mknod(device.c_str(), S_IFCHR | 0600, makedev(1, 3)), 0);
+    const auto watch = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+    ASSERT_GE(inotify_add_watch(watch, device.c_str(), IN_OPEN), 0);
+
+    everyVerbRefuses(device, device + ": is not a file", "name an image file");
+
+    inotify_event event{};
+    EXPECT_EQ(read(watch, &event, sizeof(event)), -1);
+    EXPECT_EQ(errno, EAGAIN);
+    close(watch);
+}
+
 TEST_F(ImagePath, MustNotLieBelowAFile)
 {
     everyVerbRefuses("/etc/passwd/x", "/etc/passwd/x: Not a directory",
@@ -81,17 +109,28 @@ TEST_F(ImagePath, IsMadeAbsoluteForTheServices)
 {
     const auto image = images.bmc("1");
 
-    EXPECT_EQ(bmc.run({"sh", "-c",
-                       "cd " + images.folder() + " && " +
-                           fromEnvironment("WEXA_FWMGR") + " verify bmc bmc"}),
+    EXPECT_EQ(inFolder(images.folder(), "verify"),
               (Completed{0, image + ": authentic BMC image\n", ""}));
+}
+
+TEST_F(ImagePath, MustBeUtf8WhereItIsMadeAbsolute)
+{
+    const auto folder = images.folder() + "/\xff";
+    std::filesystem::create_directory(folder);
+    std::filesystem::rename(images.bmc("1"), folder + "/bmc");
+    for (const auto* verb : {"upload", "verify", "update"})
+    {
+        EXPECT_EQ(inFolder(folder, verb),
+                  refusal(wrongUsage,
+                          images.folder() + R"(/\xff/bmc: is not UTF-8)",
+                          "D-Bus carries UTF-8 only: move the image to another "
+                          "directory"));
+    }
 }
 
 TEST_F(ImagePath, MustNotHoldADashToBeFlashed)
 {
-    updateRefuses(copyTo("image-bmc"),
-                  "the flash unit would read each \"-\" as \"/\"",
-                  "move the image to a path without \"-\"");
+    updateRefuses(copyTo("image-bmc"), dash, noDash);
 }
 
 TEST_F(ImagePath, MustNotHoldCharactersThatUnitNamesLackToBeFlashed)
@@ -125,6 +164,47 @@ TEST_F(ImagePath, MayHoldEveryOtherCharacterOfUnitNamesToBeFlashed)
 
     EXPECT_EQ(fwmgr({"update", "bmc", image}).status, 0);
     EXPECT_TRUE(bmc.flash("bmc") == bytesOf(image));
+}
+
+TEST_F(ImagePath, ThatUpdateRefusesIsWarnedOfByOtherVerbs)
+{
+    const auto image = copyTo("image-bmc");
+    const auto warning = "wexa-fwmgr: warning: update refuses " + image + ": " +
+                         dash + "\n  hint:     " + noDash + '\n';
+
+    EXPECT_EQ(fwmgr({"upload", "bmc", image}),
+              (Completed{0,
+                         image + ": accepted as BMC image, version 1, recorded "
+                                 "as staged\n",
+                         warning}));
+    EXPECT_EQ(fwmgr({"verify", "bmc", image}),
+              (Completed{0, image + ": authentic BMC image\n", warning}));
+}
+
+TEST_F(ImagePath, ThatUpdateRefusesIsWarnedOfInJson)
+{
+    const auto image = copyTo("image-bmc");
+    for (const auto* verb : {"upload", "verify"})
+    {
+        const auto done = fwmgr({verb, "bmc", image, "--json"});
+        EXPECT_EQ(done.status, 0);
+        EXPECT_EQ(done.err, "");
+        EXPECT_EQ(violationsIn(done.out), "");
+        EXPECT_EQ(nlohmann::json::parse(done.out)["warnings"],
+                  (nlohmann::json{
+                      {{"message", "update refuses " + image + ": " + dash},
+                       {"hint", noDash}}}));
+    }
+}
+
+TEST_F(ImagePath, ThatIsTooLongForUpdateIsWarnedOfByOtherVerbs)
+{
+    const auto image = copyTo(std::string(250, 'x'));
+    EXPECT_EQ(fwmgr({"verify", "bmc", image}).err,
+              "wexa-fwmgr: warning: update refuses " + image + ": is " +
+                  std::to_string(image.size() - 205) +
+                  " characters too long for a unit name\n  hint:     move the "
+                  "image to a shorter path\n");
 }
 
 } // namespace

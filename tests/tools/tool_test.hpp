@@ -71,6 +71,7 @@ class ToolTest : public testing::Test
 };
 
 /** Exit statuses, as README.md promises them. */
+constexpr int unexpected = 1;
 constexpr int wrongUsage = 2;
 constexpr int imageRefused = 3;
 constexpr int callFailed = 4;
@@ -93,6 +94,10 @@ constexpr auto getAnother =
     "the image is of another kind, was changed, or is signed with a key that "
     "this board does not trust: get it again, or check the keys that this "
     "board trusts";
+
+/** Why a path with a dash is not flashed, and what to do. */
+constexpr auto dash = "the flash unit would read each \"-\" as \"/\"";
+constexpr auto noDash = "move the image to a path without \"-\"";
 
 constexpr auto bySecurityManager = "verification by the security manager";
 

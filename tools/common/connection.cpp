@@ -2,9 +2,11 @@
 #include "connection.hpp"
 
 #include "failure.hpp"
+#include "shortage.hpp"
 
 #include <systemd/sd-bus.h>
 
+#include <cstdlib>
 #include <cstring>
 
 static int openAddress(sd_bus** bus, const std::string& address)
@@ -21,6 +23,29 @@ static int openAddress(sd_bus** bus, const std::string& address)
     return result < 0 ? result : sd_bus_start(*bus);
 }
 
+/** A bus in words. */
+static std::string named(const std::string& address)
+{
+    if (address != "system")
+    {
+        return "the bus " + address;
+    }
+    const auto* const given = secure_getenv("DBUS_SYSTEM_BUS_ADDRESS");
+    return std::string("the system bus ") +
+           (given == nullptr ? "unix:path=/run/dbus/system_bus_socket" : given);
+}
+
+/** @param error  a positive errno */
+static Failure unreachable(const std::string& address, int error)
+{
+    const auto what = "cannot reach " + named(address);
+    return shortage::isOne(error)
+               ? shortage::failure(what, error)
+               : Failure(ExitStatus::callFailed,
+                         what + ": " + std::strerror(error),
+                         "start it, or name another with --bus");
+}
+
 sdbusplus::bus::bus connectTo(const std::string& address)
 {
     sd_bus* bus = nullptr;
@@ -35,10 +60,7 @@ sdbusplus::bus::bus connectTo(const std::string& address)
     if (result < 0)
     {
         sd_bus_unref(bus);
-        throw Failure(ExitStatus::callFailed,
-                      "cannot reach the bus " + address + ": " +
-                          std::strerror(-result),
-                      "start it, or name another with --bus");
+        throw unreachable(address, -result);
     }
     return {bus, std::false_type{}};
 }

@@ -7,7 +7,9 @@
 enum class ExitStatus
 {
     success = 0,
-    /** Nothing that should ever happen; or the result could not be written. */
+    /** What should never happen, a shortage of files or memory, or a result that
+     *  could not be written.
+     */
     unexpected = 1,
     /** An option, an argument or an image path that cannot be used. */
     wrongUsage = 2,

@@ -108,3 +108,28 @@ std::optional<Obstacle> obstacleOfLength(const std::string& unit)
     }
     return {};
 }
+
+static Obstacle of(const std::string& subject, const Obstacle& obstacle)
+{
+    return Obstacle{subject + ": " + obstacle.what, obstacle.hint};
+}
+
+std::optional<Obstacle> obstacleOfUpdate(const std::string& kind,
+                                         const std::string& component,
+                                         const std::string& imagePath)
+{
+    if (const auto obstacle = obstacleOfPath(imagePath))
+    {
+        return of(imagePath, *obstacle);
+    }
+    if (const auto obstacle = obstacleOfComponent(component))
+    {
+        return of("component " + component, *obstacle);
+    }
+    if (const auto obstacle =
+            obstacleOfLength(flashUnitName(kind, component, imagePath)))
+    {
+        return of(imagePath, *obstacle);
+    }
+    return {};
+}

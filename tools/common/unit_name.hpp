@@ -57,3 +57,10 @@ std::optional<Obstacle> obstacleOfComponent(const std::string& component);
 
 /** Why systemd would not take the name of a unit for its length. */
 std::optional<Obstacle> obstacleOfLength(const std::string& unit);
+
+/** Why the flash unit of an image would not be given this very image: the first
+ *  of these reasons, which names the image or the component.
+ */
+std::optional<Obstacle> obstacleOfUpdate(const std::string& kind,
+                                         const std::string& component,
+                                         const std::string& imagePath);

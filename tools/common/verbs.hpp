@@ -26,6 +26,8 @@ struct Request
     std::chrono::seconds timeout{600};
     /** Shows something that has just happened, while the verb goes on. */
     std::function<void(const Result&)> tell;
+    /** Warns of what the verb can do with, and says what to do about it. */
+    std::function<void(const std::string& what, const std::string& hint)> warn;
 };
 
 /** Does what was asked for.

@@ -13,6 +13,7 @@
 #include "verbs.hpp"
 #include "verdict.hpp"
 
+#include <plain.hpp>
 #include <sdbusplus/exception.hpp>
 
 #include <iomanip>
@@ -140,27 +141,19 @@ class Flash
     JobWatch watch;
 };
 
-void require(const std::string& subject,
-             const std::optional<Obstacle>& obstacle, const Result& found)
-{
-    if (obstacle)
-    {
-        throw Failure(ExitStatus::wrongUsage, subject + ": " + obstacle->what,
-                      obstacle->hint, found);
-    }
-}
-
 /** Makes sure that the flash unit will be given this very image.
  *
  *  @param found  shown all the same where it will not
  */
-void requireFaithful(const Target& target, const std::string& unit,
+void requireFaithful(const Request& request, const std::string& image,
                      const Result& found)
 {
-    require(target.image, obstacleOfPath(target.image), found);
-    require("component " + target.component,
-            obstacleOfComponent(target.component), found);
-    require(target.image, obstacleOfLength(unit), found);
+    if (const auto obstacle =
+            obstacleOfUpdate(request.kind, request.component, image))
+    {
+        throw Failure(ExitStatus::wrongUsage, obstacle->what, obstacle->hint,
+                      found);
+    }
 }
 
 /** What would be started. */
@@ -168,20 +161,15 @@ Result plan(const Target& target, const std::string& unit)
 {
     const auto instance = unescapedInstance(unit);
     const auto comesBack = instance.ends_with(" " + target.image);
-    std::ostringstream text;
-    text << "unit      " << unit << "\n"
-         << "length    " << unit.size() << " of " << longestUnitName
-         << " characters\n"
-         << "systemd   "
-         << (isUnitName(unit) ? "can carry this name"
-                              : "cannot carry this name")
-         << "\n"
-         << "instance  " << instance << "\n"
-         << "path      "
-         << (comesBack ? "comes back to the unit as it is"
-                       : "does not come back to the unit as it is")
-         << "\n"
-         << "nothing was started\n";
+    const std::vector<plain::Row> rows{
+        {"unit", unit},
+        {"length", std::to_string(unit.size()) + " of " +
+                       std::to_string(longestUnitName) + " characters"},
+        {"systemd",
+         isUnitName(unit) ? "can carry this name" : "cannot carry this name"},
+        {"instance", instance},
+        {"path", comesBack ? "comes back to the unit as it is"
+                           : "does not come back to the unit as it is"}};
     return {{{"image", target.image},
              {"unit", unit},
              {"unit_length", unit.size()},
@@ -190,7 +178,7 @@ Result plan(const Target& target, const std::string& unit)
              {"instance", instance},
              {"path_comes_back", comesBack},
              {"started", false}},
-            text.str()};
+            plain::table(rows) + "nothing was started\n"};
 }
 
 std::string flashedText(const std::string& image,
@@ -213,10 +201,10 @@ Result update(const Request& request)
     if (request.dryRun)
     {
         auto planned = plan(target, unit);
-        requireFaithful(target, unit, planned);
+        requireFaithful(request, image, planned);
         return planned;
     }
-    requireFaithful(target, unit, {});
+    requireFaithful(request, image, {});
     auto bus = connectTo(request.bus);
     requireComponent(bus, request);
 

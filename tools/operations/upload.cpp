@@ -134,10 +134,12 @@ Result upload(const Request& request)
 {
     const auto& kind = firmwareKindNamed(request.kind);
     const auto image = usableImage(request.image, kind.hasComponents());
+    requireSignedImage(image);
     auto bus = connectTo(request.bus);
     requireComponent(bus, request);
     const auto found =
         accepted(bus, kind, {image, request.component}, request.verbose);
+    warnOfUpdate(request, image);
     const auto what = kind.wordsFor(image);
     return {{{"image", image},
              {"what", what},

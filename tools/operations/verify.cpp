@@ -36,6 +36,7 @@ Result verify(const Request& request)
     auto bus = connectTo(request.bus);
     requireComponent(bus, request);
     requireAuthentic(bus, kind, {image, request.component}, request.verbose);
+    warnOfUpdate(request, image);
     const auto words = kind.wordsFor(image);
     return {{{"image", image}, {"what", words}},
             plain::line(image + ": authentic " + words) + '\n'};
