@@ -181,6 +181,30 @@ TEST_F(Cpld, ImageWhoseVersionIsNotToldIsRefused)
     }
 }
 
+TEST_F(Cpld, ImageThatTheDeviceCannotReadMayBeOfAnotherKind)
+{
+    image = images.bmc("1");
+    EXPECT_EQ(
+        run("upload", "MB_CPLD"),
+        refusal(callFailed, image + ": could not be examined",
+                {"reading the version of the CPLD image",
+                 {"ERROR !! Failed to prepare CPLD image file info: "
+                  "(xyz.openbmc_project.CpldUpdateMgrSvc, "
+                  "/xyz/openbmc_project/cpld_update_mgr/MB_CPLD, "
+                  "xyz.openbmc_project.cpld_update_mgr.CpldDevice, image "
+                  "file: " +
+                      image +
+                      "): sd_bus_call: "
+                      "xyz.openbmc_project.cpld_update_mgr.NoImage: " +
+                      image + " is no CPLD image",
+                  "Failed to get cpld image file info",
+                  "Error !! Failed to get version string from image file: " +
+                      image},
+                 "xyz.openbmc_project.cpld_update_mgr.NoImage",
+                 "the device cannot read the image: check that it is a CPLD "
+                 "image, then look at what the CPLD update manager logged"}));
+}
+
 TEST_F(Cpld, DeviceThatTellsTheVersionInAnotherTypeIsBlamed)
 {
     bmc.set("cpld-version", "wrong-type");

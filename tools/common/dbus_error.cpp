@@ -72,11 +72,9 @@ constexpr std::array advice{
 
 } // namespace
 
-std::string hintFor(const std::string& dbusError)
+std::string hintFor(const std::string& dbusError, const std::string& otherwise)
 {
     const auto* const found =
         std::ranges::find(advice, dbusError, &Advice::name);
-    return std::string(found == advice.end()
-                           ? "look at what the service itself logged"
-                           : found->hint);
+    return found == advice.end() ? otherwise : std::string(found->hint);
 }

@@ -8,5 +8,11 @@
  */
 std::string dbusErrorIn(const std::string& line);
 
-/** What to do about a D-Bus error. */
-std::string hintFor(const std::string& dbusError);
+/** What to do about a D-Bus error.
+ *
+ *  @param otherwise  about an error of the service's own
+ */
+std::string
+hintFor(const std::string& dbusError,
+        const std::string& otherwise = "look at what the service itself "
+                                       "logged");

@@ -131,7 +131,9 @@ Reason LibraryLog::reason() const
             const auto name = dbusErrorIn(line);
             reason.dbusError = name.empty() ? reason.dbusError : name;
         }
-        reason.hint = hintFor(reason.dbusError);
+        reason.hint = reason.hint.empty()
+                          ? hintFor(reason.dbusError)
+                          : hintFor(reason.dbusError, reason.hint);
     }
     return reason;
 }

@@ -44,7 +44,9 @@ static constexpr std::array lines{
             "comparing the image's board with this one",
             "use the image that is made for this board"},
     LogLine{"ERROR !! Failed to prepare CPLD image file info: (",
-            Meaning::failedCall, "reading the version of the CPLD image", ""},
+            Meaning::failedCall, "reading the version of the CPLD image",
+            "the device cannot read the image: check that it is a CPLD image, "
+            "then look at what the CPLD update manager logged"},
     LogLine{"ERROR !! Failed to prepare CPLD info: ", Meaning::failedCall,
             "reading the registry of the CPLDs", ""},
     LogLine{"ERROR !! Failed to obtain avaialble CPLD devices. (",

@@ -25,7 +25,9 @@ struct LogLine
     Meaning meaning;
     /** The step of the operation that wrote it. */
     const char* step;
-    /** What to do; empty where that depends on the D-Bus error. */
+    /** What to do; of a failed call, where its error is one of the service's
+     *  own. May be empty then.
+     */
     const char* hint;
 };
 
