@@ -31,8 +31,18 @@ EXTRA_OEMESON = " \
 PACKAGECONFIG ??= "tools"
 PACKAGECONFIG[tools] = "-Dtools=enabled,-Dtools=disabled,cli11 nlohmann-json libtinyxml2"
 
+# The bus policy is needed on every board. The unit is an example: the recipe of
+# the daemon installs it, with the daemon's program in it.
+do_install:append() {
+    install -D -m 0644 ${S}/packaging/dbus/com.WEXA.FirmwareManager.conf \
+        ${D}${datadir}/dbus-1/system.d/com.WEXA.FirmwareManager.conf
+    install -D -m 0644 ${S}/packaging/systemd/firmware-manager.service \
+        ${D}${docdir}/${PN}/examples/firmware-manager.service
+}
+FILES:${PN} += "${datadir}/dbus-1/system.d/com.WEXA.FirmwareManager.conf"
+
 # The library, -dev and -doc are split as ever; the tool is a package of its
-# own, for boards that have somebody to type.
+# own, for boards that are updated by hand.
 PACKAGE_BEFORE_PN = "${PN}-tools"
 FILES:${PN}-tools = " \
     ${bindir}/wexa-fwmgr \

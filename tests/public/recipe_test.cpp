@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 // The recipe knows the options and the license of this very tree, and every
 // installed file has a package.
 
@@ -47,6 +49,21 @@ TEST(Recipe, PutsTheToolAndItsModuleInAPackageOfTheirOwn)
               (std::set<std::string>{
                   "${bindir}/wexa-fwmgr",
                   "${libdir}/wexa-fwmgr/wexa-fwmgr-operations.so"}));
+}
+
+TEST(Recipe, InstallsThePolicyAndTheExampleOfAUnit)
+{
+    const std::filesystem::path sources = fromEnvironment("WEXA_SOURCES");
+    std::set<std::string> files;
+    for (const auto* const folder : {"dbus", "systemd"})
+    {
+        for (const auto& entry : std::filesystem::directory_iterator(
+                 sources / "packaging" / folder))
+        {
+            files.insert(std::filesystem::relative(entry.path(), sources));
+        }
+    }
+    EXPECT_EQ(matchesIn(recipe(), "\\$\\{S\\}/(packaging/[^ ]+) "), files);
 }
 
 TEST(Recipe, BuildsAgainstThePlatformsLibrariesOnly)

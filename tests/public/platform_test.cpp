@@ -1,0 +1,233 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "../support/bytes.hpp"
+#include "../support/forger.hpp"
+#include "../support/images.hpp"
+#include "../support/private_bus.hpp"
+#include "../support/simulation.hpp"
+#include "../support/temporary_directory.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <regex>
+
+// The bus policy and the unit that a platform gives to its daemon. The unit
+// runs without what needs a mount namespace, which a simulated BMC has not.
+
+using namespace test;
+using namespace std::string_literals;
+using testing::HasSubstr;
+
+namespace
+{
+
+std::string packaged(const std::string& file)
+{
+    return fromEnvironment("WEXA_SOURCES") + "/packaging/" + file;
+}
+
+/** What a bus allows to all where a policy does not say otherwise. */
+const std::string nothingAsTheSystemBus = R"(
+    <deny own="*"/>
+    <deny send_type="method_call"/>
+    <allow send_requested_reply="true" send_type="method_return"/>
+    <allow send_requested_reply="true" send_type="error"/>)";
+const std::string everything = R"(
+    <allow own="*"/>
+    <allow send_destination="*"/>)";
+
+/** A dbus-daemon with our policy after another. */
+class BusWithPolicy
+{
+  public:
+    explicit BusWithPolicy(const std::string& allowed)
+    {
+        writeBytes(configuration, R"(<!DOCTYPE busconfig PUBLIC
+ "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
+ "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
+<busconfig>
+  <type>system</type>
+  <listen>)" + address() + R"(</listen>
+  <auth>EXTERNAL</auth>
+  <policy context="default">
+    <allow user="*"/>)" + allowed + R"(
+    <allow send_type="signal"/>
+    <allow receive_type="method_call"/>
+    <allow receive_type="method_return"/>
+    <allow receive_type="error"/>
+    <allow receive_type="signal"/>
+    <allow send_destination="org.freedesktop.DBus"/>
+  </policy>
+  <policy user="root">
+    <allow own="org.freedesktop.systemd1"/>
+    <allow send_destination="org.freedesktop.systemd1"/>
+    <allow own="com.wexa.Simulator"/>
+    <allow send_destination="com.wexa.Simulator"/>
+  </policy>
+  <include>)" + packaged("dbus/com.WEXA.FirmwareManager.conf") +
+                                      R"(</include>
+</busconfig>
+)");
+        daemon.awaitOutput("\n");
+        std::filesystem::permissions(directory.path(),
+                                     std::filesystem::perms(0711));
+    }
+
+    std::string address() const
+    {
+        return "unix:path=" + directory.file("bus");
+    }
+
+  private:
+    TemporaryDirectory directory;
+    std::string configuration = directory.file("bus.conf");
+    Process daemon{{"dbus-daemon", "--nofork", "--config-file=" + configuration,
+                    "--print-address=1"}};
+};
+
+class Policy : public testing::Test
+{
+  protected:
+    /** `busctl call` by a user who is not root. */
+    Completed callAsAnother(const std::vector<std::string>& words) const
+    {
+        std::vector<std::string> command{
+            "setpriv",       "--reuid=65534",
+            "--regid=65534", "--clear-groups",
+            "busctl",        "--address=" + bus.address(),
+            "call"};
+        command.insert(command.end(), words.begin(), words.end());
+        return run(command);
+    }
+
+    BusWithPolicy bus{everything};
+};
+
+TEST(PolicyOfTheSystemBus, LetsTheDaemonFlash)
+{
+    const BusWithPolicy bus(nothingAsTheSystemBus);
+    const Simulation bmc({"--bus", bus.address()});
+    const Images images;
+    const auto image = images.bmc("2.14.0");
+    const auto handled = bmc.run({fromEnvironment("WEXA_DAEMON"), image});
+
+    EXPECT_EQ(handled.status, 0);
+    EXPECT_EQ(handled.err, "");
+    EXPECT_TRUE(bmc.flash("bmc") == bytesOf(image));
+}
+
+const std::vector<std::string> names{"com.WEXA.FirmwareManager",
+                                     "com.WEXA.Host",
+                                     "xyz.openbmc_project.CpldUpdateMgrSvc",
+                                     "xyz.openbmc_project.FwInfoManager",
+                                     "xyz.openbmc_project.SecurityManager",
+                                     "xyz.openbmc_project.Settings"};
+const Completed refused{1, "", "Call failed: Access denied\n"};
+
+TEST_F(Policy, LetsNoOtherUserBeAServiceOrTheDaemon)
+{
+    const auto asked = [&](const std::string& name) {
+        return callAsAnother({"org.freedesktop.DBus", "/org/freedesktop/DBus",
+                              "org.freedesktop.DBus", "RequestName", "su", name,
+                              "4"});
+    };
+    for (const auto& name : names)
+    {
+        EXPECT_EQ(asked(name), refused) << name;
+    }
+    EXPECT_EQ(asked("com.example.Other"), (Completed{0, "u 1\n", ""}));
+}
+
+TEST_F(Policy, LetsNoOtherUserCallAServiceOrTheDaemon)
+{
+    const auto asked = [&](const std::string& name) {
+        return callAsAnother({name, "/", "org.freedesktop.DBus.Peer", "Ping"});
+    };
+    for (const auto& name : names)
+    {
+        const auto service = connectTo(bus.address());
+        check(sd_bus_request_name(service.get(), name.c_str(), 0), "name");
+        EXPECT_EQ(asked(name), refused) << name;
+    }
+    EXPECT_THAT(asked("com.example.Other").err,
+                HasSubstr("was not provided by any .service files"));
+}
+
+TEST_F(Policy, LetsRootAloneTellOfJobsAndOwners)
+{
+    const auto hearer = connectTo(bus.address());
+    std::vector<std::string> heard;
+    const auto note = [](sd_bus_message* signal, void* members, sd_bus_error*) {
+        if (sd_bus_message_get_sender(signal) != "org.freedesktop.DBus"s)
+        {
+            static_cast<std::vector<std::string>*>(members)->emplace_back(
+                sd_bus_message_get_member(signal));
+        }
+        return 0;
+    };
+    check(sd_bus_match_signal(hearer.get(), nullptr, nullptr, nullptr, nullptr,
+                              "JobRemoved", nullptr, nullptr),
+          "match");
+    check(sd_bus_add_filter(hearer.get(), nullptr, note, &heard), "filter");
+
+    auto other = forgedJobNew("any");
+    other.interface = "com.example.Other";
+    other.member = "Other";
+    forge(bus.address(), {forgedJobRemoved("any", "done"), forgedJobNew("any"),
+                          forgedNameOwnerChanged("a.b", "", ":1.1"), other});
+    check(sd_bus_emit_signal(connectTo(bus.address()).get(),
+                             "/org/freedesktop/systemd1",
+                             "org.freedesktop.systemd1.Manager", "JobRemoved",
+                             "uoss", 1U, "/job", "any", "done"),
+          "JobRemoved");
+    processUntil(hearer.get(), [&] { return heard.size() >= 2; });
+    EXPECT_EQ(heard, (std::vector{"Other"s, "JobRemoved"s}));
+}
+
+/** The unit, with the documents' daemon for its program. */
+std::string unitThatFlashes(const std::string& image)
+{
+    return std::regex_replace(
+        bytesOf(packaged("systemd/firmware-manager.service")),
+        std::regex("ExecStart=.*"),
+        "ExecStart=" + fromEnvironment("WEXA_DAEMON") + ' ' + image);
+}
+
+TEST(Unit, IsUnderstoodBySystemdAndExposesLittle)
+{
+    const TemporaryDirectory directory;
+    const auto file = directory.file("firmware-manager.service");
+    writeBytes(file, unitThatFlashes("/run/images/bmc"));
+    EXPECT_EQ(run({"systemd-analyze", "verify", "--man=no", file}),
+              (Completed{0, "", ""}));
+    EXPECT_EQ(run({"systemd-analyze", "security", "--offline=yes",
+                   "--threshold=15", "--no-pager", file})
+                  .status,
+              0);
+}
+
+TEST(Unit, LeavesTheDaemonTheRightsToFlash)
+{
+    const BusWithPolicy bus(nothingAsTheSystemBus);
+    const Simulation bmc({"--bus", bus.address()});
+    const Images images;
+    const auto image = images.bmc("2.14.0");
+    auto unit = std::regex_replace(
+        unitThatFlashes(image),
+        std::regex("\n(Private|Proc|Protect|Restart=)[^\n]*"), "");
+    unit.insert(unit.find("\n[Service]"), "\nDefaultDependencies=no\n");
+    unit.insert(unit.find("\nUMask"),
+                "\nEnvironment=DBUS_SYSTEM_BUS_ADDRESS=" + bmc.busAddress() +
+                    " DBUS_STARTER_BUS_TYPE=system");
+    bmc.replaceUnit("firmware-manager.service", unit);
+    const auto started =
+        bmc.call({"org.freedesktop.systemd1", "/org/freedesktop/systemd1",
+                  "org.freedesktop.systemd1.Manager", "StartUnit", "ss",
+                  "firmware-manager.service", "replace"});
+    EXPECT_EQ(started.status, 0) << started.err;
+    bmc.awaitFlashed("bmc", bytesOf(image));
+}
+
+} // namespace
