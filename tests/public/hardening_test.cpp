@@ -4,7 +4,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-// What makes it harder to use a fault in the library, read from what was built.
+// What makes it harder to use a fault, read from every binary that is
+// installed.
 
 using namespace test;
 using testing::ContainsRegex;
@@ -14,15 +15,24 @@ using testing::Not;
 namespace
 {
 
-std::string told(std::vector<std::string> command)
+class Binary : public testing::TestWithParam<std::string>
 {
-    command.push_back(fromEnvironment("WEXA_LIBRARY"));
-    const auto done = run(command);
-    EXPECT_EQ(done.status, 0) << done.err;
-    return done.out;
-}
+  protected:
+    static std::string told(std::vector<std::string> command)
+    {
+        command.push_back(fromEnvironment(GetParam()));
+        const auto done = run(command);
+        EXPECT_EQ(done.status, 0) << done.err;
+        return done.out;
+    }
+};
 
-TEST(Library, IsBoundWhenItIsLoadedAndReadOnlyFromThen)
+INSTANTIATE_TEST_SUITE_P(Installed, Binary,
+                         testing::Values("WEXA_LIBRARY", "WEXA_FWMGR",
+                                         "WEXA_FWMGR_OPERATIONS"),
+                         [](const auto& row) { return row.param; });
+
+TEST_P(Binary, IsBoundWhenItIsLoadedAndReadOnlyFromThen)
 {
     EXPECT_THAT(told({"readelf", "--dynamic", "--wide"}),
                 ContainsRegex("\\(FLAGS\\) +BIND_NOW"));
@@ -30,14 +40,14 @@ TEST(Library, IsBoundWhenItIsLoadedAndReadOnlyFromThen)
                 HasSubstr("GNU_RELRO"));
 }
 
-TEST(Library, HasNoExecutableStackAndNoRelocatedCode)
+TEST_P(Binary, HasNoExecutableStackAndNoRelocatedCode)
 {
     EXPECT_THAT(told({"readelf", "--segments", "--wide"}),
                 ContainsRegex("GNU_STACK +[0-9a-fx ]+RW "));
     EXPECT_THAT(told({"readelf", "--dynamic"}), Not(HasSubstr("TEXTREL")));
 }
 
-TEST(Library, GuardsItsStack)
+TEST_P(Binary, GuardsItsStack)
 {
     EXPECT_THAT(told({"nm", "--dynamic", "--undefined-only"}),
                 HasSubstr("__stack_chk_fail"));
