@@ -76,6 +76,18 @@ void declareRun(CLI::App& app, std::function<int()>& action)
     });
 }
 
+void requireSetting(const std::string& text)
+{
+    try
+    {
+        bmcsim::assignment(text);
+    }
+    catch (const std::invalid_argument& error)
+    {
+        throw CLI::ValidationError(error.what());
+    }
+}
+
 void declareSet(CLI::App& app, std::function<int()>& action)
 {
     auto* set = app.add_subcommand(
@@ -109,6 +121,8 @@ void declareSet(CLI::App& app, std::function<int()>& action)
         ->required()
         ->option_text(" ");
     set->callback([&action] {
+        // D-Bus cannot carry what is no setting.
+        requireSetting(what + '=' + value);
         action = [] { return bmcsim::setBehaviour(directory, what, value); };
     });
 }

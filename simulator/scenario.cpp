@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "scenario.hpp"
 
+#include <plain.hpp>
+
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
@@ -13,6 +15,10 @@ constexpr auto extension = ".scenario";
 
 std::pair<std::string, std::string> assignment(const std::string& text)
 {
+    if (!plain::isUtf8(text))
+    {
+        throw std::invalid_argument("'" + text + "' is not UTF-8");
+    }
     const auto equals = text.find('=');
     if (equals == std::string::npos)
     {

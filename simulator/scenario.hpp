@@ -20,7 +20,7 @@ struct Scenario
 
 /** Takes NAME=VALUE apart.
  *
- *  @throw std::invalid_argument  it is not of that form
+ *  @throw std::invalid_argument  it is not of that form, or not UTF-8
  */
 std::pair<std::string, std::string> assignment(const std::string& text);
 

@@ -57,6 +57,14 @@ TEST(BmcsimCommandLine, ShowsArgumentsPlain)
                            "such file or directory"));
 }
 
+TEST(BmcsimCommandLine, RefusesSettingsThatDBusCannotCarry)
+{
+    const auto notUtf8 = usage(R"('apply-time=\xff' is not UTF-8)");
+    EXPECT_EQ(runBmcsim({"set", "apply-time", "\xff"}), notUtf8);
+    EXPECT_EQ(runBmcsim({"run", "--set", "apply-time=\xff", "--", "true"}),
+              notUtf8);
+}
+
 TEST(BmcsimCommandLine, SaysWhatCanBeSetFromTheStart)
 {
     EXPECT_EQ(

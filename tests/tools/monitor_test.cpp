@@ -88,6 +88,29 @@ TEST_F(Monitor, TellsHowEachFlashEnded)
             ""}));
 }
 
+TEST_F(Monitor, ShowsThePathOfAUnitPlainOnOneLine)
+{
+    const auto monitor = started();
+    // A unit unescapes what its name holds: an escape sequence and a newline.
+    EXPECT_EQ(
+        bmc.call({"org.freedesktop.systemd1", "/org/freedesktop/systemd1",
+                  "org.freedesktop.systemd1.Manager", "StartUnit", "ss",
+                  R"(obmc-flash-bmc-rot2@bmc_rot2\x20update\x20-x\x1b\x5b2J)"
+                  R"(\x0aforged.service)",
+                  "replace"})
+            .status,
+        0);
+    monitor->awaitOutput("'exit-code'\n");
+
+    EXPECT_EQ(stopped(*monitor),
+              (Completed{0,
+                         "TIME listening; Ctrl-C ends it\n"
+                         "TIME bmc /x\\x1b[2J\\x0aforged: the flash failed: "
+                         "systemd ended its job with 'failed', the unit with "
+                         "'exit-code'\n",
+                         ""}));
+}
+
 TEST_F(Monitor, TellsOfFlashesThatBeganBefore)
 {
     bmc.set("flash-time", "2000");

@@ -59,7 +59,7 @@ static void requireFiles()
 /** More than the libraries and an ordinary answer take. */
 static void requireMemory()
 {
-    constexpr std::size_t enough = 8 * 1024 * 1024;
+    constexpr std::size_t enough = 8UL << 20;
     auto* const memory = mmap(nullptr, enough, PROT_READ | PROT_WRITE,
                               MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (memory == MAP_FAILED)

@@ -64,7 +64,7 @@ void requireReadable(const std::string& given, bool mayBeDirectory)
 std::string absolute(const std::string& given)
 {
     std::error_code error;
-    const auto path = fs::absolute(given, error).string();
+    auto path = fs::absolute(given, error).string();
     if (error)
     {
         refuse(given, "the working directory is gone: " + error.message(),

@@ -11,6 +11,7 @@
 
 #include <wexa/core/fwmanager_internal.hpp>
 
+#include <plain.hpp>
 #include <sdbusplus/bus/match.hpp>
 #include <sdbusplus/exception.hpp>
 #include <sdbusplus/message.hpp>
@@ -229,7 +230,7 @@ class Monitor
         const auto time = now();
         data["time"] = time;
         data["event"] = event;
-        request.tell({data, time + " " + text + '\n'});
+        request.tell({data, plain::line(time + " " + text) + '\n'});
     }
 
     sdbusplus::bus::bus& bus;
