@@ -151,6 +151,21 @@ struct Grouping : std::numpunct<char>
     }
 };
 
+TEST_P(FinishedJob, IsReadOnceUnlessItsMessageIsRewound)
+{
+    launch();
+    auto signal = jobRemoved(42, unit, "done");
+    EXPECT_EQ(manager.onBMCStateChange(signal), 1);
+
+    EXPECT_EQ(
+        thrownText<sdbusplus::exception::SdBusError>([&] { handle(signal); }),
+        "sd_bus_message_read_basic fundamental: System.Error.ENXIO: "
+        "No such device or address");
+
+    check(sd_bus_message_rewind(signal.get(), 1), "rewind");
+    EXPECT_EQ(handle(signal), 1);
+}
+
 TEST_P(FinishedJob, IsNumberedInPlainDecimalWhateverTheStreamIsSetTo)
 {
     const auto locale =
