@@ -99,7 +99,9 @@ BusDaemon::BusDaemon(const PrivateDirectory& directory)
         {{"dbus-daemon", "--nofork", "--config-file=" + configuration.string()},
          {},
          log});
-    if (!within(startPatience, [&] { return listens(directory.busSocket()); }))
+    const auto isUp = [&] { return listens(directory.busSocket()); };
+    within(startPatience, [&] { return isUp() || hasEnded(process); });
+    if (!isUp())
     {
         end(process);
         throw std::runtime_error("dbus-daemon does not start: " + tailOf(log));

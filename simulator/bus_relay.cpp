@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <functional>
 #include <system_error>
 
 namespace bmcsim
@@ -20,10 +21,21 @@ namespace bmcsim
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
+static std::thread started(std::function<void()> work)
+try
+{
+    return std::thread(std::move(work));
+}
+
+catch (const std::system_error& error)
+{
+    throw std::system_error(error.code(), "cannot start a thread");
+}
+
 BusRelay::BusRelay(const PrivateDirectory& directory) :
     bus(directory.busSocket()), listener(listenAt(directory.managerBus())),
     changed(checked(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK), "eventfd")),
-    thread([this] { run(); })
+    thread(started([this] { run(); }))
 {}
 
 BusRelay::~BusRelay()

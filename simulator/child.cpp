@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <exception>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <system_error>
@@ -20,6 +21,13 @@ namespace bmcsim
 void fail(const std::string& what)
 {
     throw std::system_error(errno, std::generic_category(), what);
+}
+
+const std::string& ownProgram()
+{
+    static const std::string path =
+        std::filesystem::read_symlink("/proc/self/exe");
+    return path;
 }
 
 std::vector<char*> pointersTo(const std::vector<std::string>& strings)
@@ -85,6 +93,15 @@ void end(pid_t& process)
         waitpid(process, nullptr, 0);
     }
     process = -1;
+}
+
+bool hasEnded(pid_t& process)
+{
+    if (process > 0 && waitpid(process, nullptr, WNOHANG) != 0)
+    {
+        process = -1;
+    }
+    return process < 0;
 }
 
 std::string tailOf(const std::string& log)

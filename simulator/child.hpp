@@ -26,6 +26,9 @@ struct Program
     std::function<void()> prepare = [] {};
 };
 
+/** The path of this program's file, as it was at the first call. */
+const std::string& ownProgram();
+
 /** What the exec functions take: the strings, and null at the end. */
 std::vector<char*> pointersTo(const std::vector<std::string>& strings);
 
@@ -37,6 +40,9 @@ pid_t start(const Program& program);
 
 /** Kills and reaps a process of ours; none for -1. */
 void end(pid_t& process);
+
+/** Whether a process of ours has ended; reaps it, and sets it to -1. */
+bool hasEnded(pid_t& process);
 
 /** The last lines of a log file, for an error message. */
 std::string tailOf(const std::string& log);

@@ -4,14 +4,17 @@
 #include "child.hpp"
 #include "patience.hpp"
 
+#include <linux/magic.h>
 #include <sched.h>
 #include <signal.h>
 #include <sys/mount.h>
+#include <sys/vfs.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <exception>
 #include <fstream>
+#include <stdexcept>
 #include <string>
 
 namespace bmcsim::controlGroup
@@ -39,6 +42,12 @@ static void mountHierarchy(const std::filesystem::path& where)
 {
     checked(mount("cgroup2", where.c_str(), "cgroup2", 0, nullptr),
             "cannot mount the control groups");
+    struct statfs status = {};
+    checked(statfs(where.c_str(), &status), where);
+    if (status.f_type != CGROUP2_SUPER_MAGIC)
+    {
+        throw std::runtime_error("there are no control groups of version 2");
+    }
 }
 
 /** Where the calling process is in the hierarchy, such as "/user.slice". */
@@ -57,10 +66,36 @@ static std::string ownGroup()
     return "/";
 }
 
+/** The group of the simulated BMC, below the one in which it was started.
+ *
+ *  @throw std::runtime_error  that one lies outside of what can be seen
+ */
 static std::filesystem::path groupBelow(const std::filesystem::path& hierarchy,
+                                        const std::string& parent,
                                         const PrivateDirectory& directory)
 {
-    return hierarchy.string() + ownGroup() + '/' + directory.name();
+    if (!parent.starts_with('/') || parent.find("/..") != std::string::npos)
+    {
+        throw std::runtime_error("the own control group, " + parent +
+                                 ", cannot be seen from here");
+    }
+    return hierarchy.string() + parent + '/' + directory.name();
+}
+
+static void record(const PrivateDirectory& directory, const std::string& parent)
+{
+    if (!(std::ofstream(directory.groupRecord()) << parent << std::flush))
+    {
+        fail(directory.groupRecord());
+    }
+}
+
+static std::string recorded(const PrivateDirectory& directory)
+{
+    std::string parent;
+    std::getline(std::ifstream(directory.groupRecord()), parent);
+    // The record may have gone before, by another's hand.
+    return parent.empty() ? ownGroup() : parent;
 }
 
 void enter(const PrivateDirectory& directory)
@@ -68,7 +103,9 @@ void enter(const PrivateDirectory& directory)
     leaveHostsMounts();
     const auto& whole = directory.empty();
     mountHierarchy(whole);
-    const auto group = groupBelow(whole, directory);
+    const auto parent = ownGroup();
+    const auto group = groupBelow(whole, parent, directory);
+    record(directory, parent);
     std::filesystem::create_directory(group);
     if (!(std::ofstream(group / "cgroup.procs") << getpid() << std::flush))
     {
@@ -117,22 +154,36 @@ void remove(const PrivateDirectory& directory) noexcept
 {
     // The hierarchy may be mounted nowhere that this process can see.
     const auto remover = fork();
+    if (remover < 0)
+    {
+        return;
+    }
     if (remover == 0)
     {
         try
         {
             leaveHostsMounts();
             mountHierarchy(directory.empty());
-            removeGroups(groupBelow(directory.empty(), directory));
+            removeGroups(
+                groupBelow(directory.empty(), recorded(directory), directory));
+            std::filesystem::remove(directory.groupRecord());
             _exit(EXIT_SUCCESS);
         }
         catch (const std::exception&)
         {
-            // Where nothing can be mounted, nothing was made either.
+            // The next start of a simulated BMC tries again.
             _exit(EXIT_FAILURE);
         }
     }
     waitpid(remover, nullptr, 0);
+}
+
+void removeIfLeft(const PrivateDirectory& directory) noexcept
+{
+    if (access(directory.groupRecord().c_str(), F_OK) == 0)
+    {
+        remove(directory);
+    }
 }
 
 } // namespace bmcsim::controlGroup

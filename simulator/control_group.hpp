@@ -20,4 +20,7 @@ void enter(const PrivateDirectory& directory);
 /** Kills what runs in that group and removes it with all groups in it. */
 void remove(const PrivateDirectory& directory) noexcept;
 
+/** The same where the simulated BMC was killed before it could. */
+void removeIfLeft(const PrivateDirectory& directory) noexcept;
+
 } // namespace bmcsim::controlGroup

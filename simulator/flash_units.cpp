@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "flash_units.hpp"
 
+#include "child.hpp"
+
 #include <filesystem>
 #include <fstream>
 #include <string_view>
@@ -31,8 +33,7 @@ UnitName::UnitName(const std::string& unit)
 std::vector<std::string> flashCommand(const PrivateDirectory& directory,
                                       const std::string& instance)
 {
-    return {std::filesystem::read_symlink("/proc/self/exe"), "write-flash",
-            directory.path(), instance};
+    return {ownProgram(), "write-flash", directory.path(), instance};
 }
 
 /** A word of a command line in a unit file. */
@@ -91,6 +92,7 @@ static void writeTemplate(const PrivateDirectory& directory,
                  : std::to_string(settings.timeout.count()) + "ms") +
             "\n"
             "TimeoutStopSec=2s\n"
+            "Environment=WEXA_BMCSIM_MOUNTS=leave\n"
             "StandardOutput=" +
             log + "\nStandardError=" + log + '\n');
 }

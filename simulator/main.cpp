@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "child.hpp"
 #include "client.hpp"
 #include "complaint.hpp"
 #include "exit_status.hpp"
@@ -172,12 +173,9 @@ void declareWriteFlash(CLI::App& app, std::function<int()>& action)
 
 } // namespace
 
-int main(int argc, char** argv)
+/** Takes the command line apart; the exit status of what it asks for. */
+static int carryOut(CLI::App& app, int argc, char** argv)
 {
-    CLI::App app("A BMC on a desk: a private bus, the services of a platform "
-                 "and flash units\nthat write files, around a command.",
-                 "wexa-bmcsim");
-    app.require_subcommand(0, 1);
     std::function<int()> action;
     declareRun(app, action);
     declareSet(app, action);
@@ -192,9 +190,9 @@ int main(int argc, char** argv)
             throw CLI::RequiredError("a command: run, set, state or scenarios");
         }
     }
-    catch (const CLI::CallForHelp& help)
+    catch (const CLI::Success& wanted)
     {
-        return app.exit(help);
+        return app.exit(wanted);
     }
     catch (const CLI::ParseError& error)
     {
@@ -203,4 +201,24 @@ int main(int argc, char** argv)
         return bmcsim::exitStatus::wrongUsage;
     }
     return action();
+}
+
+int main(int argc, char** argv)
+try
+{
+    // Later its file may have another name, or none.
+    bmcsim::ownProgram();
+    CLI::App app("A BMC on a desk: a private bus, the services of a platform "
+                 "and flash units\nthat write files, around a command.",
+                 "wexa-bmcsim");
+    app.set_version_flag("--version", "wexa-bmcsim " WEXA_VERSION,
+                         "Print the version");
+    app.require_subcommand(0, 1);
+    return carryOut(app, argc, argv);
+}
+
+catch (const std::exception& error)
+{
+    bmcsim::complain(plain::line(error.what()));
+    return bmcsim::exitStatus::refused;
 }

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "descriptor.hpp"
+
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -16,19 +18,18 @@ class PrivateDirectory
         root(std::move(root))
     {}
 
-    /** Makes a new one below TMPDIR or /tmp, for its owner only.
-     *
-     *  @throw std::runtime_error  it cannot be made, or its sockets would
-     *         have names that are too long
-     */
-    static PrivateDirectory make();
-
     /** Those of all simulated BMCs of this user that run, below TMPDIR or
      *  /tmp.
      */
     static std::vector<PrivateDirectory> running();
 
-    /** Removes it and all it holds. */
+    /** Removes those, at the same place, whose processes were all killed.
+     *
+     *  @param prepare  is called with each before it goes
+     */
+    static void removeDead(void (*prepare)(const PrivateDirectory&));
+
+    /** Removes it and all it holds, but for what is mounted there. */
     void remove() const noexcept;
 
     const std::filesystem::path& path() const
@@ -93,6 +94,12 @@ class PrivateDirectory
         return root / "log" / name;
     }
 
+    /** Holds the control group in which its own was made, if one was. */
+    std::filesystem::path groupRecord() const
+    {
+        return root / "control-group";
+    }
+
     /** What tells this simulated BMC from others on the same machine. */
     std::string name() const
     {
@@ -101,6 +108,34 @@ class PrivateDirectory
 
   private:
     std::filesystem::path root;
+};
+
+/** A new private directory, removed with the object. */
+class OwnedDirectory
+{
+  public:
+    /** Makes it below TMPDIR or /tmp, for its owner only.
+     *
+     *  @throw std::runtime_error  it cannot be made, or its sockets would
+     *         have names that are too long
+     */
+    OwnedDirectory();
+    ~OwnedDirectory();
+
+    OwnedDirectory(const OwnedDirectory&) = delete;
+    OwnedDirectory& operator=(const OwnedDirectory&) = delete;
+
+    const PrivateDirectory& where() const
+    {
+        return directory;
+    }
+
+  private:
+    PrivateDirectory directory;
+    /** Open here and in all processes forked from here, until they execute
+     *  another program: the directory is in use.
+     */
+    Descriptor lock;
 };
 
 } // namespace bmcsim

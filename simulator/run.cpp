@@ -3,19 +3,18 @@
 
 #include "child.hpp"
 #include "complaint.hpp"
+#include "container_process.hpp"
 #include "control_group.hpp"
 #include "exit_status.hpp"
 
-#include <fcntl.h>
 #include <plain.hpp>
-#include <poll.h>
-#include <sched.h>
 #include <signal.h>
 #include <sys/prctl.h>
-#include <sys/syscall.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <stdexcept>
@@ -25,149 +24,6 @@ namespace bmcsim
 
 namespace
 {
-
-constexpr std::chrono::seconds endPatience{10};
-
-/** Both ends of a pipe, closed with the object. */
-struct Pipe
-{
-    Pipe()
-    {
-        checked(pipe2(ends, O_CLOEXEC), "pipe");
-    }
-
-    ~Pipe()
-    {
-        closeEnd(0);
-        closeEnd(1);
-    }
-
-    Pipe(const Pipe&) = delete;
-    Pipe& operator=(const Pipe&) = delete;
-
-    void closeEnd(int end)
-    {
-        if (ends[end] >= 0)
-        {
-            close(ends[end]);
-            ends[end] = -1;
-        }
-    }
-
-    int ends[2];
-};
-
-/** The processes of a simulated BMC, seen from outside. */
-class Container
-{
-  public:
-    explicit Container(const Setup& setup) :
-        directory(PrivateDirectory::make()), manager(setup.manager)
-    {
-        process = forkContainer();
-        if (process == 0)
-        {
-            report.closeEnd(0);
-            lifeline.closeEnd(1);
-            _exit(runContainer(directory, setup, lifeline.ends[0],
-                               report.ends[1]));
-        }
-        report.closeEnd(1);
-        lifeline.closeEnd(0);
-        awaitReport();
-    }
-
-    ~Container()
-    {
-        takeDown();
-    }
-
-    Container(const Container&) = delete;
-    Container& operator=(const Container&) = delete;
-
-    const PrivateDirectory& where() const
-    {
-        return directory;
-    }
-
-    pid_t firstProcess() const
-    {
-        return process;
-    }
-
-    /** The first process is gone, and so is all that it ran. */
-    void ended()
-    {
-        process = -1;
-    }
-
-  private:
-    /** As fork, but the child is the first of a process namespace where that
-     *  is allowed: the kernel ends all of them with it.
-     */
-    static pid_t forkContainer()
-    {
-        if (geteuid() != 0)
-        {
-            const auto child = checked(fork(), "fork");
-            if (child == 0)
-            {
-                prctl(PR_SET_CHILD_SUBREAPER, 1);
-            }
-            return child;
-        }
-        return static_cast<pid_t>(
-            checked(syscall(SYS_clone, CLONE_NEWPID | SIGCHLD, nullptr, nullptr,
-                            nullptr, nullptr),
-                    "cannot have processes of its own"));
-    }
-
-    void awaitReport()
-    {
-        std::string said;
-        char part[512];
-        ssize_t got = 0;
-        while ((got = read(report.ends[0], part, sizeof(part))) > 0)
-        {
-            said.append(part, static_cast<std::size_t>(got));
-        }
-        if (said != "up")
-        {
-            takeDown();
-            throw std::runtime_error(
-                said.empty() ? "the simulated BMC ended while it started"
-                             : said);
-        }
-    }
-
-    void takeDown()
-    {
-        lifeline.closeEnd(1);
-        const auto deadline = std::chrono::steady_clock::now() + endPatience;
-        while (process > 0 && waitpid(process, nullptr, WNOHANG) == 0)
-        {
-            if (std::chrono::steady_clock::now() >= deadline)
-            {
-                kill(process, SIGKILL);
-            }
-            usleep(2000);
-        }
-        process = -1;
-        // What a container that was killed has left.
-        if (manager == ManagerKind::systemd &&
-            std::filesystem::exists(directory.path()))
-        {
-            controlGroup::remove(directory);
-        }
-        directory.remove();
-    }
-
-    PrivateDirectory directory;
-    ManagerKind manager;
-    Pipe lifeline;
-    Pipe report;
-    pid_t process = -1;
-};
 
 [[noreturn]] void become(const std::vector<std::string>& command,
                          const PrivateDirectory& directory,
@@ -188,16 +44,51 @@ class Container
     _exit(missing ? 127 : 126);
 }
 
+constexpr std::array endSignals{SIGINT, SIGTERM, SIGHUP, SIGQUIT};
+
 /** The signals that the supervisor waits for instead of dying of them. */
 sigset_t awaitedSignals()
 {
     sigset_t signals;
     sigemptyset(&signals);
-    for (const auto number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGCHLD})
+    for (const auto number : endSignals)
     {
         sigaddset(&signals, number);
     }
+    sigaddset(&signals, SIGCHLD);
     return signals;
+}
+
+/** Those that would have ended this program. */
+sigset_t signalsThatEnd()
+{
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const auto number : endSignals)
+    {
+        struct sigaction action = {};
+        sigaction(number, nullptr, &action);
+        if (action.sa_handler != SIG_IGN)
+        {
+            sigaddset(&signals, number);
+        }
+    }
+    return signals;
+}
+
+/** With fewer it would fail somewhere on its way. */
+void checkLimitOfFiles()
+{
+    constexpr rlim_t needed = 64;
+    rlimit limit{};
+    checked(getrlimit(RLIMIT_NOFILE, &limit), "getrlimit");
+    if (limit.rlim_cur < needed)
+    {
+        throw std::runtime_error("a simulated BMC needs " +
+                                 std::to_string(needed) + " open files, and " +
+                                 std::to_string(limit.rlim_cur) +
+                                 " are allowed; allow more with ulimit -n");
+    }
 }
 
 int exitStatusOf(int status)
@@ -206,7 +97,8 @@ int exitStatusOf(int status)
 }
 
 /** Waits for the command's end; hands on signals that were meant for it. */
-int supervise(pid_t command, Container& container, const sigset_t& signals)
+int supervise(pid_t command, ContainerProcess& container,
+              const sigset_t& signals)
 {
     for (;;)
     {
@@ -229,10 +121,8 @@ int supervise(pid_t command, Container& container, const sigset_t& signals)
         {
             return exitStatusOf(status);
         }
-        if (waitpid(container.firstProcess(), nullptr, WNOHANG) ==
-            container.firstProcess())
+        if (container.hasEnded())
         {
-            container.ended();
             kill(command, SIGKILL);
             waitpid(command, nullptr, 0);
             throw std::runtime_error("the simulated BMC ended too early");
@@ -245,18 +135,27 @@ int supervise(pid_t command, Container& container, const sigset_t& signals)
 int runCommand(const Setup& setup, const std::vector<std::string>& command)
 try
 {
+    // A parent that ignores the ends of its children hands that on.
+    signal(SIGCHLD, SIG_DFL);
     // From here on every way out passes the container's destructor.
     const auto signals = awaitedSignals();
     sigset_t before;
     sigprocmask(SIG_BLOCK, &signals, &before);
 
-    Container container(setup);
+    checkLimitOfFiles();
+    PrivateDirectory::removeDead(controlGroup::removeIfLeft);
+    ContainerProcess container(setup, signalsThatEnd());
     const auto child = checked(fork(), "fork");
     if (child == 0)
     {
         become(command, container.where(), before);
     }
     return supervise(child, container, signals);
+}
+
+catch (const Interrupted& interruption)
+{
+    return 128 + interruption.number;
 }
 
 catch (const std::exception& error)

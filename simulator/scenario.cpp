@@ -65,13 +65,20 @@ static Scenario read(const std::filesystem::path& file)
 std::vector<Scenario> scenarios()
 {
     std::vector<Scenario> all;
+    std::error_code error;
     for (const auto& entry :
-         std::filesystem::directory_iterator(BMCSIM_SCENARIOS))
+         std::filesystem::directory_iterator(BMCSIM_SCENARIOS, error))
     {
         if (entry.path().extension() == extension)
         {
             all.push_back(read(entry.path()));
         }
+    }
+    if (error)
+    {
+        throw std::invalid_argument(
+            "cannot read the scenarios in " BMCSIM_SCENARIOS ": " +
+            error.message() + "; install them there, or name a file");
     }
     std::ranges::sort(all, {}, &Scenario::name);
     return all;

@@ -82,11 +82,8 @@ SystemdManager::~SystemdManager()
 void SystemdManager::launch()
 {
     process = start(program(directory));
-    if (!within(startPatience,
-                [this] {
-                    return process < 0 || kill(process, 0) != 0 || isOnTheBus();
-                }) ||
-        !isOnTheBus())
+    within(startPatience, [this] { return isOnTheBus() || hasEnded(process); });
+    if (!isOnTheBus())
     {
         const auto said = tailOf(directory.log("systemd"));
         stop();

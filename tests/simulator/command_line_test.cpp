@@ -114,4 +114,28 @@ TEST(BmcsimCommandLine, HelpsWithAnExample)
     }
 }
 
+TEST(BmcsimCommandLine, PrintsItsVersion)
+{
+    EXPECT_EQ(
+        runBmcsim({"--version"}),
+        (Completed{0, "wexa-bmcsim " + fromEnvironment("WEXA_VERSION") + "\n",
+                   ""}));
+    EXPECT_THAT(runBmcsim({"--help"}).out, testing::HasSubstr("--version"));
+}
+
+TEST(BmcsimCommandLine, SaysThatItsScenariosAreMissing)
+{
+    const auto folder = fromEnvironment("WEXA_SOURCES") + "/simulator";
+    const auto withoutScenarios = [&](const std::string& command) {
+        return run({"unshare", "--mount", "sh", "-c",
+                    "mount -t tmpfs none " + folder + " && exec " +
+                        fromEnvironment("WEXA_BMCSIM") + " " + command});
+    };
+    const auto why = "cannot read the scenarios in " + folder +
+                     "/scenarios: No such file or directory; install them "
+                     "there, or name a file";
+    EXPECT_EQ(withoutScenarios("scenarios"), refusal(refused, why));
+    EXPECT_EQ(withoutScenarios("run --scenario healthy -- true"), usage(why));
+}
+
 } // namespace

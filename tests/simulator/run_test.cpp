@@ -1,92 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "../support/simulation.hpp"
-#include "../support/temporary_directory.hpp"
+#include "simulator_run.hpp"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <signal.h>
-
-#include <filesystem>
-#include <fstream>
-#include <sstream>
-#include <thread>
 
 // A simulated BMC ends with its command and leaves nothing behind, however it
 // ends.
 
 using namespace test;
-using testing::IsEmpty;
 
 namespace
 {
-
-class Run : public testing::TestWithParam<const char*>
-{
-  protected:
-    Completed bmcsim(const std::vector<std::string>& command) const
-    {
-        std::vector<std::string> words{fromEnvironment("WEXA_BMCSIM"), "run",
-                                       "--manager", GetParam(), "--"};
-        words.insert(words.end(), command.begin(), command.end());
-        return run(words, {"TMPDIR=" + temporary.path().string()});
-    }
-
-    /** What there is of this test's simulated BMCs: directories, control
-     *  groups and processes.
-     */
-    std::string traces() const
-    {
-        std::string found;
-        for (const auto& left :
-             std::filesystem::directory_iterator(temporary.path()))
-        {
-            found += left.path().string() + '\n';
-        }
-        if (const auto now = controlGroups(); now != before)
-        {
-            found += now;
-        }
-        for (const auto& process : std::filesystem::directory_iterator("/proc"))
-        {
-            const auto words = textOf(process.path() / "cmdline") +
-                               textOf(process.path() / "environ");
-            if (words.find(temporary.path().string() + "/wexa-bmcsim.") !=
-                std::string::npos)
-            {
-                found += process.path().string() + '\n';
-            }
-        }
-        return found;
-    }
-
-    /** Traces go as soon as the processes have. */
-    void expectNoTraces() const
-    {
-        for (auto tries = 0; tries < 500 && !traces().empty(); ++tries)
-        {
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        }
-        EXPECT_EQ(traces(), "");
-    }
-
-    TemporaryDirectory temporary;
-
-  private:
-    static std::string controlGroups()
-    {
-        return run({"find", "/sys/fs/cgroup", "-name", "wexa-bmcsim*"}).out;
-    }
-
-    /** Empty where there is no such file, or no longer. */
-    static std::string textOf(const std::filesystem::path& file)
-    {
-        std::ostringstream text;
-        text << std::ifstream(file).rdbuf();
-        return text.str();
-    }
-
-    std::string before = controlGroups();
-};
 
 INSTANTIATE_TEST_SUITE_P(Managers, Run, testing::Values("systemd", "builtin"),
                          [](const auto& row) {
@@ -109,12 +33,17 @@ TEST_P(Run, SaysWhichSignalKilledTheCommand)
 
 TEST_P(Run, SaysThatTheCommandCannotBeRun)
 {
-    EXPECT_EQ(bmcsim({"/nonexistent"}),
+    const auto runs = [this](const std::string& command) {
+        return run({fromEnvironment("WEXA_BMCSIM"), "run", "--manager",
+                    GetParam(), "--", command},
+                   environment());
+    };
+    EXPECT_EQ(runs("/nonexistent"),
               (Completed{127, "",
                          "wexa-bmcsim: cannot run /nonexistent: No such file "
                          "or directory\n"}));
     EXPECT_EQ(
-        bmcsim({"/"}),
+        runs("/"),
         (Completed{126, "", "wexa-bmcsim: cannot run /: Permission denied\n"}));
     expectNoTraces();
 }
@@ -148,8 +77,8 @@ class RunEnds : public Run
     Completed endBy(int number, const std::string& command)
     {
         Process simulator({fromEnvironment("WEXA_BMCSIM"), "run", "--manager",
-                           GetParam(), "--", "sh", "-c", command},
-                          {"TMPDIR=" + temporary.path().string()});
+                           GetParam(), "--", "sh", "-c", tellName + command},
+                          environment());
         simulator.awaitOutput("up\n");
         EXPECT_NE(traces(), "");
         simulator.signal(number);
@@ -198,8 +127,9 @@ TEST_P(RunEnds, EvenWhereItsBusAndThenTheSimulatorIsKilled)
 TEST_P(RunEnds, WhereItsContainerIsKilled)
 {
     Process simulator({fromEnvironment("WEXA_BMCSIM"), "run", "--manager",
-                       GetParam(), "--", "sh", "-c", "echo up; exec sleep 60"},
-                      {"TMPDIR=" + temporary.path().string()});
+                       GetParam(), "--", "sh", "-c",
+                       tellName + "echo up; exec sleep 60"},
+                      environment());
     simulator.awaitOutput("up\n");
     run({"pkill", "-KILL", "-P", std::to_string(simulator.id()),
          "wexa-bmcsim"});
@@ -223,8 +153,9 @@ TEST_P(RunEnds, ByItselfAlsoWithoutItsBus)
 TEST_P(RunEnds, ByItselfAlsoWithoutItsManager)
 {
     EXPECT_EQ(bmcsim({"sh", "-c",
-                      "pkill -KILL -f '^/lib/systemd/systemd --user' -n; "
-                      "sleep 0.2; exit 9"})
+                      "grep -lzx XDG_RUNTIME_DIR=$WEXA_BMCSIM_DIR/manager "
+                      "/proc/[0-9]*/environ 2>/dev/null | cut -d/ -f3 | "
+                      "xargs -r kill -KILL; exit 9"})
                   .status,
               9);
     expectNoTraces();

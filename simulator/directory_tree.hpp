@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <string>
+
+namespace bmcsim
+{
+
+/** Removes what a directory holds, but for the entry `kept`.
+ *
+ *  It follows no symbolic link, and enters no other file system: what is
+ *  mounted below the directory stays as it is.
+ *
+ *  @return whether nothing but `kept` is left
+ */
+bool removeContents(int directory, const std::string& kept = "");
+
+} // namespace bmcsim

@@ -1,0 +1,171 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "../support/private_bus.hpp"
+#include "../support/simulation.hpp"
+#include "simulator_run.hpp"
+
+#include <gmock/gmock.h>
+#include <signal.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <cstring>
+
+// Starts that come to nothing: bounded, with the reason, and nothing is left.
+
+using namespace test;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+namespace
+{
+
+class RunFails : public Run
+{
+  protected:
+    /** A run of `true` by a program that sets its circumstances. */
+    Completed bmcsimUnder(std::vector<std::string> words) const
+    {
+        for (const auto& word :
+             std::vector<std::string>{fromEnvironment("WEXA_BMCSIM"), "run",
+                                      "--manager", GetParam(), "--", "true"})
+        {
+            words.push_back(word);
+        }
+        return run(words, environment());
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(Managers, RunFails,
+                         testing::Values("systemd", "builtin"),
+                         [](const auto& row) {
+                             return std::string(row.param);
+                         });
+
+TEST_P(RunFails, WithFewFileDescriptors)
+{
+    EXPECT_EQ(bmcsimUnder({"prlimit", "--nofile=12"}),
+              (Completed{3, "",
+                         "wexa-bmcsim: a simulated BMC needs 64 open files, "
+                         "and 12 are allowed; allow more with ulimit -n\n"}));
+    EXPECT_EQ(bmcsimUnder({"prlimit", "--nofile=64"}), (Completed{0, "", ""}));
+    expectNoTraces();
+}
+
+TEST_P(RunFails, NotWhereTheParentIgnoresTheEndsOfItsChildren)
+{
+    EXPECT_EQ(bmcsimUnder({"env", "--ignore-signal=CHLD"}),
+              (Completed{0, "", ""}));
+    expectNoTraces();
+}
+
+TEST_P(RunFails, WithoutADbusDaemonAtOnce)
+{
+    const auto done = bmcsimUnder({"env", "PATH=/nonexistent"});
+    EXPECT_EQ(done.status, 3);
+    EXPECT_EQ(done.err, "wexa-bmcsim: dbus-daemon does not start: dbus-daemon: "
+                        "No such file or directory\n");
+    expectNoTraces();
+}
+
+TEST_P(RunFails, WhereItsDirectoryCannotBeWrittenTo)
+{
+    run({"mount", "-t", "tmpfs", "-o", "nr_inodes=5", "tmpfs",
+         temporary.path()});
+    const auto done = bmcsimUnder({});
+    const auto traces = this->traces();
+    run({"umount", temporary.path()});
+
+    EXPECT_EQ(done.status, 3);
+    EXPECT_THAT(done.err, HasSubstr("No space left on device"));
+    EXPECT_EQ(traces, "");
+}
+
+TEST_P(RunFails, WhereTheTemporaryFolderHasAnUnusableName)
+{
+    for (const std::string name : {"a b", "a:b", "a%b", "a\xff", "a\nb"})
+    {
+        const auto folder = temporary.file(name);
+        std::filesystem::create_directory(folder);
+        const auto done = run({fromEnvironment("WEXA_BMCSIM"), "run",
+                               "--manager", GetParam(), "--", "true"},
+                              {"TMPDIR=" + folder});
+        EXPECT_EQ(done.status, 3);
+        EXPECT_THAT(done.err,
+                    HasSubstr("holds other characters than letters, digits, "
+                              "\"/\", \".\", \"_\" and \"-\"; set TMPDIR to "
+                              "another\n"));
+        EXPECT_EQ(std::filesystem::is_empty(folder), true);
+        std::filesystem::remove(folder);
+    }
+}
+
+/** A socket that never answers. */
+class SilentSocket
+{
+  public:
+    explicit SilentSocket(const std::string& path) :
+        socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0))
+    {
+        sockaddr_un address{AF_UNIX, {}};
+        std::strcpy(address.sun_path, path.c_str());
+        check(bind(socket, reinterpret_cast<const sockaddr*>(&address),
+                   sizeof(address)),
+              "bind");
+        check(listen(socket, 5), "listen");
+    }
+
+    ~SilentSocket()
+    {
+        close(socket);
+    }
+
+    SilentSocket(const SilentSocket&) = delete;
+    SilentSocket& operator=(const SilentSocket&) = delete;
+
+    void awaitConnection() const
+    {
+        close(check(accept4(socket, nullptr, nullptr, SOCK_CLOEXEC), "accept"));
+    }
+
+  private:
+    int socket;
+};
+
+TEST_P(RunFails, WithTheSignalThatComesWhileItStarts)
+{
+    for (const auto number : {SIGINT, SIGTERM, SIGHUP, SIGQUIT})
+    {
+        const TemporaryDirectory folder;
+        const SilentSocket bus(folder.file("bus"));
+        Process simulator({fromEnvironment("WEXA_BMCSIM"), "run", "--manager",
+                           GetParam(), "--bus",
+                           "unix:path=" + folder.file("bus"), "--", "true"},
+                          environment());
+        bus.awaitConnection();
+        simulator.signal(number);
+        EXPECT_EQ(simulator.wait(), (Completed{128 + number, "", ""}));
+        expectNoTraces();
+    }
+}
+
+/** Users that may not have many processes. */
+TEST(RunOfAUser, FailsWhereNoProcessesAreLeft)
+{
+    const TemporaryDirectory temporary;
+    std::filesystem::permissions(temporary.path(), std::filesystem::perms::all);
+    for (auto processes = 1; processes <= 4; ++processes)
+    {
+        const auto done =
+            run({"setpriv", "--reuid=64123", "--regid=64123", "--clear-groups",
+                 "prlimit", "--nproc=" + std::to_string(processes),
+                 fromEnvironment("WEXA_BMCSIM"), "run", "--manager", "builtin",
+                 "--", "true"},
+                {"TMPDIR=" + temporary.path().string()});
+        EXPECT_EQ(done.status, 3);
+        EXPECT_THAT(done.err, StartsWith("wexa-bmcsim: "));
+        EXPECT_EQ(std::filesystem::is_empty(temporary.path()), true);
+    }
+}
+
+} // namespace
