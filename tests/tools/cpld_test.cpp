@@ -203,6 +203,14 @@ TEST_F(Cpld, ImageThatTheDeviceCannotReadMayBeOfAnotherKind)
                  "xyz.openbmc_project.cpld_update_mgr.NoImage",
                  "the device cannot read the image: check that it is a CPLD "
                  "image, then look at what the CPLD update manager logged"}));
+
+    // An error of any service says nothing of the image.
+    bmc.set("cpld-device", "error");
+    EXPECT_THAT(
+        run("upload", "MB_CPLD").err,
+        testing::EndsWith("\n  D-Bus:    org.freedesktop.DBus.Error.Failed\n"
+                          "  hint:     look at what the service itself "
+                          "logged\n"));
 }
 
 TEST_F(Cpld, DeviceThatTellsTheVersionInAnotherTypeIsBlamed)

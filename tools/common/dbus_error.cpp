@@ -72,9 +72,16 @@ constexpr std::array advice{
 
 } // namespace
 
-std::string hintFor(const std::string& dbusError, const std::string& otherwise)
+std::string hintFor(const std::string& dbusError, const std::string& ofItsOwn)
 {
     const auto* const found =
         std::ranges::find(advice, dbusError, &Advice::name);
-    return found == advice.end() ? otherwise : std::string(found->hint);
+    if (found != advice.end())
+    {
+        return std::string(found->hint);
+    }
+    const auto isItsOwn = !dbusError.starts_with("org.freedesktop.DBus.Error.");
+    return isItsOwn && !ofItsOwn.empty()
+               ? ofItsOwn
+               : "look at what the service itself logged";
 }

@@ -10,9 +10,8 @@ std::string dbusErrorIn(const std::string& line);
 
 /** What to do about a D-Bus error.
  *
- *  @param otherwise  about an error of the service's own
+ *  @param ofItsOwn  about an error that the service itself has named; empty
+ *                   where nothing more is known than of any other
  */
-std::string
-hintFor(const std::string& dbusError,
-        const std::string& otherwise = "look at what the service itself "
-                                       "logged");
+std::string hintFor(const std::string& dbusError,
+                    const std::string& ofItsOwn = "");

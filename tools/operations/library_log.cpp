@@ -131,9 +131,7 @@ Reason LibraryLog::reason() const
             const auto name = dbusErrorIn(line);
             reason.dbusError = name.empty() ? reason.dbusError : name;
         }
-        reason.hint = reason.hint.empty()
-                          ? hintFor(reason.dbusError)
-                          : hintFor(reason.dbusError, reason.hint);
+        reason.hint = hintFor(reason.dbusError, reason.hint);
     }
     return reason;
 }
