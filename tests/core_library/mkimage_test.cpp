@@ -70,11 +70,12 @@ TEST_F(Mkimage, ShowsPathsAndArgumentsPlain)
     output = directory.file("a\x1b[2J\nforged");
     const auto shown = directory.file(R"(a\x1b[2J\x0aforged)");
     const auto made = bmc({"--size", "1"});
-    EXPECT_EQ(made,
-              (Completed{0,
-                         shown + ": 66 bytes, version 1, SHA-256 " +
-                             sha256(bytesOf(output)) + '\n',
-                         ""}));
+    // All but the digest itself.
+    const auto covered = bytesOf(output).substr(0, 66 - 32);
+    EXPECT_EQ(made, (Completed{0,
+                               shown + ": 66 bytes, version 1, SHA-256 " +
+                                   sha256(covered) + '\n',
+                               ""}));
     EXPECT_EQ(bmc(), failed(1, shown + " exists; --force replaces it"));
     EXPECT_EQ(bmc({"--\x1b\nforged"}),
               usage("The following argument was not expected: "

@@ -7,8 +7,8 @@
 enum class ExitStatus
 {
     success = 0,
-    /** What should never happen, a shortage of files or memory, or a result that
-     *  could not be written.
+    /** What should never happen, a shortage of files or memory, or a result
+     * that could not be written.
      */
     unexpected = 1,
     /** An option, an argument or an image path that cannot be used. */
