@@ -149,6 +149,31 @@ TEST_P(RunFails, WithTheSignalThatComesWhileItStarts)
     }
 }
 
+/** Where /proc/self/cgroup shows "/..". */
+TEST(RunOutsideOfItsControlGroups, FailsWithTheReason)
+{
+    const TemporaryDirectory temporary;
+    const auto group = temporary.path().filename().string();
+    const auto done =
+        run({"sh", "-c",
+             "all=$(findmnt -nro TARGET -t cgroup2 | head -n 1); "
+             "mkdir $all/" +
+                 group + "; echo $$ >$all/" + group +
+                 "/cgroup.procs; unshare --cgroup sh -c \"echo \\$\\$ "
+                 ">$all/cgroup.procs; exec " +
+                 fromEnvironment("WEXA_BMCSIM") +
+                 " run -- true\"; status=$?; echo $$ >$all/cgroup.procs; rmdir "
+                 "$all/" +
+                 group + "; exit $status"},
+            {"TMPDIR=" + temporary.path().string()});
+    EXPECT_EQ(done, (Completed{3, "",
+                               "wexa-bmcsim: systemd's manager does not start: "
+                               "the own control group, /.., cannot be seen "
+                               "from here; --manager builtin works without "
+                               "systemd\n"}));
+    EXPECT_EQ(std::filesystem::is_empty(temporary.path()), true);
+}
+
 /** Users that may not have many processes. */
 TEST(RunOfAUser, FailsWhereNoProcessesAreLeft)
 {
