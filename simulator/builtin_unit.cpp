@@ -40,9 +40,9 @@ sdbus::ObjectPath jobPath(std::uint32_t job)
                     : "/org/freedesktop/systemd1/job/" + std::to_string(job);
 }
 
-BuiltinUnit::BuiltinUnit(sdbus::IConnection& bus,
-                         const PrivateDirectory& directory, std::string id) :
-    directory(directory),
+BuiltinUnit::BuiltinUnit(sdbus::IConnection& bus, PrivateDirectory place,
+                         std::string id) :
+    directory(std::move(place)),
     name(std::move(id)), instance(unitText::unescaped(UnitName(name).instance)),
     object(sdbus::createObject(bus, path()))
 {

@@ -36,8 +36,8 @@ struct Moment
 class BuiltinUnit
 {
   public:
-    BuiltinUnit(sdbus::IConnection& bus, const PrivateDirectory& directory,
-                std::string name);
+    BuiltinUnit(sdbus::IConnection& bus, PrivateDirectory place,
+                std::string id);
     ~BuiltinUnit();
 
     BuiltinUnit(const BuiltinUnit&) = delete;

@@ -24,7 +24,7 @@ static int callWith(Call call, int made, const std::filesystem::path& path)
         errno = ENAMETOOLONG;
         return -1;
     }
-    std::strcpy(address.sun_path, path.c_str());
+    std::memcpy(address.sun_path, path.c_str(), path.string().size() + 1);
     return call(made, reinterpret_cast<const sockaddr*>(&address),
                 sizeof(address));
 }
