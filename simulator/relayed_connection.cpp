@@ -7,6 +7,8 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <iterator>
+#include <utility>
 
 namespace bmcsim
 {
@@ -94,11 +96,27 @@ bool RelayedStream::receive()
         {
             return size < 0 && isForLater(errno);
         }
-        pieces.push_back(
-            {std::string(bytes.data(), static_cast<std::size_t>(size)),
-             filesIn(message), steady_clock::now()});
+        keep({bytes.data(), static_cast<std::size_t>(size)}, filesIn(message));
     }
     return true;
+}
+
+void RelayedStream::keep(std::string_view bytes, std::vector<int> files)
+{
+    for (auto& message : cutter.cut(bytes))
+    {
+        Piece piece{std::move(message.bytes), std::exchange(files, {}),
+                    steady_clock::now(), message.isForBus};
+        // What goes to the bus overtakes what waits, but not a message that
+        // is sent in part already.
+        auto place = pieces.end();
+        while (piece.isForBus && place != pieces.begin() &&
+               !std::prev(place)->isForBus && !std::prev(place)->isBegun)
+        {
+            --place;
+        }
+        pieces.insert(place, std::move(piece));
+    }
 }
 
 bool RelayedStream::sendSome(Piece& piece)
@@ -116,6 +134,7 @@ bool RelayedStream::sendSome(Piece& piece)
         return false;
     }
     closeAll(piece.files);
+    piece.isBegun = true;
     piece.bytes.erase(0, static_cast<std::size_t>(size));
     return true;
 }
@@ -123,8 +142,7 @@ bool RelayedStream::sendSome(Piece& piece)
 bool RelayedStream::send(milliseconds late)
 {
     const auto now = steady_clock::now();
-    while (!pieces.empty() && pieces.front().arrival + late <= now &&
-           sendSome(pieces.front()))
+    while (!pieces.empty() && *due(late) <= now && sendSome(pieces.front()))
     {
         if (pieces.front().bytes.empty())
         {
@@ -136,8 +154,13 @@ bool RelayedStream::send(milliseconds late)
 
 std::optional<RelayedStream::Time> RelayedStream::due(milliseconds late) const
 {
-    return pieces.empty() ? std::nullopt
-                          : std::optional(pieces.front().arrival + late);
+    if (pieces.empty())
+    {
+        return std::nullopt;
+    }
+    const auto& first = pieces.front();
+    return first.isForBus || first.isBegun ? first.arrival
+                                           : first.arrival + late;
 }
 
 short RelayedStream::eventsOfSource() const

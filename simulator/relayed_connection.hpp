@@ -1,18 +1,21 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "message_cutter.hpp"
+
 #include <poll.h>
 
 #include <chrono>
 #include <deque>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace bmcsim
 {
 
-/** Bytes, and the file descriptors that travel with them, on their way from
+/** Messages, and the file descriptors that travel with them, on their way from
  *  one socket to another.
  */
 class RelayedStream
@@ -32,7 +35,9 @@ class RelayedStream
 
     /** Passes on what is due; false where it cannot be passed on any more.
      *
-     *  @param late  how long everything waits
+     *  @param late  how long all messages wait but those to the bus itself: who
+     *               sends one of these waits for the answer, and does nothing
+     *               else meanwhile
      */
     bool send(std::chrono::milliseconds late);
 
@@ -49,13 +54,21 @@ class RelayedStream
         std::string bytes;
         std::vector<int> files;
         Time arrival;
+        bool isForBus;
+        /** Whether a part of it is sent already. */
+        bool isBegun = false;
     };
+
+    /** Cuts bytes into messages, which wait in the order in which they are due.
+     */
+    void keep(std::string_view bytes, std::vector<int> files);
 
     /** Sends a piece, or its beginning; false where nothing could be sent. */
     bool sendSome(Piece& piece);
 
     int from;
     int to;
+    MessageCutter cutter;
     std::deque<Piece> pieces;
     bool isBroken = false;
 };
