@@ -2,15 +2,13 @@
 #include "../support/bytes.hpp"
 #include "../support/forger.hpp"
 #include "../support/images.hpp"
+#include "../support/open_bus.hpp"
 #include "../support/private_bus.hpp"
 #include "../support/simulation.hpp"
-#include "../support/temporary_directory.hpp"
 
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
 #include <algorithm>
-#include <memory>
 #include <ostream>
 #include <tuple>
 
@@ -38,35 +36,9 @@ void PrintTo(const Lie& lie, std::ostream* stream)
 class Forged : public testing::TestWithParam<std::tuple<std::string, Lie>>
 {
   protected:
-    Forged()
-    {
-        // As on a board, other users reach the bus.
-        using std::filesystem::permissions;
-        using std::filesystem::perms;
-        permissions(directory.path(), perms(0711));
-        permissions(directory.file("bus"), perms(0666));
-    }
-
-    std::string address() const
-    {
-        return "unix:path=" + directory.file("bus");
-    }
-
-    static bool hasEnded(const Process& process)
-    {
-        siginfo_t end{};
-        waitid(P_PID, static_cast<id_t>(process.id()), &end,
-               WEXITED | WNOHANG | WNOWAIT);
-        return end.si_pid != 0;
-    }
-
     const Lie& lie = std::get<Lie>(GetParam());
-    TemporaryDirectory directory;
-    std::unique_ptr<BusProgram> bus =
-        std::get<std::string>(GetParam()) == "dbusBroker"
-            ? startDbusBroker(directory.path())
-            : startDbusDaemon(directory.path());
-    Simulation bmc{{"--bus", address(), "--set", "flash=" + lie.flash}};
+    OpenBus bus{std::get<std::string>(GetParam())};
+    Simulation bmc{{"--bus", bus.address(), "--set", "flash=" + lie.flash}};
     Images images;
 };
 
@@ -96,8 +68,8 @@ TEST_P(Forged, SignalsDoNotChangeHowTheDaemonEnds)
     Process daemon({fromEnvironment("WEXA_DAEMON"), image}, bmc.environment());
     do
     {
-        forge(address(), {malformed(ended), malformed(ownershipOfSystemd()),
-                          ownershipOfSystemd(), malformed(ended), ended});
+        forge(bus.address(), {malformed(ended), malformed(ownershipOfSystemd()),
+                              ownershipOfSystemd(), malformed(ended), ended});
     } while (!hasEnded(daemon));
 
     const auto handled = daemon.wait();
@@ -110,15 +82,16 @@ TEST_P(Forged, SignalsDoNotChangeHowTheDaemonEnds)
 INSTANTIATE_TEST_SUITE_P(
     Outcomes, Forged,
     testing::Combine(
-        testing::Values("dbusDaemon", "dbusBroker"),
+        testing::Values("dbus-daemon", "dbus-broker"),
         testing::Values(Lie{"OfAFailedFlash", "fail", "done"},
                         Lie{"OfASuccessThatFailed", "normal", "failed"},
                         Lie{"OfASuccessThatWasSkipped", "normal", "skipped"},
                         Lie{"OfASuccessThatWasCanceled", "normal",
                             "canceled"})),
     [](const auto& row) {
-        return std::get<Lie>(row.param).name + '_' +
-               std::get<std::string>(row.param);
+        const auto& program = std::get<std::string>(row.param);
+        return std::get<Lie>(row.param).name +
+               (program == "dbus-daemon" ? "OnDbusDaemon" : "OnDbusBroker");
     });
 
 } // namespace

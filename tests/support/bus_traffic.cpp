@@ -3,36 +3,10 @@
 
 #include "message_text.hpp"
 
-#include <memory>
-#include <stdexcept>
-
 namespace test
 {
 
-using Message =
-    std::unique_ptr<sd_bus_message, decltype(&sd_bus_message_unref)>;
-
 constexpr auto markerInterface = "test.Marker";
-
-static Message nextMessage(sd_bus* connection)
-{
-    constexpr std::uint64_t patience = 5'000'000;
-    for (;;)
-    {
-        sd_bus_message* message = nullptr;
-        const auto worked =
-            check(sd_bus_process(connection, &message), "monitor");
-        if (message != nullptr)
-        {
-            return {message, &sd_bus_message_unref};
-        }
-        if (worked == 0 &&
-            check(sd_bus_wait(connection, patience), "monitor") == 0)
-        {
-            throw std::runtime_error("the bus monitor sees nothing");
-        }
-    }
-}
 
 static std::string text(sd_bus_message* message)
 {

@@ -51,6 +51,23 @@ ForgedSignal forgedNameOwnerChanged(const std::string& name,
             }};
 }
 
+ForgedSignal forgedPropertiesChanged(const std::string& unit)
+{
+    char* path = nullptr;
+    check(sd_bus_path_encode("/org/freedesktop/systemd1/unit", unit.c_str(),
+                             &path),
+          "path");
+    const std::string object = path;
+    free(path);
+    return {object, "org.freedesktop.DBus.Properties", "PropertiesChanged",
+            [](sd_bus_message* signal) {
+                check(sd_bus_message_append(signal, "sa{sv}as",
+                                            "org.freedesktop.systemd1.Unit", 1,
+                                            "ActiveState", "s", "inactive", 0),
+                      "append");
+            }};
+}
+
 ForgedSignal malformed(ForgedSignal signal)
 {
     signal.append = [](sd_bus_message* message) {

@@ -31,6 +31,9 @@ ForgedSignal forgedNameOwnerChanged(const std::string& name,
                                     const std::string& before,
                                     const std::string& after);
 
+/** PropertiesChanged of a unit of systemd: it is inactive. */
+ForgedSignal forgedPropertiesChanged(const std::string& unit);
+
 /** The same signal with a body that is a single number. */
 ForgedSignal malformed(ForgedSignal signal);
 

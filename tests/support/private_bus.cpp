@@ -42,13 +42,38 @@ Connection PrivateBus::connect() const
 
 Connection PrivateBus::monitor() const
 {
-    auto connection = connectTo(address(), true);
+    return monitorAt(address());
+}
+
+Connection monitorAt(const std::string& address)
+{
+    auto connection = connectTo(address, true);
     check(sd_bus_call_method(connection.get(), "org.freedesktop.DBus",
                              "/org/freedesktop/DBus",
                              "org.freedesktop.DBus.Monitoring", "BecomeMonitor",
                              nullptr, nullptr, "asu", 0, 0U),
           "BecomeMonitor");
     return connection;
+}
+
+Message nextMessage(sd_bus* connection)
+{
+    constexpr std::uint64_t patience = 60'000'000;
+    for (;;)
+    {
+        sd_bus_message* message = nullptr;
+        const auto worked =
+            check(sd_bus_process(connection, &message), "sd_bus_process");
+        if (message != nullptr)
+        {
+            return {message, &sd_bus_message_unref};
+        }
+        if (worked == 0 &&
+            check(sd_bus_wait(connection, patience), "sd_bus_wait") == 0)
+        {
+            throw std::runtime_error("no message comes over the bus");
+        }
+    }
 }
 
 Connection connectTo(const std::string& address, bool asMonitor)

@@ -78,6 +78,17 @@ class PrivateBus
     std::atomic<bool> running = true;
 };
 
+/** A connection that sees all messages on a bus. */
+Connection monitorAt(const std::string& address);
+
+using Message =
+    std::unique_ptr<sd_bus_message, decltype(&sd_bus_message_unref)>;
+
+/** The next message that a connection receives; throws where none comes for a
+ *  minute.
+ */
+Message nextMessage(sd_bus* connection);
+
 /** Handles what comes over a connection until `isDone`; throws where nothing
  *  comes for 20 s.
  */

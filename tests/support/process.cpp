@@ -18,6 +18,7 @@
 #include <ostream>
 #include <sstream>
 #include <stdexcept>
+#include <thread>
 
 namespace test
 {
@@ -189,6 +190,28 @@ Completed Process::wait()
     child = -1;
     return {WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status),
             text[0], text[1]};
+}
+
+bool hasEnded(const Process& process)
+{
+    siginfo_t end{};
+    waitid(P_PID, static_cast<id_t>(process.id()), &end,
+           WEXITED | WNOHANG | WNOWAIT);
+    return end.si_pid != 0;
+}
+
+void awaitTrue(const std::string& what, const std::function<bool()>& isTrue)
+{
+    constexpr std::chrono::seconds patience{60};
+    const auto deadline = std::chrono::steady_clock::now() + patience;
+    while (!isTrue())
+    {
+        if (std::chrono::steady_clock::now() >= deadline)
+        {
+            throw std::runtime_error("never came: " + what);
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
 }
 
 Completed run(const std::vector<std::string>& arguments,

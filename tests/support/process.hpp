@@ -4,6 +4,7 @@
 #include <sys/types.h>
 
 #include <chrono>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -62,6 +63,15 @@ class Process
     int streams[2] = {-1, -1};
     std::string text[2];
 };
+
+/** Whether it has ended; its status stays to be waited for. */
+bool hasEnded(const Process& process);
+
+/** Asks again and again until it is true; throws where that takes 60 s.
+ *
+ *  @param what  is awaited, for the error
+ */
+void awaitTrue(const std::string& what, const std::function<bool()>& isTrue);
 
 /** Runs a program to its end. */
 Completed run(const std::vector<std::string>& arguments,

@@ -5,12 +5,9 @@
 
 #include <signal.h>
 
-#include <chrono>
 #include <cstdlib>
 #include <filesystem>
-#include <functional>
 #include <stdexcept>
-#include <thread>
 
 namespace test
 {
@@ -46,8 +43,7 @@ Simulation::Simulation(const std::vector<std::string>& options) :
 
 std::vector<std::string> Simulation::environment() const
 {
-    return {"WEXA_BMCSIM_DIR=" + where,
-            "XDG_RUNTIME_DIR=" + where + "/run",
+    return {"WEXA_BMCSIM_DIR=" + where, "XDG_RUNTIME_DIR=" + where + "/run",
             "DBUS_SYSTEM_BUS_ADDRESS=" + busAddress(),
             "DBUS_SESSION_BUS_ADDRESS=" + busAddress()};
 }
@@ -110,25 +106,10 @@ std::string Simulation::flash(const std::string& partition) const
     return bytesOf(where + "/flash/" + partition);
 }
 
-/** Throws where it does not come true in time. */
-static void await(const std::string& what, const std::function<bool()>& isTrue)
-{
-    constexpr std::chrono::seconds patience{60};
-    const auto deadline = std::chrono::steady_clock::now() + patience;
-    while (!isTrue())
-    {
-        if (std::chrono::steady_clock::now() >= deadline)
-        {
-            throw std::runtime_error("never came: " + what);
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-}
-
 void Simulation::awaitFlash(const std::string& partition) const
 {
     const auto file = where + "/flash/" + partition;
-    await(file, [&] {
+    awaitTrue(file, [&] {
         std::error_code missing;
         return std::filesystem::file_size(file, missing) > 0 && !missing;
     });
@@ -138,8 +119,19 @@ void Simulation::awaitFlashed(const std::string& partition,
                               const std::string& bytes) const
 {
     awaitFlash(partition);
-    await("the whole of " + partition,
-          [&] { return flash(partition) == bytes; });
+    awaitTrue("the whole of " + partition,
+              [&] { return flash(partition) == bytes; });
+}
+
+void Simulation::awaitIdle(const std::string& unit) const
+{
+    awaitTrue("the end of " + unit, [&] {
+        const auto listed =
+            call({"org.freedesktop.systemd1", "/org/freedesktop/systemd1",
+                  "org.freedesktop.systemd1.Manager", "ListUnitsByPatterns",
+                  "asas", "2", "activating", "deactivating", "1", unit});
+        return listed.out == "a(ssssssouso) 0\n";
+    });
 }
 
 Completed Simulation::end()

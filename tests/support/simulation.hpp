@@ -69,6 +69,9 @@ class Simulation
     void awaitFlashed(const std::string& partition,
                       const std::string& bytes) const;
 
+    /** Waits until a unit neither runs nor is about to. */
+    void awaitIdle(const std::string& unit) const;
+
     const std::string& directory() const
     {
         return where;
