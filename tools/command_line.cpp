@@ -62,7 +62,7 @@ class Grammar
                              "Print the version");
         app.footer("Exit status: 0 done, 1 unexpected, 2 wrong usage, 3 image "
                    "refused,\n4 call failed, 5 flash failed, 6 flash not run, "
-                   "7 time is up, 8 board not ready");
+                   "7 may still run,\n8 board not ready, 9 outcome unknown");
     }
 
     CLI::App* verb(const std::string& name, const std::string& description,
@@ -95,13 +95,16 @@ class Grammar
     {
         auto& request = command.request;
         auto* const update = verb(
-            "update", "Flash an image, which is not verified again, and wait",
+            "update", "Have an image verified, flash it and wait for the end",
             "wexa-fwmgr update cpld /tmp/image --component MB_CPLD",
             &Operations::update);
         takeImage(update);
         auto* const dryRun =
             update->add_flag("--dry-run", request.dryRun,
                              "Show the unit that would be started; do nothing");
+        update->add_flag_callback(
+            "--no-verify", [&request] { request.verify = false; },
+            "Flash it all the same, also if it is not authentic");
         auto* const noWait = update->add_flag_callback(
             "--no-wait", [&request] { request.wait = false; },
             "End when the flash is started");

@@ -4,6 +4,7 @@
 #include "common/failure.hpp"
 #include "common/shortage.hpp"
 #include "doctor/doctor.hpp"
+#include "interruption.hpp"
 #include "loading.hpp"
 #include "report.hpp"
 #include "trace.hpp"
@@ -12,8 +13,10 @@
 #include <signal.h>
 
 #include <cerrno>
+#include <cstring>
 #include <new>
 #include <optional>
+#include <string>
 
 // wexa-fwmgr: firmware updates by hand, through the library.
 
@@ -25,10 +28,32 @@ static Result carryOut(const Command& command)
                : (loadOperations().*command.operation)(command.request);
 }
 
+/** A call that a signal ended looks as if the service had failed. */
+static bool isExplainedBySignal(ExitStatus status)
+{
+    return status == ExitStatus::callFailed || status == ExitStatus::notReady ||
+           status == ExitStatus::unexpected;
+}
+
+static Failure orInterruption(const Failure& failure)
+{
+    const auto signal = Interruption::signal();
+    if (!signal || !isExplainedBySignal(failure.status))
+    {
+        return failure;
+    }
+    return {static_cast<ExitStatus>(128 + *signal),
+            std::string("interrupted by SIG") + sigabbrev_np(*signal) +
+                " before it ended",
+            "what was asked of a service may still take effect; run it again",
+            failure.found};
+}
+
 int main(int argc, char** argv)
 {
     // A reader that goes away is told of, and stops no flash half way.
     signal(SIGPIPE, SIG_IGN);
+    const Interruption untilAllIsSaid;
     Report report("", asksForJson(argc, argv));
     try
     {
@@ -42,6 +67,13 @@ int main(int argc, char** argv)
         command->request.warn = [&](const auto& what, const auto& hint) {
             report.warn(what, hint);
         };
+        command->request.remark = [&](const auto& text) {
+            if (command->request.verbose)
+            {
+                report.remark(text);
+            }
+        };
+        command->request.interruption = Interruption::signal;
         if (command->trace)
         {
             trace::begin(!command->request.json);
@@ -50,13 +82,13 @@ int main(int argc, char** argv)
     }
     catch (const Failure& failure)
     {
-        return report.fail(failure);
+        return report.fail(orInterruption(failure));
     }
     catch (const sdbusplus::exception::exception& error)
     {
-        return report.fail(
+        return report.fail(orInterruption(
             {ExitStatus::callFailed, error.what(),
-             Reason{"", {}, error.name(), hintFor(error.name())}});
+             Reason{"", {}, error.name(), hintFor(error.name())}}));
     }
     catch (const std::bad_alloc&)
     {
@@ -64,6 +96,7 @@ int main(int argc, char** argv)
     }
     catch (const std::exception& error)
     {
-        return report.fail({ExitStatus::unexpected, error.what(), ""});
+        return report.fail(
+            orInterruption({ExitStatus::unexpected, error.what(), ""}));
     }
 }

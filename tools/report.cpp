@@ -75,6 +75,11 @@ void Report::print(const nlohmann::json& value)
     }
 }
 
+void Report::remark(const std::string& text)
+{
+    std::cerr << "wexa-fwmgr: " << plain::line(text) << '\n';
+}
+
 int Report::succeed(const Result& result)
 {
     if (json)
@@ -123,6 +128,14 @@ static void printFailure(const Failure& failure)
     }
     printDetail("D-Bus:    ", reason.dbusError);
     printDetail("call:     ", call);
+    for (const auto& command : reason.commands)
+    {
+        printDetail("command:  ", command);
+    }
+    for (const auto& line : reason.log)
+    {
+        printDetail("log:      ", line);
+    }
     printDetail("hint:     ", hint);
     std::cerr.flush();
 }
@@ -140,6 +153,8 @@ int Report::fail(const Failure& failure)
                           {"library", reason.library},
                           {"dbus_error", reason.dbusError},
                           {"call", call},
+                          {"commands", reason.commands},
+                          {"log", reason.log},
                           {"hint", hint}};
         print(value);
     }

@@ -22,6 +22,9 @@ class Report
     /** Shows what a verb can do with, but had better not have to. */
     void warn(const std::string& what, const std::string& hint);
 
+    /** Shows on standard error what helps to understand the verb. */
+    static void remark(const std::string& text);
+
     /** @return the exit status */
     int succeed(const Result& result);
 

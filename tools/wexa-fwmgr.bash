@@ -47,7 +47,7 @@ _wexa_fwmgr() {
     done
     case "$verb" in
         upload | verify) options+=(--component) ;;
-        update) options+=(--component --dry-run --no-wait --timeout) ;;
+        update) options+=(--component --dry-run --no-verify --no-wait --timeout) ;;
         doctor) options+=(--images) ;;
     esac
 

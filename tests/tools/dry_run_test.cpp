@@ -53,6 +53,7 @@ TEST_F(DryRun, ShowsTheUnitOfABmcImageAndThatThePathComesBack)
                              "instance  bmc_rot2 update " +
                              image +
                              "\npath      comes back to the unit as it is\n"
+                             "image     is verified before it is flashed\n"
                              "nothing was started\n",
                          ""}));
 }
@@ -81,6 +82,8 @@ TEST_F(DryRun, ShowsAPathThatDoesNotComeBackAndRefusesIt)
                                              images.folder() + "/a/b\n"));
     EXPECT_THAT(done.out, testing::EndsWith("\npath      does not come back to "
                                             "the unit as it is\n"
+                                            "image     is verified before it "
+                                            "is flashed\n"
                                             "nothing was started\n"));
     EXPECT_EQ(
         done.err,

@@ -80,23 +80,6 @@ TEST_F(FailedCall, ThatChangesSomethingMayStillTakeEffect)
                        "effect"}));
 }
 
-/** The tool looks whether a flash of a CPLD runs although it seems to have
- *  failed: that question is not answered either, and matters less.
- */
-TEST_F(FailedCall, ThatChangesSomethingMattersMoreThanAQuestionAfterIt)
-{
-    const auto cpld = images.make(
-        "cpld", {"--kind", "cpld", "--version", "7", "--board", "1"});
-    bmc.set("manager", "silent");
-    const auto done =
-        bmc.run({"env", "SYSTEMD_BUS_TIMEOUT=2s", fromEnvironment("WEXA_FWMGR"),
-                 "update", "cpld", cpld, "--component", "MB_CPLD"});
-    EXPECT_THAT(done.err,
-                testing::HasSubstr(
-                    "\n  call:     StartUnit of org.freedesktop.systemd1: not "
-                    "answered within 2 s; it may still take effect\n"));
-}
-
 TEST_F(FailedCall, IsToldInTheValueForPrograms)
 {
     bmc.set("security", "wrong-type");

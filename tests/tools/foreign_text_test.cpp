@@ -181,6 +181,7 @@ TEST_F(ForeignText, OfAPathIsShownPlainInAPlan)
                       "instance  bmc_rot2 update " +
                       instance +
                       "\npath      does not come back to the unit as it is\n"
+                      "image     is verified before it is flashed\n"
                       "nothing was started\n",
                   failureText(shownPath() + ": " + dash,
                               Reason{"", {}, "", noDash})}));

@@ -201,7 +201,7 @@ INSTANTIATE_TEST_SUITE_P(
                {"flash=hang"},
                {"update", "bmc", "IMAGE", "--timeout", "1"},
                7,
-               "time_out",
+               "may_still_run",
                "",
                ""},
         Ending{"AFlashCannotBeStarted",

@@ -66,11 +66,14 @@ TEST_F(Monitor, TellsHowEachFlashEnded)
     EXPECT_EQ(fwmgr({"update", "bmc", image}).status, 0);
     monitor->awaitOutput(": flashed\n");
     bmc.set("flash", "fail");
-    EXPECT_EQ(fwmgr({"update", "bios", image}).status, flashFailed);
-    monitor->awaitOutput("'exit-code'\n");
+    EXPECT_EQ(fwmgr({"update", "bios", image, "--no-verify"}).status,
+              flashFailed);
+    monitor->awaitOutput("1/FAILURE\n");
     bmc.set("flash", "normal");
     bmc.set("flash-unit", "condition");
-    EXPECT_EQ(fwmgr({"update", "cpld", image, "--component", "MB_CPLD"}).status,
+    EXPECT_EQ(fwmgr({"update", "cpld", image, "--component", "MB_CPLD",
+                     "--no-verify"})
+                  .status,
               flashNotRun);
     monitor->awaitOutput("did not hold\n");
 
@@ -80,11 +83,11 @@ TEST_F(Monitor, TellsHowEachFlashEnded)
             0,
             "TIME listening; Ctrl-C ends it\nTIME bmc " + image +
                 ": flashed\nTIME bios " + image +
-                ": the flash failed: systemd ended its job with 'failed', the "
-                "unit with 'exit-code'\nTIME cpld MB_CPLD " +
+                ": the flash failed: its program ended with exit status "
+                "1/FAILURE\nTIME cpld MB_CPLD " +
                 image +
-                ": the flash was not run: a condition of the unit did not "
-                "hold\n",
+                ": the flash was not run: the condition "
+                "ConditionPathExists=/nonexistent of its unit did not hold\n",
             ""}));
 }
 
@@ -100,14 +103,13 @@ TEST_F(Monitor, ShowsThePathOfAUnitPlainOnOneLine)
                   "replace"})
             .status,
         0);
-    monitor->awaitOutput("'exit-code'\n");
+    monitor->awaitOutput("1/FAILURE\n");
 
     EXPECT_EQ(stopped(*monitor),
               (Completed{0,
                          "TIME listening; Ctrl-C ends it\n"
                          "TIME bmc /x\\x1b[2J\\x0aforged: the flash failed: "
-                         "systemd ended its job with 'failed', the unit with "
-                         "'exit-code'\n",
+                         "its program ended with exit status 1/FAILURE\n",
                          ""}));
 }
 

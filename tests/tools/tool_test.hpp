@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -22,7 +23,22 @@ struct Reason
     std::string hint;
     /** The D-Bus call behind it. */
     std::string call = {};
+    std::vector<std::string> commands = {};
+    std::vector<std::string> log = {};
 };
+
+/** The flash unit of an image; of a CPLD image with its component. */
+inline std::string flashUnit(const std::string& kind, std::string image,
+                             const std::string& component = "")
+{
+    std::ranges::replace(image, '/', '-');
+    const auto prefix = kind == "bios"
+                            ? "obmc-flash-host-bios@bios_rot2"
+                            : "obmc-flash-bmc-rot2@" + kind + "_rot2";
+    return prefix + R"(\x20update\x20)" +
+           (component.empty() ? "" : component + R"(\x20)") + image +
+           ".service";
+}
 
 /** All that the tool writes where it fails. */
 inline std::string failureText(const std::string& what, const Reason& reason)
@@ -38,6 +54,14 @@ inline std::string failureText(const std::string& what, const Reason& reason)
     }
     add("D-Bus:    ", reason.dbusError);
     add("call:     ", reason.call);
+    for (const auto& command : reason.commands)
+    {
+        add("command:  ", command);
+    }
+    for (const auto& line : reason.log)
+    {
+        add("log:      ", line);
+    }
     add("hint:     ", reason.hint);
     return text;
 }
@@ -77,8 +101,9 @@ constexpr int imageRefused = 3;
 constexpr int callFailed = 4;
 constexpr int flashFailed = 5;
 constexpr int flashNotRun = 6;
-constexpr int timeOut = 7;
+constexpr int mayStillRun = 7;
 constexpr int notReady = 8;
+constexpr int outcomeUnknown = 9;
 
 constexpr auto serviceUnknown = "org.freedesktop.DBus.Error.ServiceUnknown";
 

@@ -19,10 +19,12 @@ std::string nameOf(ExitStatus status)
             return "flash_failed";
         case ExitStatus::flashNotRun:
             return "flash_not_run";
-        case ExitStatus::timeOut:
-            return "time_out";
+        case ExitStatus::mayStillRun:
+            return "may_still_run";
         case ExitStatus::notReady:
             return "not_ready";
+        case ExitStatus::outcomeUnknown:
+            return "outcome_unknown";
         case ExitStatus::hungUp:
         case ExitStatus::interrupted:
         case ExitStatus::terminated:

@@ -21,10 +21,14 @@ enum class ExitStatus
     flashFailed = 5,
     /** systemd ended the job without running the flash. */
     flashNotRun = 6,
-    /** The flash did not end in time; it may still run. */
-    timeOut = 7,
+    /** How the flash ends is not known: it did not end in time, or systemd
+     *  cannot be asked. It may still run.
+     */
+    mayStillRun = 7,
     /** The board lacks something that the library needs. */
     notReady = 8,
+    /** The unit has ended and does not tell whether the flash is done. */
+    outcomeUnknown = 9,
     /** Stopped by SIGHUP, SIGINT or SIGTERM while it waited: 128 and the
      *  signal's number, as a shell would say it. The flash may still run.
      */

@@ -19,6 +19,10 @@ struct Reason
     std::string dbusError;
     /** What to do about it. */
     std::string hint;
+    /** The command lines of the flash unit. */
+    std::vector<std::string> commands = {};
+    /** What it logged last, line by line. */
+    std::vector<std::string> log = {};
 };
 
 /** Why a verb did not do what was asked, and how to end. */

@@ -4,8 +4,7 @@
 #include "patience.hpp"
 #include "systemd.hpp"
 
-LoadedUnit::LoadedUnit(sdbusplus::bus::bus& bus, const std::string& name) :
-    bus(bus)
+LoadedUnit::LoadedUnit(sdbusplus::bus::bus& bus, const std::string& name)
 {
     auto call = bus.new_method_call(systemd::service, systemd::path,
                                     systemd::managerInterface, "LoadUnit");
@@ -13,13 +12,11 @@ LoadedUnit::LoadedUnit(sdbusplus::bus::bus& bus, const std::string& name) :
     sdbusplus::message::object_path path;
     bus.call(call, patience).read(path);
     object = path.str;
-}
 
-sdbusplus::message::message LoadedUnit::get(const char* interface,
-                                            const char* property) const
-{
-    auto call = bus.new_method_call(systemd::service, object.c_str(),
-                                    "org.freedesktop.DBus.Properties", "Get");
-    call.append(interface, property);
-    return bus.call(call, patience);
+    // Those of all its interfaces.
+    constexpr auto every = "";
+    auto ask = bus.new_method_call(systemd::service, object.c_str(),
+                                   "org.freedesktop.DBus.Properties", "GetAll");
+    ask.append(every);
+    bus.call(ask, patience).read(properties);
 }

@@ -5,6 +5,7 @@
 #include <sdbusplus/message.hpp>
 
 #include <cstdint>
+#include <map>
 #include <string>
 #include <tuple>
 #include <variant>
@@ -28,9 +29,16 @@ class LoadedUnit
                    std::uint64_t, std::uint64_t, std::uint64_t, std::uint32_t,
                    std::int32_t, std::int32_t>;
 
-    /** Has systemd load it.
+    /** Exit statuses and signals that count as success besides 0. */
+    using ExitStatusSet =
+        std::tuple<std::vector<std::int32_t>, std::vector<std::int32_t>>;
+
+    /** The job of a unit: its number, 0 for none, and its object. */
+    using Job = std::tuple<std::uint32_t, sdbusplus::message::object_path>;
+
+    /** Has systemd load it, and takes its properties as they are now.
      *
-     *  @throw sdbusplus::exception::exception  systemd does not
+     *  @throw sdbusplus::exception::exception  systemd does not tell them
      */
     LoadedUnit(sdbusplus::bus::bus& bus, const std::string& name);
 
@@ -40,35 +48,27 @@ class LoadedUnit
         return object;
     }
 
-    /** A property of every unit.
-     *
-     *  @throw sdbusplus::exception::exception  systemd does not tell it
+    /** A property of the unit or of its service; the type's default where
+     *  this systemd does not tell it.
      */
     template <typename Value>
-    Value ofUnit(const char* property) const
+    Value get(const std::string& property) const
     {
-        return read<Value>("org.freedesktop.systemd1.Unit", property);
-    }
-
-    /** A property of services. */
-    template <typename Value>
-    Value ofService(const char* property) const
-    {
-        return read<Value>("org.freedesktop.systemd1.Service", property);
+        const auto found = properties.find(property);
+        const auto* const value = found == properties.end()
+                                      ? nullptr
+                                      : std::get_if<Value>(&found->second);
+        return value == nullptr ? Value() : *value;
     }
 
   private:
-    template <typename Value>
-    Value read(const char* interface, const char* property) const
-    {
-        std::variant<Value> value;
-        get(interface, property).read(value);
-        return std::get<Value>(value);
-    }
+    /** Values of other types are read as the first. */
+    using Properties =
+        std::map<std::string,
+                 std::variant<bool, std::string, std::int32_t, std::uint64_t,
+                              std::vector<std::uint8_t>, Job, ExitStatusSet,
+                              std::vector<Condition>, std::vector<Command>>>;
 
-    sdbusplus::message::message get(const char* interface,
-                                    const char* property) const;
-
-    sdbusplus::bus::bus& bus;
     std::string object;
+    Properties properties;
 };

@@ -6,11 +6,14 @@
 namespace systemd
 {
 
+bool isSystems(const std::string& bus)
+{
+    return bus == "system" && std::getenv("DBUS_SYSTEM_BUS_ADDRESS") == nullptr;
+}
+
 std::string systemctl(const std::string& bus)
 {
-    const auto isSystems =
-        bus == "system" && std::getenv("DBUS_SYSTEM_BUS_ADDRESS") == nullptr;
-    return isSystems ? "systemctl" : "systemctl --user";
+    return isSystems(bus) ? "systemctl" : "systemctl --user";
 }
 
 } // namespace systemd

@@ -24,12 +24,17 @@ inline std::string signalRule(const std::string& member)
            member + "'";
 }
 
+/** Whether this is the systemd that runs the system, and not that of a
+ *  simulated BMC.
+ *
+ *  @param bus  as `connectTo` takes it
+ */
+bool isSystems(const std::string& bus);
+
 /** The command that reaches this systemd, `systemctl` or `systemctl --user`.
  *
  *  A bus that is not the system's own has a manager that is not the system's
  *  own either: in a simulated BMC, `systemctl` alone would reach the host's.
- *
- *  @param bus  as `connectTo` takes it
  */
 std::string systemctl(const std::string& bus);
 

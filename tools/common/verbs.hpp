@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <functional>
+#include <optional>
 #include <string>
 
 /** What a verb works on. */
@@ -20,6 +21,8 @@ struct Request
     bool verbose = false;
     bool json = false;
     bool dryRun = false;
+    /** Whether `update` has the image verified before it flashes it. */
+    bool verify = true;
     /** Whether `update` waits for the end of the flash. */
     bool wait = true;
     /** How long it does. */
@@ -28,6 +31,12 @@ struct Request
     std::function<void(const Result&)> tell;
     /** Warns of what the verb can do with, and says what to do about it. */
     std::function<void(const std::string& what, const std::string& hint)> warn;
+    /** Shows a line that helps to understand what the verb does; only where
+     *  `verbose`.
+     */
+    std::function<void(const std::string&)> remark;
+    /** The signal that asked the tool to end, once there is one. */
+    std::function<std::optional<int>()> interruption;
 };
 
 /** Does what was asked for.

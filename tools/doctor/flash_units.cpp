@@ -19,8 +19,7 @@ namespace
 using Condition = LoadedUnit::Condition;
 using Command = LoadedUnit::Command;
 
-/** Exit statuses and signals that count as success besides 0. */
-using ExitStatusSet = std::tuple<std::vector<int32_t>, std::vector<int32_t>>;
+using ExitStatusSet = LoadedUnit::ExitStatusSet;
 
 /** Any path will do: only the template is looked at. */
 constexpr auto samplePath = "/doctor/image";
@@ -61,7 +60,7 @@ class TemplateCheck
 
     bool isLoaded()
     {
-        const auto state = unit.ofUnit<std::string>("LoadState");
+        const auto state = unit.get<std::string>("LoadState");
         if (state == "loaded")
         {
             return true;
@@ -83,15 +82,14 @@ class TemplateCheck
 
     void checkType()
     {
-        if (const auto type = unit.ofService<std::string>("Type");
-            type != "oneshot")
+        if (const auto type = unit.get<std::string>("Type"); type != "oneshot")
         {
             findings.failure(name + " is of type " + type +
                                  ": systemd calls its job done before the "
                                  "flash has ended",
                              "make it Type=oneshot");
         }
-        if (unit.ofService<bool>("RemainAfterExit"))
+        if (unit.get<bool>("RemainAfterExit"))
         {
             findings.failure(name + " remains after exit: the same image is "
                                     "not flashed a second time, though its "
@@ -102,8 +100,8 @@ class TemplateCheck
 
     void checkConditions()
     {
-        if (!unit.ofUnit<std::vector<Condition>>("Conditions").empty() ||
-            !unit.ofService<std::vector<Command>>("ExecCondition").empty())
+        if (!unit.get<std::vector<Condition>>("Conditions").empty() ||
+            !unit.get<std::vector<Command>>("ExecCondition").empty())
         {
             findings.failure(name + " has conditions: where one does not "
                                     "hold, systemd calls the job done though "
@@ -115,7 +113,7 @@ class TemplateCheck
 
     void checkCommands()
     {
-        const auto commands = unit.ofService<std::vector<Command>>("ExecStart");
+        const auto commands = unit.get<std::vector<Command>>("ExecStart");
         if (commands.empty())
         {
             findings.failure(name + " runs nothing",
@@ -164,7 +162,7 @@ class TemplateCheck
     void checkSuccess()
     {
         const auto [statuses, signals] =
-            unit.ofService<ExitStatusSet>("SuccessExitStatus");
+            unit.get<ExitStatusSet>("SuccessExitStatus");
         if (!statuses.empty() || !signals.empty())
         {
             findings.failure(name + " counts exit statuses besides 0 as "
@@ -175,7 +173,7 @@ class TemplateCheck
 
     void checkTimeOut()
     {
-        if (unit.ofService<uint64_t>("TimeoutStartUSec") ==
+        if (unit.get<uint64_t>("TimeoutStartUSec") ==
             std::numeric_limits<uint64_t>::max())
         {
             findings.warning(name + " has no time-out: a flash that hangs "

@@ -1,14 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "flash_unit.hpp"
 
+#include "../common/loaded_unit.hpp"
 #include "../common/patience.hpp"
 #include "../common/systemd.hpp"
 
 #include <sdbusplus/exception.hpp>
 #include <sdbusplus/message.hpp>
+#include <signal.h>
 
 #include <cstdint>
-#include <variant>
+#include <string_view>
+#include <tuple>
 
 static auto managerCall(sdbusplus::bus::bus& bus, const char* member)
 {
@@ -42,37 +45,84 @@ void releaseUnit(sdbusplus::bus::bus& bus, const std::string& unit)
     tryManager(bus, "UnrefUnit", unit);
 }
 
-template <typename Value>
-static Value property(sdbusplus::bus::bus& bus, const std::string& object,
-                      const char* interface, const char* name)
+static std::string hexadecimal(const std::vector<std::uint8_t>& bytes)
 {
-    auto call = bus.new_method_call(systemd::service, object.c_str(),
-                                    "org.freedesktop.DBus.Properties", "Get");
-    call.append(interface, name);
-    std::variant<Value> value;
-    bus.call(call, patience).read(value);
-    return std::get<Value>(value);
+    constexpr std::string_view digits = "0123456789abcdef";
+    std::string text;
+    for (const auto byte : bytes)
+    {
+        text += digits[byte >> 4];
+        text += digits[byte & 15];
+    }
+    return text;
 }
 
-UnitOutcome outcomeOf(sdbusplus::bus::bus& bus, const std::string& unit)
+/** As a unit file has it: "ConditionPathExists=!/path". */
+static std::string
+failedAmong(const std::vector<LoadedUnit::Condition>& conditions)
 {
-    constexpr auto ofUnit = "org.freedesktop.systemd1.Unit";
-    constexpr auto ofService = "org.freedesktop.systemd1.Service";
+    for (const auto& [type, triggers, negated, parameter, state] : conditions)
+    {
+        if (state < 0)
+        {
+            return type + '=' + (triggers ? "|" : "") + (negated ? "!" : "") +
+                   parameter;
+        }
+    }
+    return {};
+}
 
-    auto call = managerCall(bus, "LoadUnit");
-    call.append(unit);
-    sdbusplus::message::object_path object;
-    bus.call(call, patience).read(object);
+static void addCommands(UnitState& state,
+                        const std::vector<LoadedUnit::Command>& commands)
+{
+    for (const auto& command : commands)
+    {
+        std::string line;
+        for (const auto& word : std::get<1>(command))
+        {
+            line += (line.empty() ? "" : " ") + word;
+        }
+        state.commands.push_back(line);
+        const auto isIgnored = std::get<2>(command);
+        const auto code = std::get<8>(command);
+        const auto status = std::get<9>(command);
+        state.hasIgnoredFailure =
+            state.hasIgnoredFailure ||
+            (isIgnored && code != 0 && (code != CLD_EXITED || status != 0));
+    }
+}
 
-    UnitOutcome outcome;
-    outcome.type = property<std::string>(bus, object.str, ofService, "Type");
-    outcome.result =
-        property<std::string>(bus, object.str, ofService, "Result");
-    outcome.exitStatus =
-        property<std::int32_t>(bus, object.str, ofService, "ExecMainStatus");
-    outcome.activeState =
-        property<std::string>(bus, object.str, ofUnit, "ActiveState");
-    outcome.conditionsHeld =
-        property<bool>(bus, object.str, ofUnit, "ConditionResult");
-    return outcome;
+static void addLastRun(UnitState& state, const LoadedUnit& unit)
+{
+    using std::chrono::microseconds;
+    const auto time = [&](const char* property) {
+        return microseconds(unit.get<std::uint64_t>(property));
+    };
+    state.result = unit.get<std::string>("Result");
+    state.exitCode = unit.get<std::int32_t>("ExecMainCode");
+    state.exitStatus = unit.get<std::int32_t>("ExecMainStatus");
+    state.began = time("ExecMainStartTimestamp");
+    state.ended = time("ExecMainExitTimestamp");
+    state.beganMonotonic = time("ExecMainStartTimestampMonotonic");
+    addCommands(state, unit.get<std::vector<LoadedUnit::Command>>("ExecStart"));
+}
+
+UnitState stateOf(sdbusplus::bus::bus& bus, const std::string& unit)
+{
+    const LoadedUnit loaded(bus, unit);
+    UnitState state;
+    state.path = loaded.path();
+    state.fragment = loaded.get<std::string>("FragmentPath");
+    state.activeState = loaded.get<std::string>("ActiveState");
+    state.hasJob = std::get<0>(loaded.get<LoadedUnit::Job>("Job")) != 0;
+    state.conditionsHeld = loaded.get<bool>("ConditionResult");
+    state.failedCondition = failedAmong(
+        loaded.get<std::vector<LoadedUnit::Condition>>("Conditions"));
+    state.invocation =
+        hexadecimal(loaded.get<std::vector<std::uint8_t>>("InvocationID"));
+    state.type = loaded.get<std::string>("Type");
+    state.timeout = std::chrono::microseconds(
+        loaded.get<std::uint64_t>("TimeoutStartUSec"));
+    addLastRun(state, loaded);
+    return state;
 }

@@ -5,7 +5,8 @@
 #include "../common/systemd.hpp"
 #include "../common/unit_name.hpp"
 #include "flash_unit.hpp"
-#include "interruption.hpp"
+#include "iso_time.hpp"
+#include "systemd_signals.hpp"
 #include "verbs.hpp"
 #include "verdict.hpp"
 
@@ -17,9 +18,8 @@
 #include <sdbusplus/message.hpp>
 
 #include <algorithm>
-#include <array>
+#include <chrono>
 #include <cstdint>
-#include <ctime>
 #include <deque>
 
 using nlohmann::json;
@@ -27,15 +27,6 @@ using sdbusplus::message::message;
 
 namespace
 {
-
-std::string now()
-{
-    const auto seconds = std::time(nullptr);
-    std::array<char, 32> text{};
-    std::strftime(text.data(), text.size(), "%FT%T%z",
-                  std::localtime(&seconds));
-    return text.data();
-}
 
 /** Which firmware a unit flashes; nothing where it is no flash unit. */
 const FlashTemplate* templateOf(const std::string& unit)
@@ -52,19 +43,18 @@ class Monitor
 {
   public:
     Monitor(sdbusplus::bus::bus& bus, const Request& request) :
-        bus(bus), request(request),
-        newJobs(bus, systemd::signalRule("JobNew"),
-                [this](auto& signal) { jobNew(signal); }),
-        endedJobs(bus, systemd::signalRule("JobRemoved"),
-                  [this](auto& signal) { jobRemoved(signal); }),
-        owners(bus, systemd::ownerRule,
-               [this](auto& signal) { ownerChanged(signal); }),
+        bus(bus), request(request), signals(bus, events()),
+        cplds(
+            bus, "xyz.openbmc_project.CpldUpdateMgrSvc", [] {}, request.remark),
         notifications(
             bus,
             wexa::core::FWManagerInternal(bus).getCpldNotifiedRulesPattern(),
-            [this](auto& signal) { notified(signal); })
+            [this](auto& signal) { signals.handle([&] { notified(signal); }); })
     {
-        subscribe();
+        if (!signals.systemdIsPresent())
+        {
+            tell("systemd_absent", {}, "systemd is not on the bus");
+        }
         holdUnitsOfRunningJobs();
     }
 
@@ -72,12 +62,10 @@ class Monitor
     void run()
     {
         constexpr std::chrono::milliseconds slice{100};
-        const Interruption interruption;
         tell("listening", {}, "listening; Ctrl-C ends it");
-        while (!Interruption::signal())
+        while (!request.interruption())
         {
-            while (bus.process_discard())
-            {}
+            signals.process();
             showEndedJobs();
             bus.wait(slice);
         }
@@ -90,22 +78,21 @@ class Monitor
         std::string result;
     };
 
-    void subscribe()
+    SystemdEvents events()
     {
-        try
-        {
-            auto call =
-                bus.new_method_call(systemd::service, systemd::path,
-                                    systemd::managerInterface, "Subscribe");
-            bus.call(call, patience);
-        }
-        catch (const sdbusplus::exception::exception&)
-        {
-            tell("systemd_absent", {}, "systemd is not on the bus");
-        }
+        return {[this](const auto& unit) { holdIfFlash(unit); },
+                [this](auto&, const auto& unit, const auto& result) {
+                    if (templateOf(unit) != nullptr)
+                    {
+                        waiting.push_back({unit, result});
+                    }
+                },
+                [this] { tell("systemd_absent", {}, "systemd left the bus"); },
+                [this] { tell("systemd_came", {}, "systemd is on the bus"); },
+                request.remark};
     }
 
-    /** Of those that began before anybody listened. */
+    /** Of those that began before the monitor listened. */
     void holdUnitsOfRunningJobs()
     {
         using Job = std::tuple<std::uint32_t, std::string, std::string,
@@ -137,27 +124,6 @@ class Monitor
         }
     }
 
-    void jobNew(message& signal)
-    {
-        std::uint32_t job = 0;
-        sdbusplus::message::object_path path;
-        std::string unit;
-        signal.read(job, path, unit);
-        holdIfFlash(unit);
-    }
-
-    void jobRemoved(message& signal)
-    {
-        std::uint32_t job = 0;
-        sdbusplus::message::object_path path;
-        EndedJob ended;
-        signal.read(job, path, ended.unit, ended.result);
-        if (templateOf(ended.unit) != nullptr)
-        {
-            waiting.push_back(ended);
-        }
-    }
-
     /** Outside of the handlers: systemd is asked about each. */
     void showEndedJobs()
     {
@@ -178,8 +144,9 @@ class Monitor
         std::string verdict = "flashed";
         try
         {
-            requireFlashed(job.unit, job.result, job.result == "done",
-                           outcomeOf(bus, job.unit));
+            requireFlashed(job.unit, stateOf(bus, job.unit),
+                           JobEnd{job.result, job.result == "done"}, {},
+                           request.bus);
         }
         catch (const Failure& failure)
         {
@@ -202,23 +169,12 @@ class Monitor
              flash.kind + " " + what + ": " + verdict);
     }
 
-    void ownerChanged(message& signal)
-    {
-        std::string name;
-        std::string before;
-        std::string after;
-        signal.read(name, before, after);
-        if (after.empty())
-        {
-            tell("systemd_absent", {}, "systemd left the bus");
-            return;
-        }
-        tell("systemd_came", {}, "systemd is on the bus");
-        subscribe();
-    }
-
     void notified(message& signal)
     {
+        if (!cplds.sent(signal))
+        {
+            return;
+        }
         tell("cpld_notification",
              {{"member", signal.get_member()},
               {"signature", signal.get_signature()}},
@@ -227,7 +183,9 @@ class Monitor
 
     void tell(const char* event, json data, const std::string& text) const
     {
-        const auto time = now();
+        using namespace std::chrono;
+        const auto time = isoTime(
+            duration_cast<seconds>(system_clock::now().time_since_epoch()));
         data["time"] = time;
         data["event"] = event;
         request.tell({data, plain::line(time + " " + text) + '\n'});
@@ -236,9 +194,8 @@ class Monitor
     sdbusplus::bus::bus& bus;
     const Request& request;
     std::deque<EndedJob> waiting;
-    sdbusplus::bus::match::match newJobs;
-    sdbusplus::bus::match::match endedJobs;
-    sdbusplus::bus::match::match owners;
+    SystemdSignals signals;
+    NameOwner cplds;
     sdbusplus::bus::match::match notifications;
 };
 

@@ -1,145 +1,28 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "../common/connection.hpp"
 #include "../common/failure.hpp"
+#include "../common/patience.hpp"
 #include "../common/unit_name.hpp"
+#include "board_identity.hpp"
 #include "components.hpp"
-#include "firmware_kind.hpp"
-#include "flash_unit.hpp"
+#include "device_lock.hpp"
+#include "flash.hpp"
+#include "image_identity.hpp"
 #include "image_path.hpp"
-#include "interruption.hpp"
-#include "job_watch.hpp"
-#include "library_log.hpp"
-#include "progress.hpp"
+#include "iso_time.hpp"
 #include "verbs.hpp"
-#include "verdict.hpp"
+#include "verification.hpp"
 
 #include <plain.hpp>
-#include <sdbusplus/exception.hpp>
+#include <sdbusplus/message.hpp>
 
 #include <iomanip>
 #include <sstream>
 
 using std::chrono::steady_clock;
-using wexa::core::FWManagerInternal;
 
 namespace
 {
-
-/** One flash, from its start to a verdict. */
-class Flash
-{
-  public:
-    Flash(sdbusplus::bus::bus& bus, const FirmwareKind& kind, Target target,
-          std::string unit, bool verbose) :
-        bus(bus),
-        kind(kind), target(std::move(target)), unit(std::move(unit)),
-        verbose(verbose), manager(bus),
-        watch(bus, [this](auto& signal) { return finished(signal); })
-    {}
-
-    void start()
-    {
-        holdUnit(bus, unit);
-        const LibraryLog log(verbose);
-        if (kind.update(manager, target) != 0 && !isStartedAnyway())
-        {
-            auto reason = log.reason();
-            reason.step = "starting the flash unit";
-            throw Failure(ExitStatus::callFailed,
-                          target.image + ": the flash could not be started",
-                          reason);
-        }
-    }
-
-    void await(std::chrono::seconds timeout, bool quiet)
-    {
-        const auto start = steady_clock::now();
-        const Interruption interruption;
-        Progress progress("flashing " + target.image, quiet);
-        const auto tick = [&] {
-            requireNoInterruption();
-            progress.show(steady_clock::now() - start);
-        };
-        UnitOutcome ended;
-        std::optional<int> outcome;
-        do
-        {
-            outcome = watch.wait(start + timeout, tick);
-            if (!outcome)
-            {
-                throw Failure(ExitStatus::timeOut,
-                              target.image +
-                                  ": the flash has not ended after " +
-                                  std::to_string(timeout.count()) +
-                                  " s and may still run",
-                              statusHint());
-            }
-            ended = outcomeOf(bus, unit);
-            // A job can be done while the flash still runs: somebody else's.
-        } while (*outcome == done && ended.activeState == "activating");
-
-        requireFlashed(unit, jobResult, *outcome == done, ended);
-        const LibraryLog log(verbose);
-        kind.succeeded(manager);
-    }
-
-  private:
-    static constexpr int done = 1;
-
-    std::string statusHint() const
-    {
-        return "see systemctl status '" + unit + "'";
-    }
-
-    void requireNoInterruption() const
-    {
-        if (const auto signal = Interruption::signal())
-        {
-            throw Failure(static_cast<ExitStatus>(128 + *signal),
-                          target.image +
-                              ": nobody waits for the flash any longer, which "
-                              "may still run",
-                          statusHint());
-        }
-    }
-
-    /** Whether there is a job although the library knows of none. */
-    bool isStartedAnyway()
-    {
-        return kind.mayHideTheJob() && (watch.sawJobFor(unit) || isRunning());
-    }
-
-    /** A job that was there before is joined, and not told of as a new one. */
-    bool isRunning()
-    {
-        try
-        {
-            return outcomeOf(bus, unit).activeState == "activating";
-        }
-        catch (const sdbusplus::exception::exception&)
-        {
-            return false;
-        }
-    }
-
-    int finished(sdbusplus::message::message& signal)
-    {
-        const LibraryLog log(verbose);
-        const auto outcome = kind.stateChanged(manager, signal);
-        // The library logs the job's number, path, unit and result.
-        jobResult = log.progress().at(3);
-        return outcome;
-    }
-
-    sdbusplus::bus::bus& bus;
-    const FirmwareKind& kind;
-    Target target;
-    std::string unit;
-    bool verbose;
-    FWManagerInternal manager;
-    std::string jobResult;
-    JobWatch watch;
-};
 
 /** Makes sure that the flash unit will be given this very image.
  *
@@ -157,7 +40,7 @@ void requireFaithful(const Request& request, const std::string& image,
 }
 
 /** What would be started. */
-Result plan(const Target& target, const std::string& unit)
+Result plan(const Target& target, const std::string& unit, bool verify)
 {
     const auto instance = unescapedInstance(unit);
     const auto comesBack = instance.ends_with(" " + target.image);
@@ -169,7 +52,9 @@ Result plan(const Target& target, const std::string& unit)
          isUnitName(unit) ? "can carry this name" : "cannot carry this name"},
         {"instance", instance},
         {"path", comesBack ? "comes back to the unit as it is"
-                           : "does not come back to the unit as it is"}};
+                           : "does not come back to the unit as it is"},
+        {"image", verify ? "is verified before it is flashed"
+                         : "is flashed without verification"}};
     return {{{"image", target.image},
              {"unit", unit},
              {"unit_length", unit.size()},
@@ -177,17 +62,121 @@ Result plan(const Target& target, const std::string& unit)
              {"systemd_can_carry_it", isUnitName(unit)},
              {"instance", instance},
              {"path_comes_back", comesBack},
+             {"verifies", verify},
              {"started", false}},
             plain::table(rows) + "nothing was started\n"};
 }
 
+void requireVerified(sdbusplus::bus::bus& bus, const FirmwareKind& kind,
+                     const Target& target, bool verbose)
+{
+    if (kind.tellsItsBoard(target.image))
+    {
+        FirmwareKind::Manager manager(bus);
+        requireThisBoard(bus, manager, target.image, verbose);
+    }
+    requireAuthentic(bus, kind, target, verbose);
+}
+
+void requireUnchanged(const ImageIdentity& before, const std::string& image)
+{
+    if (ImageIdentity(image) != before)
+    {
+        throw Failure(ExitStatus::imageRefused,
+                      image + ": changed before it could be flashed",
+                      "keep images where no other program writes, and update "
+                      "again");
+    }
+}
+
+void requireUnchangedByNow(const ImageIdentity& before,
+                           const std::string& image)
+{
+    const Failure changed(ExitStatus::flashFailed,
+                          image + ": the image changed while it was flashed",
+                          "keep images where no other program writes, and "
+                          "flash again before the device starts from it");
+    try
+    {
+        if (ImageIdentity(image) == before)
+        {
+            return;
+        }
+    }
+    catch (const Failure&)
+    {
+        // It is gone: what was flashed cannot be told.
+    }
+    throw changed;
+}
+
+/** The bus's own name of itself. */
+std::string idOf(sdbusplus::bus::bus& bus)
+{
+    auto call =
+        bus.new_method_call("org.freedesktop.DBus", "/org/freedesktop/DBus",
+                            "org.freedesktop.DBus", "GetId");
+    std::string id;
+    bus.call(call, patience).read(id);
+    return id;
+}
+
+/** What proves how the flash ended. */
+void addProof(nlohmann::json& data, const UnitState& state)
+{
+    using std::chrono::duration_cast, std::chrono::seconds;
+    data["invocation"] = state.invocation;
+    data["unit_result"] = state.result;
+    data["exit_status"] = state.exitStatus;
+    data["begin"] = isoTime(duration_cast<seconds>(state.began));
+    data["end"] = isoTime(duration_cast<seconds>(state.ended));
+}
+
 std::string flashedText(const std::string& image,
-                        std::chrono::duration<double> took)
+                        std::chrono::duration<double> took, bool verified)
 {
     std::ostringstream text;
     text << image << ": flashed in " << std::fixed << std::setprecision(1)
-         << took.count() << " s\n";
+         << took.count() << " s" << (verified ? "" : ", without verification")
+         << '\n';
     return text.str();
+}
+
+/** Waits for the end of a flash and judges it.
+ *
+ *  @param data  gains what proves it, also where the flash failed
+ */
+void requireFlashed(Flash& flash, const ImageIdentity& identity,
+                    const std::string& image, nlohmann::json& data)
+{
+    addProof(data, flash.awaitEnd());
+    flash.requireDone();
+    requireUnchangedByNow(identity, image);
+}
+
+Result run(Flash& flash, const ImageIdentity& identity, const Target& target,
+           nlohmann::json data, const Request& request)
+try
+{
+    const auto start = steady_clock::now();
+    flash.start();
+    data["started"] = true;
+    if (!request.wait)
+    {
+        return {data, target.image + ": the flash is started, as " +
+                          data["unit"].get<std::string>() + '\n'};
+    }
+    requireFlashed(flash, identity, target.image, data);
+
+    const std::chrono::duration<double> took = steady_clock::now() - start;
+    data["seconds"] = took.count();
+    return {data, flashedText(target.image, took, request.verify)};
+}
+
+catch (Failure& failure)
+{
+    failure.found.data = data;
+    throw;
 }
 
 } // namespace
@@ -200,25 +189,29 @@ Result update(const Request& request)
     const auto unit = flashUnitName(request.kind, request.component, image);
     if (request.dryRun)
     {
-        auto planned = plan(target, unit);
+        auto planned = plan(target, unit, request.verify);
         requireFaithful(request, image, planned);
         return planned;
     }
     requireFaithful(request, image, {});
+    const ImageIdentity identity(image);
     auto bus = connectTo(request.bus);
     requireComponent(bus, request);
-
-    const auto start = steady_clock::now();
-    Flash flash(bus, kind, target, unit, request.verbose);
-    flash.start();
-    nlohmann::json data{{"image", image}, {"unit", unit}, {"started", true}};
-    if (!request.wait)
+    if (request.verify)
     {
-        return {data, image + ": the flash is started, as " + unit + '\n'};
+        requireVerified(bus, kind, target, request.verbose);
     }
-    flash.await(request.timeout, request.json);
 
-    const std::chrono::duration<double> took = steady_clock::now() - start;
-    data["seconds"] = took.count();
-    return {data, flashedText(image, took)};
+    const auto device =
+        request.kind + (target.component.empty() ? "" : "-") + target.component;
+    const DeviceLock lock(request.bus, idOf(bus), device, image);
+    Flash flash(bus, kind, target, unit, request);
+    flash.requireIdleDevice();
+    requireUnchanged(identity, image);
+    return run(flash, identity, target,
+               {{"image", image},
+                {"unit", unit},
+                {"verified", request.verify},
+                {"started", false}},
+               request);
 }

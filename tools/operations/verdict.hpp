@@ -3,17 +3,57 @@
 
 #include "flash_unit.hpp"
 
+#include <chrono>
+#include <cstdint>
+#include <optional>
 #include <string>
 
-/** Throws unless a flash is done beyond doubt.
+/** What tells one run of a flash unit from those before it. */
+struct Launch
+{
+    /** The unit's invocation before the start; empty where it never ran. */
+    std::string invocationBefore;
+    /** When the start was asked for, by the clock that is never set. */
+    std::chrono::microseconds time{0};
+    /** How much the flash program had logged before. */
+    std::uintmax_t logSize = 0;
+
+    /** Whether the unit's last run is the one that was asked for. */
+    bool isThatOf(const UnitState& state) const
+    {
+        return !state.invocation.empty() &&
+               state.invocation != invocationBefore &&
+               state.beganMonotonic >= time;
+    }
+};
+
+/** How systemd ended the job of a flash. */
+struct JobEnd
+{
+    /** systemd's word for it. */
+    std::string result;
+    /** Whether the library took it for done. */
+    bool isDone = false;
+};
+
+/** Throws unless a flash is done beyond doubt. This is the one place that says
+ *  what that needs:
  *
- *  systemd calls a job done, too, when a condition kept the unit from
- *  running, when a failing command was to be ignored, or when a program that
- *  is not waited for was merely forked. So the unit must say so as well.
+ *  - systemd calls the job done, or its word was missed while it was absent;
+ *  - the unit's conditions held;
+ *  - the unit ran anew, and its main process began after the start was asked
+ *    for;
+ *  - its result is "success", its exit status 0, and no command failed whose
+ *    failure the template ignores;
+ *  - the unit is of type oneshot: systemd waits for its end.
  *
- *  @param jobResult  systemd's word for the end of the job
- *  @param recognisedAsDone  whether the library took it for done
- *  @throw Failure  the flash failed or was not run; with the reason
+ *  @param job     unset where its end was missed
+ *  @param launch  unset where the flash was started by another program
+ *  @param bus     as `connectTo` takes it; for the hints
+ *  @throw Failure  the flash failed, was not run, or nothing tells; with the
+ *         reason
  */
-void requireFlashed(const std::string& unit, const std::string& jobResult,
-                    bool recognisedAsDone, const UnitOutcome& outcome);
+void requireFlashed(const std::string& unit, const UnitState& state,
+                    const std::optional<JobEnd>& job,
+                    const std::optional<Launch>& launch,
+                    const std::string& bus);

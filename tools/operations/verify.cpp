@@ -2,17 +2,17 @@
 #include "../common/connection.hpp"
 #include "../common/failure.hpp"
 #include "components.hpp"
-#include "firmware_kind.hpp"
 #include "image_path.hpp"
 #include "library_log.hpp"
 #include "verbs.hpp"
+#include "verification.hpp"
 
 #include <plain.hpp>
 
 #include <cerrno>
 
-static void requireAuthentic(sdbusplus::bus::bus& bus, const FirmwareKind& kind,
-                             const Target& target, bool verbose)
+void requireAuthentic(sdbusplus::bus::bus& bus, const FirmwareKind& kind,
+                      const Target& target, bool verbose)
 {
     const LibraryLog log(verbose);
     FirmwareKind::Manager manager(bus);

@@ -1,0 +1,156 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "../support/bytes.hpp"
+#include "../support/call_gate.hpp"
+#include "tool_test.hpp"
+
+#include <sys/stat.h>
+
+#include <filesystem>
+
+// What is flashed is what was verified.
+
+using namespace test;
+
+namespace
+{
+
+class UpdateOfAnImage : public ToolTest
+{
+  protected:
+    Process started(const std::vector<std::string>& arguments) const
+    {
+        std::vector<std::string> command{fromEnvironment("WEXA_FWMGR"),
+                                         "update"};
+        command.insert(command.end(), arguments.begin(), arguments.end());
+        return {command, bmc.environment()};
+    }
+
+    bool nothingWasFlashed() const
+    {
+        return std::filesystem::is_empty(bmc.directory() + "/flash");
+    }
+
+    static constexpr auto keep =
+        "keep images where no other program writes, and flash again before "
+        "the device starts from it";
+
+    std::string image = images.bmc("1");
+};
+
+TEST_F(UpdateOfAnImage, FlashesNoneThatIsNotAuthentic)
+{
+    const auto forged = images.make(
+        "forged", {"--kind", "bmc", "--version", "1", "--broken", "digest"});
+    const auto done = fwmgr({"update", "bmc", forged});
+    EXPECT_EQ(done.status, imageRefused);
+    EXPECT_THAT(done.err, testing::StartsWith("wexa-fwmgr: " + forged +
+                                              ": not authentic\n"));
+    EXPECT_TRUE(nothingWasFlashed());
+}
+
+TEST_F(UpdateOfAnImage, FlashesNoneThatCannotBeVerified)
+{
+    bmc.set("security", "absent");
+    const auto done = fwmgr({"update", "bmc", image});
+    EXPECT_EQ(done.status, callFailed);
+    EXPECT_THAT(done.err, testing::StartsWith("wexa-fwmgr: " + image +
+                                              ": could not be verified\n"));
+    EXPECT_TRUE(nothingWasFlashed());
+}
+
+TEST_F(UpdateOfAnImage, FlashesNoneForAnotherBoard)
+{
+    const auto bios = images.make(
+        "bios", {"--kind", "bios", "--version", "1", "--board", "8"});
+    const auto done = fwmgr({"update", "bios", bios});
+    EXPECT_EQ(done.status, imageRefused);
+    EXPECT_THAT(done.err, testing::StartsWith("wexa-fwmgr: " + bios +
+                                              ": is not for this board\n"));
+    EXPECT_TRUE(nothingWasFlashed());
+}
+
+TEST_F(UpdateOfAnImage, FlashesNoneThatTheCpldRefuses)
+{
+    const auto cpld = images.make(
+        "cpld", {"--kind", "cpld", "--version", "1", "--board", "1"});
+    const auto done =
+        fwmgr({"update", "cpld", cpld, "--component", "FAN_CPLD"});
+    EXPECT_EQ(done.status, imageRefused);
+    EXPECT_THAT(done.err, testing::StartsWith("wexa-fwmgr: " + cpld +
+                                              ": not authentic\n"));
+    EXPECT_TRUE(nothingWasFlashed());
+}
+
+TEST_F(UpdateOfAnImage, FlashesAnyWhereItIsNotToVerify)
+{
+    const auto forged = images.make(
+        "forged", {"--kind", "bmc", "--version", "1", "--broken", "digest"});
+    const auto done = fwmgr({"update", "bmc", forged, "--no-verify"});
+    EXPECT_EQ(done.status, 0);
+    EXPECT_THAT(done.out,
+                testing::MatchesRegex(".*/forged: flashed in [0-9.]+ s, "
+                                      "without verification\n"));
+    EXPECT_EQ(bmc.calls("security"), Calls());
+    EXPECT_TRUE(bmc.flash("bmc") == bytesOf(forged));
+}
+
+TEST_F(UpdateOfAnImage, FlashesNoneThatChangedSinceItWasVerified)
+{
+    // So slow that this test is faster, when systemd is asked the first time.
+    bmc.set("manager", "slow");
+    CallGate gate(bmc.busAddress());
+    auto tool = started({"bmc", image});
+    gate.awaitCall("Subscribe");
+    chmod(image.c_str(), 0600);
+    EXPECT_EQ(tool.wait(),
+              refusal(imageRefused,
+                      image + ": changed before it could be flashed",
+                      "keep images where no other program writes, and update "
+                      "again"));
+    EXPECT_TRUE(nothingWasFlashed());
+}
+
+TEST_F(UpdateOfAnImage, FlashesNoneThatWentAwaySinceItWasVerified)
+{
+    // So slow that this test is faster, when systemd is asked the first time.
+    bmc.set("manager", "slow");
+    CallGate gate(bmc.busAddress());
+    auto tool = started({"bmc", image});
+    gate.awaitCall("Subscribe");
+    std::filesystem::remove(image);
+    EXPECT_EQ(tool.wait(),
+              refusal(imageRefused, image + ": No such file or directory",
+                      "keep the image where it is until it is flashed"));
+    EXPECT_TRUE(nothingWasFlashed());
+}
+
+TEST_F(UpdateOfAnImage, IsNoSuccessWhereItChangedWhileItWasFlashed)
+{
+    bmc.set("flash-time", "1000");
+    auto tool = started({"bmc", image});
+    bmc.awaitFlash("bmc");
+    std::filesystem::rename(
+        images.make("new", {"--kind", "bmc", "--version", "2"}), image);
+    EXPECT_EQ(tool.wait(),
+              (Completed{flashFailed, "",
+                         "flashing " + image + "\n" +
+                             failureText(image + ": the image changed while "
+                                                 "it was flashed",
+                                         {"", {}, "", keep})}));
+}
+
+TEST_F(UpdateOfAnImage, IsNoSuccessWhereADirectoryChangedWhileItWasFlashed)
+{
+    bmc.set("flash-time", "1000");
+    const auto directory = images.folder() + "/cpld";
+    std::filesystem::create_directory(directory);
+    const auto entry =
+        images.make("cpld/image_cpld_signed.bin",
+                    {"--kind", "cpld", "--version", "1", "--board", "1"});
+    auto tool = started({"cpld", directory, "--component", "MB_CPLD"});
+    bmc.awaitFlash("cpld-MB_CPLD");
+    chmod(entry.c_str(), 0600);
+    EXPECT_EQ(tool.wait().status, flashFailed);
+}
+
+} // namespace

@@ -1,0 +1,300 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "flash.hpp"
+
+#include "../common/active_flashes.hpp"
+#include "../common/dbus_error.hpp"
+#include "../common/systemd.hpp"
+#include "../common/unit_name.hpp"
+#include "flash_log.hpp"
+#include "library_log.hpp"
+#include "progress.hpp"
+
+#include <sdbusplus/exception.hpp>
+
+#include <string_view>
+
+using std::chrono::microseconds;
+using std::chrono::steady_clock;
+
+/** Whether a call that ended so may have had its effect: no one refused it. */
+static bool mayHaveTakenEffect(const std::string& dbusError)
+{
+    return dbusError.empty() || dbusError.starts_with("System.Error.") ||
+           dbusError == "org.freedesktop.DBus.Error.Timeout" ||
+           dbusError == "org.freedesktop.DBus.Error.NoReply" ||
+           dbusError == "org.freedesktop.DBus.Error.Disconnected";
+}
+
+static Failure cannotAsk(const std::string& image,
+                         const sdbusplus::exception::exception& error)
+{
+    return {ExitStatus::callFailed, image + ": the flash was not started",
+            Reason{"asking systemd whether the device is being flashed",
+                   {},
+                   error.name(),
+                   hintFor(error.name())}};
+}
+
+Flash::Flash(sdbusplus::bus::bus& bus, const FirmwareKind& kind, Target target,
+             std::string unit, const Request& request) :
+    bus(bus),
+    kind(kind), target(std::move(target)), unit(std::move(unit)),
+    request(request), manager(bus),
+    deadline(steady_clock::now() + request.timeout), signals(bus, events())
+{}
+
+SystemdEvents Flash::events()
+{
+    const auto news = [this] { hasNews = true; };
+    return {[this](const auto& ofUnit) {
+                hasSeenJob = hasSeenJob || ofUnit == unit;
+            },
+            [this](auto& signal, const auto& ofUnit, const auto& result) {
+                jobRemoved(signal, ofUnit, result);
+            },
+            news,
+            [this, news] {
+                mayHaveMissedTheEnd = true;
+                holdUnit(bus, unit);
+                news();
+            },
+            request.remark};
+}
+
+/** The library tells whether it is the end of the flash, as it tells a daemon.
+ *  Its first word counts: a flash that is stopped has a second job, the stop,
+ *  which succeeds.
+ */
+void Flash::jobRemoved(sdbusplus::message::message& signal,
+                       const std::string& ofUnit, const std::string& result)
+{
+    const LibraryLog log(request.verbose);
+    const auto outcome = kind.stateChanged(manager, signal);
+    hasSeenJob = hasSeenJob || ofUnit == unit;
+    if (outcome != 0 && !job)
+    {
+        job = JobEnd{result, outcome == 1};
+        hasNews = true;
+    }
+}
+
+void Flash::unitChanged(sdbusplus::message::message& signal)
+{
+    hasNews = hasNews || signals.sent(signal);
+}
+
+void Flash::requireIdleDevice()
+{
+    try
+    {
+        state = stateOf(bus, unit);
+        requireIdle(state);
+        // Up to where the path stands.
+        const auto named = flashUnitName(request.kind, target.component, "");
+        const auto beginning = named.substr(0, named.rfind(".service"));
+        for (const auto& active : activeFlashes(bus, beginning))
+        {
+            throw Failure(
+                ExitStatus::flashNotRun,
+                target.image + ": its device is being flashed already, by " +
+                    active,
+                "wait for it, or stop it with " +
+                    systemd::systemctl(request.bus) + " stop '" + active + "'");
+        }
+    }
+    catch (const sdbusplus::exception::exception& error)
+    {
+        throw cannotAsk(target.image, error);
+    }
+}
+
+void Flash::requireIdle(const UnitState& state) const
+{
+    const auto stop = systemd::systemctl(request.bus) + " stop '" + unit + "'";
+    if (state.activeState == "active")
+    {
+        throw Failure(ExitStatus::flashNotRun,
+                      target.image + ": its flash unit is still active from an "
+                                     "earlier flash, and would not run again",
+                      "stop it with " + stop +
+                          ", and take RemainAfterExit= out of " +
+                          state.fragment);
+    }
+    if (state.isBusy())
+    {
+        throw Failure(ExitStatus::flashNotRun,
+                      target.image + ": is being flashed already",
+                      "wait for it, or stop it with " + stop);
+    }
+}
+
+void Flash::start()
+{
+    const auto rule = "type='signal',sender='org.freedesktop.systemd1',path='" +
+                      state.path +
+                      "',interface='org.freedesktop.DBus.Properties',"
+                      "member='PropertiesChanged'";
+    changes.emplace(bus, rule, [this](auto& signal) {
+        signals.handle([&] { unitChanged(signal); });
+    });
+    holdUnit(bus, unit);
+    // The clock of ExecMainStartTimestampMonotonic.
+    launch = {state.invocation,
+              std::chrono::duration_cast<microseconds>(
+                  steady_clock::now().time_since_epoch()),
+              logSizeOf(state)};
+    std::optional<Reason> failure;
+    {
+        const LibraryLog log(request.verbose);
+        if (kind.update(manager, target) != 0)
+        {
+            failure = log.reason();
+        }
+    }
+    if (failure)
+    {
+        failure->step = "starting the flash unit";
+        settleFailedStart(*failure);
+    }
+}
+
+void Flash::settleFailedStart(const Reason& reason)
+{
+    if (!mayHaveTakenEffect(reason.dbusError) || !runsNow(reason))
+    {
+        throw Failure(ExitStatus::callFailed,
+                      target.image + ": the flash could not be started",
+                      reason);
+    }
+}
+
+/** systemd handles what one connection sends in order: once it answers, it has
+ *  handled the start.
+ */
+bool Flash::runsNow(const Reason& reason)
+{
+    process();
+    while (!hasSeenJob && !signals.systemdIsPresent())
+    {
+        passTime();
+    }
+    try
+    {
+        if (hasSeenJob)
+        {
+            return true;
+        }
+        const auto now = stateOf(bus, unit);
+        return now.isBusy() || launch.isThatOf(now);
+    }
+    catch (const sdbusplus::exception::exception&)
+    {
+        requireNoInterruption();
+        throw Failure(
+            ExitStatus::mayStillRun,
+            target.image + ": may be flashing: systemd was asked to start it "
+                           "and does not answer",
+            Reason{reason.step, {}, reason.dbusError, statusHint()});
+    }
+}
+
+const UnitState& Flash::awaitEnd()
+{
+    const auto start = steady_clock::now();
+    Progress progress("flashing " + target.image, request.json);
+    // What was heard while it was started.
+    hasNews = true;
+    while (!hasEnded())
+    {
+        progress.show(steady_clock::now() - start);
+        passTime();
+    }
+    return state;
+}
+
+/** Only systemd's word about the job, or its return, makes it worth to look;
+ *  then each change of the unit does, until it has settled.
+ */
+bool Flash::hasEnded()
+{
+    process();
+    if (!hasNews || (!job && !mayHaveMissedTheEnd) ||
+        !signals.systemdIsPresent())
+    {
+        return false;
+    }
+    try
+    {
+        state = stateOf(bus, unit);
+        hasNews = false;
+    }
+    catch (const sdbusplus::exception::exception&)
+    {
+        // It is asked again until the time is up.
+        return false;
+    }
+    if (job && job->isDone && state.activeState == "activating")
+    {
+        // Another job's end, such as a reload's: the flash still runs.
+        job.reset();
+    }
+    if (!job && !state.isBusy() && !launch.isThatOf(state))
+    {
+        throw mayStillRun("systemd came back and knows nothing of it");
+    }
+    return state.isSettled() && (job || launch.isThatOf(state));
+}
+
+void Flash::requireDone()
+{
+    requireFlashed(unit, state, job, launch, request.bus);
+    const LibraryLog log(request.verbose);
+    kind.succeeded(manager);
+}
+
+void Flash::process()
+{
+    try
+    {
+        signals.process();
+    }
+    catch (const sdbusplus::exception::exception&)
+    {
+        throw mayStillRun("the bus went away");
+    }
+}
+
+void Flash::requireNoInterruption() const
+{
+    if (const auto signal = request.interruption())
+    {
+        throw Failure(static_cast<ExitStatus>(128 + *signal),
+                      target.image + ": interrupted; the flash may still run",
+                      statusHint());
+    }
+}
+
+void Flash::passTime()
+{
+    constexpr std::chrono::milliseconds slice{100};
+    requireNoInterruption();
+    if (steady_clock::now() >= deadline)
+    {
+        throw mayStillRun("it has not ended after " +
+                          std::to_string(request.timeout.count()) + " s");
+    }
+    bus.wait(slice);
+    process();
+}
+
+std::string Flash::statusHint() const
+{
+    return "do not cut the power; see " + systemd::systemctl(request.bus) +
+           " status '" + unit + "'";
+}
+
+Failure Flash::mayStillRun(const std::string& why) const
+{
+    return {ExitStatus::mayStillRun, target.image + ": may be flashing: " + why,
+            statusHint()};
+}

@@ -1,0 +1,82 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include "name_owner.hpp"
+
+#include <sdbusplus/bus.hpp>
+#include <sdbusplus/bus/match.hpp>
+#include <sdbusplus/message.hpp>
+
+#include <functional>
+#include <memory>
+#include <string>
+
+/** What systemd tells of its jobs, and when it leaves and comes back. */
+struct SystemdEvents
+{
+    using Text = const std::string&;
+
+    std::function<void(Text unit)> jobNew;
+    /** @param signal  not yet read */
+    std::function<void(sdbusplus::message::message& signal, Text unit,
+                       Text result)>
+        jobRemoved;
+    std::function<void()> left;
+    std::function<void()> came;
+    /** Shows why a signal is not believed. */
+    NameOwner::Remark remark;
+};
+
+/** Hears systemd, and believes the connection that owns its name alone.
+ *
+ *  The handlers run while the connection is processed. What one of them throws
+ *  leaves `process`.
+ */
+class SystemdSignals
+{
+  public:
+    /** Has systemd send its signals; where it is absent, once it comes.
+     *
+     *  @throw sdbusplus::exception::exception  the bus cannot be asked
+     */
+    SystemdSignals(sdbusplus::bus::bus& bus, SystemdEvents events);
+
+    SystemdSignals(const SystemdSignals&) = delete;
+    SystemdSignals& operator=(const SystemdSignals&) = delete;
+
+    bool systemdIsPresent() const
+    {
+        return owner->isPresent();
+    }
+
+    /** Whether systemd sent this signal; a remark where it did not. */
+    bool sent(sdbusplus::message::message& signal) const
+    {
+        return owner->sent(signal);
+    }
+
+    /** Handles messages that have come; so many at most that a flood of them
+     *  holds no caller up.
+     *
+     *  @throw sdbusplus::exception::exception  the bus went away
+     */
+    void process();
+
+    /** Runs what handles a signal. Exceptions must not cross the C of sd-bus:
+     *  they are kept until `process` can throw them.
+     */
+    void handle(const std::function<void()>& handler);
+
+  private:
+    void ownerChanged();
+    void subscribe();
+    void jobNew(sdbusplus::message::message& signal);
+    void jobRemoved(sdbusplus::message::message& signal);
+
+    sdbusplus::bus::bus& bus;
+    SystemdEvents events;
+    std::exception_ptr thrown;
+    std::unique_ptr<NameOwner> owner;
+    sdbusplus::bus::match::match newJobs;
+    sdbusplus::bus::match::match endedJobs;
+};
