@@ -51,8 +51,8 @@ class Board
 
     /** Changes a service's behaviour or a setting; in force when it returns.
      *
-     *  @throw std::invalid_argument  there is no such thing; names what there
-     *         is
+     *  @throw std::invalid_argument  `what` or `value` is unknown; names those
+     *         that exist
      */
     void set(const std::string& what, const std::string& value);
 

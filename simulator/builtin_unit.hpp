@@ -94,13 +94,13 @@ class BuiltinUnit
     Entry entry() const;
 
     /** Whether it is in one of these states, and whether its name matches one
-     *  of these patterns; each holds too where there are none.
+     *  of these patterns. An empty list matches every unit.
      */
     bool isIn(const std::vector<std::string>& states) const;
     bool isNamed(const std::vector<std::string>& patterns) const;
 
-    /** The job that waits for the unit to start, and that which waits for it
-     *  to stop; 0 where there is none.
+    /** The job that waits for the unit to start, and the one that waits for it
+     *  to stop; 0 for no job.
      */
     std::uint32_t startJob = 0;
     std::uint32_t stopJob = 0;

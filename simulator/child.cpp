@@ -89,7 +89,7 @@ void end(pid_t& process)
     if (process > 0)
     {
         kill(process, SIGKILL);
-        // Whoever reaps all children may have been first.
+        // Code that reaps all children may have been first.
         waitpid(process, nullptr, 0);
     }
     process = -1;

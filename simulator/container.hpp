@@ -9,8 +9,8 @@ namespace bmcsim
 /** The first process of the simulated BMC: brings it up, serves it until the
  *  other end of `lifeline` is closed, and leaves nothing behind.
  *
- *  @param lifeline  held open by whoever wants the BMC; closed by the kernel
- *                   however that one ends
+ *  @param lifeline  held open by the process that wants the BMC; the kernel
+ * closes it however that one ends
  *  @param report    receives "up", or why the BMC is not
  *  @return the exit status
  */

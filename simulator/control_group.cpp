@@ -20,7 +20,7 @@
 namespace bmcsim::controlGroup
 {
 
-/** A mount namespace whose mounts nobody else sees.
+/** A mount namespace whose mounts no other process sees.
  *
  *  Making "/" private would do where it is a mount, which it is not in a
  *  chroot. So a private copy of all mounts is put over /proc, which is one,

@@ -39,7 +39,7 @@ static std::string partitionOf(const std::string& device, std::string& rest)
         }
         return "cpld-" + component;
     }
-    throw std::invalid_argument("nobody knows the device '" + device + "'");
+    throw std::invalid_argument("unknown device '" + device + "'");
 }
 
 FlashJob FlashJob::from(const std::string& instance)
@@ -49,7 +49,7 @@ FlashJob FlashJob::from(const std::string& instance)
     const auto action = takeWord(rest);
     if (action != "update")
     {
-        throw std::invalid_argument("nobody knows the action '" + action + "'");
+        throw std::invalid_argument("unknown action '" + action + "'");
     }
     auto partition = partitionOf(device, rest);
     if (!rest.starts_with('/'))

@@ -62,7 +62,8 @@ class Grammar
                              "Print the version");
         app.footer("Exit status: 0 done, 1 unexpected, 2 wrong usage, 3 image "
                    "refused,\n4 call failed, 5 flash failed, 6 flash not run, "
-                   "7 may still run,\n8 board not ready, 9 outcome unknown");
+                   "7 may still run,\n8 board not ready, 9 outcome unknown, "
+                   "129, 130, 143 interrupted");
     }
 
     CLI::App* verb(const std::string& name, const std::string& description,
@@ -104,7 +105,7 @@ class Grammar
                              "Show the unit that would be started; do nothing");
         update->add_flag_callback(
             "--no-verify", [&request] { request.verify = false; },
-            "Flash it all the same, also if it is not authentic");
+            "Flash without verification, even if not authentic");
         auto* const noWait = update->add_flag_callback(
             "--no-wait", [&request] { request.wait = false; },
             "End when the flash is started");
@@ -197,7 +198,9 @@ bool asksForJson(int argc, char** argv)
     return std::find(argv, argv + argc, std::string("--json")) != argv + argc;
 }
 
-/** D-Bus carries nothing else, and ends a connection that tries. */
+/** D-Bus carries UTF-8 only, and the bus closes a connection that sends
+ *  anything else.
+ */
 static void requireUtf8(int argc, char** argv)
 {
     const auto* const odd =

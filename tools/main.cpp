@@ -51,7 +51,8 @@ static Failure orInterruption(const Failure& failure)
 
 int main(int argc, char** argv)
 {
-    // A reader that goes away is told of, and stops no flash half way.
+    // A closed pipe is an error to report; it must not end the tool while the
+    // flash runs.
     signal(SIGPIPE, SIG_IGN);
     const Interruption untilAllIsSaid;
     Report report("", asksForJson(argc, argv));

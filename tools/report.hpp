@@ -19,7 +19,7 @@ class Report
     /** Shows something that has just happened. */
     void tell(const Result& event);
 
-    /** Shows what a verb can do with, but had better not have to. */
+    /** Warns of something that does not stop the verb. */
     void warn(const std::string& what, const std::string& hint);
 
     /** Shows on standard error what helps to understand the verb. */

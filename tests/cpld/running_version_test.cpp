@@ -47,7 +47,7 @@ TEST_F(RunningVersion, OfTheRootObjectIsAskedForAsOfAnyOther)
                 ElementsAre(cpld_manager::call("/", "readMBVersionString")));
 }
 
-TEST_F(RunningVersion, OfAnEmptyPathIsEmptyAndNobodyIsAsked)
+TEST_F(RunningVersion, OfAnEmptyPathIsEmptyWithoutACall)
 {
     deviceAnswers(reply::text("1"));
 

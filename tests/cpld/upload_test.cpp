@@ -109,7 +109,7 @@ TEST_F(UploadCpld, VerifiesNothingWithoutAVersion)
                                 path)));
 }
 
-TEST_F(UploadCpld, AsksNobodyForAMissingFile)
+TEST_F(UploadCpld, MakesNoCallForAMissingFile)
 {
     deviceAnswers(version("1"), reply::boolean(true));
     const auto path = directory.file("missing");

@@ -61,7 +61,7 @@ TEST_F(VerifyCpld, RefusesWhatTheDeviceRefuses)
                             out("Verify failed")));
 }
 
-TEST_F(VerifyCpld, AsksNobodyWithoutAComponent)
+TEST_F(VerifyCpld, MakesNoCallWithoutAComponent)
 {
     deviceAnswers(reply::boolean(true));
 

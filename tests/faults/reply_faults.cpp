@@ -84,7 +84,7 @@ static std::vector<Fault> errors()
     return {
         error("WithAnErrorThatIsKnown",
               "org.freedesktop.DBus.Error.AccessDenied", "not for you"),
-        error("WithAnErrorThatNobodyKnows", "com.wexa.Error.Odd", "very odd"),
+        error("WithAnUnknownError", "com.wexa.Error.Odd", "very odd"),
         error("WithAnErrorWithoutAText", "com.wexa.Error.Odd", ""),
         error("WithAnErrorOfManyLines", "com.wexa.Error.Odd", "one\ntwo {} %s"),
         error("WithAVeryLongError", "com.wexa.Error.Odd", mebibyte),

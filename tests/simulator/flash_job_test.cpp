@@ -43,8 +43,8 @@ TEST(FlashJob, RefusesWhatItDoesNotKnow)
 {
     EXPECT_EQ(refusal(""), "the instance ends too early");
     EXPECT_EQ(refusal("bmc_rot2 update"), "the instance ends too early");
-    EXPECT_EQ(refusal("psu update /a"), "nobody knows the device 'psu'");
-    EXPECT_EQ(refusal("bmc_rot2 erase /a"), "nobody knows the action 'erase'");
+    EXPECT_EQ(refusal("psu update /a"), "unknown device 'psu'");
+    EXPECT_EQ(refusal("bmc_rot2 erase /a"), "unknown action 'erase'");
     EXPECT_EQ(refusal("bmc_rot2 update a"), "'a' is no absolute path");
     EXPECT_EQ(refusal("cpld_rot2 update /a"), "the instance ends too early");
     EXPECT_EQ(refusal("cpld_rot2 update  /a"), "'' is no component name");

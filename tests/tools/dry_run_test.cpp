@@ -3,7 +3,7 @@
 
 #include <filesystem>
 
-// `update --dry-run` shows the unit and asks nobody.
+// `update --dry-run` shows the unit and makes no call.
 
 using namespace test;
 

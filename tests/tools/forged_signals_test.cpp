@@ -8,8 +8,8 @@
 
 #include <ostream>
 
-// Any local user may send signals to the tool's connection. Here one does from
-// its start to its end, and what the signals say is not so.
+// Any local user may send signals to the tool's connection. Here a user sends
+// false ones, from the tool's start to its end.
 
 using namespace test;
 
@@ -120,7 +120,7 @@ TEST_P(ForgedToMonitor, SignalsAreNotShown)
                                                 "[^ ]+ bmc [^\n]*: flashed\n"));
 }
 
-TEST_P(ForgedToMonitor, SignalsAreMentionedWhereItIsToSayMore)
+TEST_P(ForgedToMonitor, SignalsAreShownWithVerbose)
 {
     Process monitor(tool({"monitor", "--verbose"}), bmc.environment());
     monitor.awaitOutput("listening");

@@ -113,7 +113,7 @@ TEST_P(InterruptionBy, ASignalEndsACallOfAnyVerb)
         const auto done = process.wait();
         if (arguments[0] == "monitor")
         {
-            // It ends by a signal as a rule.
+            // A signal is its normal end.
             EXPECT_EQ(done.status, 0);
         }
         else
@@ -150,7 +150,7 @@ TEST_F(Interruption, AtTheAnswerToTheStartSaysThatTheFlashMayRun)
     CallGate gate(bmc.busAddress());
     Process process(update(), bmc.environment());
     gate.awaitCall("StartUnit");
-    // It handles both, and neither before the other is there.
+    // Stopped until both are there, it finds them at once.
     process.signal(SIGSTOP);
     gate.awaitAnswer();
     process.signal(SIGINT);

@@ -5,8 +5,8 @@
 
 #include <signal.h>
 
-// A start of a flash that is not answered may have taken place: the tool asks
-// the unit, and says so where it cannot.
+// Where systemd does not answer the start of a flash, the flash may run: the
+// tool asks the unit, and says so where it cannot.
 
 using namespace test;
 
@@ -65,12 +65,12 @@ TEST_P(UnansweredStart, IsWaitedForWhereTheUnitRuns)
     EXPECT_TRUE(bmc.flash(partition()) == bytesOf(image));
 }
 
-TEST_P(UnansweredStart, IsSaidToRunPerhapsWhereSystemdDoesNotAnswer)
+TEST_P(UnansweredStart, MayStillRunWhereSystemdDoesNotAnswer)
 {
     CallGate gate(bmc.busAddress());
     bmc.set("manager", "slow");
     auto tool = update("1s");
-    // The last that it asks before the start.
+    // The last call before the start.
     gate.awaitCall("RefUnit");
     bmc.set("manager", "silent");
 

@@ -29,7 +29,7 @@ class UpdateOfADevice : public ToolTest
         return std::make_unique<Process>(command, bmc.environment());
     }
 
-    /** The hint behind what was refused. */
+    /** The hint below the refusal. */
     static std::string waitOrStop(const std::string& unit)
     {
         return "wait for it, or stop it with systemctl --user stop '" + unit +

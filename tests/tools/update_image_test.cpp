@@ -81,7 +81,7 @@ TEST_F(UpdateOfAnImage, FlashesNoneThatTheCpldRefuses)
     EXPECT_TRUE(nothingWasFlashed());
 }
 
-TEST_F(UpdateOfAnImage, FlashesAnyWhereItIsNotToVerify)
+TEST_F(UpdateOfAnImage, FlashesAnyImageWithNoVerify)
 {
     const auto forged = images.make(
         "forged", {"--kind", "bmc", "--version", "1", "--broken", "digest"});

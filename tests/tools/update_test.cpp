@@ -7,8 +7,8 @@
 #include <algorithm>
 #include <regex>
 
-// A flash from its start to its end, on the real systemd manager: done only
-// where it was done.
+// A flash from its start to its end, on the real systemd manager. The tool
+// reports success only where the image was flashed.
 
 using namespace test;
 using testing::MatchesRegex;
@@ -185,7 +185,7 @@ TEST_F(Update, SaysThatSystemdGaveTheFlashUpAndAfterWhatTime)
                                      " if it needs more time; " + seeLog())));
 }
 
-TEST_F(Update, SaysThatTimeIsUpAndThatTheFlashMayGoOn)
+TEST_F(Update, SaysThatTimeIsUpAndThatTheFlashMayStillRun)
 {
     bmc.set("flash", "hang");
 

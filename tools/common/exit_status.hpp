@@ -13,13 +13,21 @@ enum class ExitStatus
     unexpected = 1,
     /** An option, an argument or an image path that cannot be used. */
     wrongUsage = 2,
-    /** The image is not one, or not authentic. */
+    /** The image is no firmware image, is not authentic, is for another board
+     *  or component, or changed before it could be flashed.
+     */
     imageRefused = 3,
-    /** The library, the bus or a service on it could not be asked. */
+    /** The library, the bus or a service on it could not be asked, or a
+     *  service answered in another type.
+     */
     callFailed = 4,
-    /** The flash was started and did not succeed. */
+    /** The flash was started and did not succeed, or the image changed while
+     *  it was flashed.
+     */
     flashFailed = 5,
-    /** systemd ended the job without running the flash. */
+    /** systemd ended the job without running the flash, or the device is
+     *  being flashed already.
+     */
     flashNotRun = 6,
     /** How the flash ends is not known: it did not end in time, or systemd
      *  cannot be asked. It may still run.
@@ -29,8 +37,8 @@ enum class ExitStatus
     notReady = 8,
     /** The unit has ended and does not tell whether the flash is done. */
     outcomeUnknown = 9,
-    /** Stopped by SIGHUP, SIGINT or SIGTERM while it waited: 128 and the
-     *  signal's number, as a shell would say it. The flash may still run.
+    /** Stopped by SIGHUP, SIGINT or SIGTERM: 128 plus the signal's number, as
+     *  shells report it. A flash that was started may still run.
      */
     hungUp = 129,
     interrupted = 130,

@@ -25,17 +25,17 @@ struct Request
     bool verify = true;
     /** Whether `update` waits for the end of the flash. */
     bool wait = true;
-    /** How long it does. */
+    /** How long it waits. */
     std::chrono::seconds timeout{600};
     /** Shows something that has just happened, while the verb goes on. */
     std::function<void(const Result&)> tell;
-    /** Warns of what the verb can do with, and says what to do about it. */
+    /** Warns of something that does not stop the verb, and says what to do. */
     std::function<void(const std::string& what, const std::string& hint)> warn;
     /** Shows a line that helps to understand what the verb does; only where
      *  `verbose`.
      */
     std::function<void(const std::string&)> remark;
-    /** The signal that asked the tool to end, once there is one. */
+    /** The signal that asked the tool to end, if one came. */
     std::function<std::optional<int>()> interruption;
 };
 

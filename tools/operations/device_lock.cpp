@@ -49,7 +49,7 @@ DeviceLock::DeviceLock(const std::string& bus, const std::string& busId,
     {
         refuse(image, directory);
     }
-    // The tool before removes the file when it unlocks it.
+    // A tool that ends removes the file: this lock may be on a removed one.
     do
     {
         if (file >= 0)

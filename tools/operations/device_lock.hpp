@@ -3,7 +3,9 @@
 
 #include <string>
 
-/** Lets one tool at a time flash a device. Gone with the process. */
+/** Lets one tool at a time flash a device. The kernel releases it when the
+ *  process ends.
+ */
 class DeviceLock
 {
   public:

@@ -16,7 +16,9 @@
 using std::chrono::microseconds;
 using std::chrono::steady_clock;
 
-/** Whether a call that ended so may have had its effect: no one refused it. */
+/** Whether a call that failed with this error may still take effect: the
+ *  service did not refuse it.
+ */
 static bool mayHaveTakenEffect(const std::string& dbusError)
 {
     return dbusError.empty() || dbusError.starts_with("System.Error.") ||
@@ -62,8 +64,8 @@ SystemdEvents Flash::events()
 }
 
 /** The library tells whether it is the end of the flash, as it tells a daemon.
- *  Its first word counts: a flash that is stopped has a second job, the stop,
- *  which succeeds.
+ *  The first outcome counts: a flash that is stopped has a second job, the
+ *  stop, which succeeds.
  */
 void Flash::jobRemoved(sdbusplus::message::message& signal,
                        const std::string& ofUnit, const std::string& result)
@@ -89,7 +91,7 @@ void Flash::requireIdleDevice()
     {
         state = stateOf(bus, unit);
         requireIdle(state);
-        // Up to where the path stands.
+        // Without the path: the units of all images for this device.
         const auto named = flashUnitName(request.kind, target.component, "");
         const auto beginning = named.substr(0, named.rfind(".service"));
         for (const auto& active : activeFlashes(bus, beginning))
@@ -190,11 +192,11 @@ bool Flash::runsNow(const Reason& reason)
     catch (const sdbusplus::exception::exception&)
     {
         requireNoInterruption();
-        throw Failure(
-            ExitStatus::mayStillRun,
-            target.image + ": may be flashing: systemd was asked to start it "
-                           "and does not answer",
-            Reason{reason.step, {}, reason.dbusError, statusHint()});
+        throw Failure(ExitStatus::mayStillRun,
+                      target.image +
+                          ": may be flashing: systemd was asked to start it "
+                          "and does not answer",
+                      Reason{reason.step, {}, reason.dbusError, statusHint()});
     }
 }
 
@@ -202,7 +204,7 @@ const UnitState& Flash::awaitEnd()
 {
     const auto start = steady_clock::now();
     Progress progress("flashing " + target.image, request.json);
-    // What was heard while it was started.
+    // Signals may have come while it was started.
     hasNews = true;
     while (!hasEnded())
     {
@@ -212,8 +214,8 @@ const UnitState& Flash::awaitEnd()
     return state;
 }
 
-/** Only systemd's word about the job, or its return, makes it worth to look;
- *  then each change of the unit does, until it has settled.
+/** Looks at the unit once systemd has reported the end of the job or has come
+ *  back, and then after each change until the unit has settled.
  */
 bool Flash::hasEnded()
 {

@@ -29,21 +29,22 @@ class Flash
 
     /** Makes sure that the device is not being flashed.
      *
-     *  @throw Failure  flashNotRun: it is, by which unit; callFailed: systemd
-     *                  does not tell
+     *  @throw Failure  flashNotRun: it is being flashed, or its unit is still
+     *                  active; callFailed: systemd cannot be asked
      */
     void requireIdleDevice();
 
     /** Has systemd start the unit.
      *
-     *  @throw Failure  callFailed: it was not started; mayStillRun: nothing
-     *                  tells whether it was
+     *  @throw Failure  callFailed: it was not started; mayStillRun: it may
+     *                  have been started, and systemd cannot be asked
      */
     void start();
 
     /** Waits until the unit has ended.
      *
-     *  @throw Failure  mayStillRun: it has not in time, or nothing tells
+     *  @throw Failure  mayStillRun: it has not ended in time, or systemd
+     *                  cannot be asked
      */
     const UnitState& awaitEnd();
 
@@ -63,7 +64,7 @@ class Flash
     void settleFailedStart(const Reason& reason);
     bool runsNow(const Reason& reason);
 
-    /** Handles signals, and passes a little time where there are none.
+    /** Handles signals; waits a moment where none has come.
      *
      *  @throw Failure  an interruption, or the bus went away
      */

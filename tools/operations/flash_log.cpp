@@ -80,7 +80,9 @@ std::uintmax_t logSizeOf(const UnitState& state)
     return missing ? 0 : size;
 }
 
-/** Behind what was there before; a file that is shorter was begun anew. */
+/** The lines after the first `sizeBefore` bytes. A file that is shorter now was
+ *  truncated: then all its lines count.
+ */
 static std::vector<std::string> fileLines(const UnitState& state,
                                           std::uintmax_t sizeBefore)
 {

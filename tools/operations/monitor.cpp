@@ -28,7 +28,7 @@ using sdbusplus::message::message;
 namespace
 {
 
-/** Which firmware a unit flashes; nothing where it is no flash unit. */
+/** The template of a flash unit; null for any other unit. */
 const FlashTemplate* templateOf(const std::string& unit)
 {
     const auto& all = flashTemplates();
@@ -124,7 +124,7 @@ class Monitor
         }
     }
 
-    /** Outside of the handlers: systemd is asked about each. */
+    /** Asks systemd about each, so it runs outside of the signal handlers. */
     void showEndedJobs()
     {
         while (!waiting.empty())

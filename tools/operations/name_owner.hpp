@@ -11,8 +11,8 @@
 /** The connection that owns a well-known name now.
  *
  *  A signal that is sent to one connection passes every match rule there, so
- *  any local user can send one in another's name. The unique name of its
- *  sender alone, which the bus writes, tells who sent it.
+ *  any local user can send one in another's name. Only the unique name of its
+ *  sender, which the bus writes, tells who sent it.
  */
 class NameOwner
 {

@@ -27,7 +27,8 @@ struct SystemdEvents
     NameOwner::Remark remark;
 };
 
-/** Hears systemd, and believes the connection that owns its name alone.
+/** Receives systemd's signals, and believes only those that come from the
+ *  connection that owns systemd's name.
  *
  *  The handlers run while the connection is processed. What one of them throws
  *  leaves `process`.
@@ -55,8 +56,8 @@ class SystemdSignals
         return owner->sent(signal);
     }
 
-    /** Handles messages that have come; so many at most that a flood of them
-     *  holds no caller up.
+    /** Handles messages that have come, up to a limit: a flood of messages does
+     *  not hold up the caller.
      *
      *  @throw sdbusplus::exception::exception  the bus went away
      */

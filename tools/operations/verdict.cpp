@@ -16,7 +16,7 @@
 namespace
 {
 
-/** Results of a job that never came to run its unit. */
+/** Whether a job with this result did not run its unit. */
 bool meansNotRun(const std::string& jobResult)
 {
     constexpr std::array<std::string_view, 6> words{"assert",  "dependency",

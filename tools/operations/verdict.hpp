@@ -39,7 +39,8 @@ struct JobEnd
 /** Throws unless a flash is done beyond doubt. This is the one place that says
  *  what that needs:
  *
- *  - systemd calls the job done, or its word was missed while it was absent;
+ *  - systemd calls the job done, or its signal was missed while it was
+ *    absent;
  *  - the unit's conditions held;
  *  - the unit ran anew, and its main process began after the start was asked
  *    for;
@@ -50,8 +51,8 @@ struct JobEnd
  *  @param job     unset where its end was missed
  *  @param launch  unset where the flash was started by another program
  *  @param bus     as `connectTo` takes it; for the hints
- *  @throw Failure  the flash failed, was not run, or nothing tells; with the
- *         reason
+ *  @throw Failure  the flash failed, was not run, or its outcome is not known;
+ *         with the reason
  */
 void requireFlashed(const std::string& unit, const UnitState& state,
                     const std::optional<JobEnd>& job,

@@ -21,7 +21,7 @@ namespace plain
 /** A text on one line: newlines are escaped, too.
  *
  *  A text of several lines that holds foreign pieces is built of pieces that
- *  went through this, since nobody can tell its newlines apart later.
+ *  went through this, since its newlines cannot be told apart later.
  */
 std::string line(std::string_view text);
 
