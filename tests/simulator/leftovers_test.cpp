@@ -72,7 +72,7 @@ TEST_P(RunLeaves, NoBmcThatRuns)
     EXPECT_EQ(bmcsim({fromEnvironment("WEXA_BMCSIM"), "state"}).status, 0);
 }
 
-TEST_P(RunLeaves, AnotherBmcThatRunsAlone)
+TEST_P(RunLeaves, AnotherRunningBmcUntouched)
 {
     Process other({fromEnvironment("WEXA_BMCSIM"), "run", "--manager",
                    GetParam(), "--", "sh", "-c", "echo up; exec sleep 60"},
@@ -87,7 +87,7 @@ TEST_P(RunLeaves, AnotherBmcThatRunsAlone)
     expectNoTraces();
 }
 
-TEST_P(RunLeaves, ForeignDirectoriesAndLinksAlone)
+TEST_P(RunLeaves, ForeignDirectoriesAndLinksUntouched)
 {
     const TemporaryDirectory target;
     writeBytes(target.file("lock"), "A simulated BMC lives here.\n");
