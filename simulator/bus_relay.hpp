@@ -16,7 +16,7 @@ class RelayedConnection;
 /** Stands between the unit manager and the bus, on a thread of its own.
  *
  *  What the manager is told arrives at once. What it says, answers and signals
- *  alike, can be made late: so also a real systemd is slow.
+ *  alike, can be delayed: this makes a real systemd slow, too.
  */
 class BusRelay
 {

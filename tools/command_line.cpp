@@ -183,7 +183,7 @@ class Grammar
         if (request.kind != "cpld" && !request.component.empty())
         {
             throw CLI::ValidationError("--component",
-                                       "is for cpld only; leave it away");
+                                       "is for cpld only; leave it out");
         }
     }
 

@@ -86,7 +86,7 @@ TEST_F(CommandLine, NeedsTheComponentOfACpldImageAndOfNoOther)
               refusal("--component, which tells what the image is for, is "
                       "required"));
     EXPECT_EQ(fwmgr({"verify", "bmc", "image", "--component", "MB_CPLD"}),
-              refusal("--component: is for cpld only; leave it away"));
+              refusal("--component: is for cpld only; leave it out"));
 }
 
 TEST_F(CommandLine, NeedsAnImage)

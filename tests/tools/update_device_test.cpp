@@ -128,8 +128,8 @@ TEST_F(UpdateOfADevice, IsRefusedWhileAnotherToolHasItsLock)
     ASSERT_EQ(flock(lock, LOCK_EX), 0);
     EXPECT_EQ(fwmgr({"update", "bmc", image}),
               refusal(flashNotRun,
-                      image + ": another wexa-fwmgr is about to flash its "
-                              "device, or does",
+                      image + ": another wexa-fwmgr flashes its device, or "
+                              "is about to",
                       "wait until it has ended"));
     close(lock);
 

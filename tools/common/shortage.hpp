@@ -11,11 +11,11 @@
 namespace shortage
 {
 
-/** Whether an errno tells of one. */
+/** Whether an errno means such a shortage. */
 bool isOne(int error);
 
 /** @param subject  what could not be done or used
- *  @param error    one that tells of a shortage
+ *  @param error    an errno that means a shortage
  */
 Failure failure(const std::string& subject, int error);
 

@@ -66,8 +66,8 @@ DeviceLock::DeviceLock(const std::string& bus, const std::string& busId,
         {
             close(file);
             throw Failure(ExitStatus::flashNotRun,
-                          image + ": another wexa-fwmgr is about to flash its "
-                                  "device, or does",
+                          image + ": another wexa-fwmgr flashes its device, or "
+                                  "is about to",
                           "wait until it has ended");
         }
     } while (!isStillAt(path, file));

@@ -85,7 +85,7 @@ class Judge
     {
         if (!isOfThisRun())
         {
-            notRun("systemd calls its job done, but the unit ran nothing anew",
+            notRun("systemd calls its job done, but the unit did not run again",
                    "take RemainAfterExit= out of " + state.fragment +
                        ", and see that it has an ExecStart=");
         }

@@ -171,7 +171,7 @@ image::Contents contentsOf(const Options& options)
     if (options.capsuleKind && kind != image::Kind::capsule)
     {
         throw CLI::ValidationError("--capsule-kind",
-                                   "is for --kind capsule only; leave it away");
+                                   "is for --kind capsule only; leave it out");
     }
     image::Contents contents;
     contents.kind = kind;
