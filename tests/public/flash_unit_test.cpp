@@ -114,7 +114,8 @@ TEST_F(Flashed, IsOneImageAtATimeWhereTheUnitHasALock)
         bytesOf(bmc.directory() + "/units/obmc-flash-bmc-rot2@.service");
     const std::string command = "ExecStart=";
     unit.insert(unit.find(command) + command.size(),
-                "/usr/bin/flock --nonblock " + bmc.directory() + "/lock ");
+                "/usr/bin/flock --nonblock " + bmc.directory() +
+                    "/flash.lock ");
     bmc.replaceFlashUnit(unit);
     bmc.set("flash", "hang");
     ASSERT_EQ(launch(images.bmc("1")), 0);

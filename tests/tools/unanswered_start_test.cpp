@@ -72,7 +72,9 @@ TEST_P(UnansweredStart, MayStillRunWhereSystemdDoesNotAnswer)
     auto tool = update("1s");
     // The last call before the start.
     gate.awaitCall("RefUnit");
+    tool.signal(SIGSTOP);
     bmc.set("manager", "silent");
+    tool.signal(SIGCONT);
 
     const auto done = tool.wait();
     const auto unit = flashUnit(kind, image, kind == "cpld" ? "MB_CPLD" : "");
