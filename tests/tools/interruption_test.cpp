@@ -9,6 +9,8 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <filesystem>
+
 // A signal may come at any moment. The tool answers in words and in JSON; a
 // flash that was started goes on.
 
@@ -142,6 +144,19 @@ TEST_F(Interruption, WhileTheStartIsPendingSaysThatTheFlashMayRun)
     EXPECT_EQ(done.status, 128 + SIGINT);
     EXPECT_THAT(done.err, testing::EndsWith(mayRun()));
     expectTheFlashToGoOn();
+}
+
+TEST_F(Interruption, BeforeTheStartStartsNothing)
+{
+    bmc.set("manager", "slow");
+    CallGate gate(bmc.busAddress());
+    Process process(update(), bmc.environment());
+    // The last that it asks before the start.
+    gate.awaitCall("RefUnit");
+    process.signal(SIGINT);
+    EXPECT_EQ(process.wait(),
+              (Completed{128 + SIGINT, "", beforeItEnded("SIGINT")}));
+    EXPECT_TRUE(std::filesystem::is_empty(bmc.directory() + "/flash"));
 }
 
 TEST_F(Interruption, AtTheAnswerToTheStartSaysThatTheFlashMayRun)

@@ -113,6 +113,51 @@ TEST_F(Monitor, ShowsThePathOfAUnitPlainOnOneLine)
                          ""}));
 }
 
+TEST_F(Monitor, TellsOnceOfAFlashThatIsStopped)
+{
+    bmc.set("flash", "hang");
+    const auto monitor = started();
+    EXPECT_EQ(fwmgr({"update", "bmc", image, "--no-wait"}).status, 0);
+    bmc.awaitFlash("bmc");
+    EXPECT_EQ(bmc.call({"org.freedesktop.systemd1", "/org/freedesktop/systemd1",
+                        "org.freedesktop.systemd1.Manager", "StopUnit", "ss",
+                        flashUnit("bmc", image), "replace"})
+                  .status,
+              0);
+    monitor->awaitOutput("'canceled')\n");
+    bmc.awaitIdle(flashUnit("bmc", image));
+    bmc.set("flash", "normal");
+    EXPECT_EQ(fwmgr({"update", "bmc", image}).status, 0);
+    monitor->awaitOutput(": flashed\n");
+
+    EXPECT_EQ(stopped(*monitor),
+              (Completed{0,
+                         "TIME listening; Ctrl-C ends it\nTIME bmc " + image +
+                             ": the flash failed: it was stopped (systemd "
+                             "ended its job with 'canceled')\nTIME bmc " +
+                             image + ": flashed\n",
+                         ""}));
+}
+
+TEST_F(Monitor, TellsThatAUnitDidNotRunAgain)
+{
+    bmc.replaceFlashUnit("[Unit]\nDefaultDependencies=no\n[Service]\n"
+                         "Type=oneshot\nRemainAfterExit=yes\n"
+                         "ExecStart=/bin/true\n");
+    const auto monitor = started();
+    for (const auto* text : {": flashed\n", "did not run again\n"})
+    {
+        EXPECT_EQ(
+            bmc.call({"org.freedesktop.systemd1", "/org/freedesktop/systemd1",
+                      "org.freedesktop.systemd1.Manager", "StartUnit", "ss",
+                      flashUnit("bmc", image), "replace"})
+                .status,
+            0);
+        monitor->awaitOutput(text);
+    }
+    EXPECT_EQ(stopped(*monitor).status, 0);
+}
+
 TEST_F(Monitor, TellsOfFlashesThatBeganBefore)
 {
     bmc.set("flash-time", "2000");

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "../support/bytes.hpp"
+#include "../support/call_gate.hpp"
 #include "tool_test.hpp"
 
 #include <fcntl.h>
@@ -168,6 +169,54 @@ TEST_F(UpdateOfADevice, RefusesAUnitThatWouldNotRunAgain)
                           "', and take RemainAfterExit= out of " +
                           bmc.directory() +
                           "/units/obmc-flash-bmc-rot2@.service"));
+}
+
+TEST_F(UpdateOfADevice, IsRefusedWithALockDirectoryOfAnotherUser)
+{
+    const auto directory = bmc.directory() + "/run/wexa-fwmgr";
+    std::filesystem::create_directory(directory);
+    ASSERT_EQ(chown(directory.c_str(), 65534, 65534), 0);
+    const auto done = fwmgr({"update", "bmc", image});
+    EXPECT_EQ(done.status, callFailed);
+    EXPECT_THAT(done.err,
+                testing::StartsWith("wexa-fwmgr: " + image +
+                                    ": cannot lock its device with " +
+                                    directory + ": Operation not permitted\n"));
+}
+
+TEST_F(UpdateOfADevice, TakesNoEarlierJobOfItsUnitForItsOwn)
+{
+    bmc.set("flash", "hang");
+    bmc.set("manager", "slow");
+    CallGate gate(bmc.busAddress());
+    const auto tool = started({"bmc", image});
+    // It listens already, and waits for an answer.
+    gate.awaitCall("Subscribe");
+    for (const auto* member : {"StartUnit", "StopUnit"})
+    {
+        bmc.run({"busctl", "--address=" + bmc.busAddress(), "--expect-reply=no",
+                 "call", "org.freedesktop.systemd1",
+                 "/org/freedesktop/systemd1",
+                 "org.freedesktop.systemd1.Manager", member, "ss",
+                 flashUnit("bmc", image), "replace"});
+    }
+    bmc.set("flash", "normal");
+
+    const auto done = tool->wait();
+    EXPECT_EQ(done.status, 0) << done.err;
+    EXPECT_TRUE(bmc.flash("bmc") == bytesOf(image));
+}
+
+TEST_F(UpdateOfADevice, IsNotRunWhereSystemdStartsItsUnitTooOften)
+{
+    bmc.replaceFlashUnit("[Unit]\nDefaultDependencies=no\n"
+                         "StartLimitIntervalSec=1h\nStartLimitBurst=1\n"
+                         "[Service]\nType=oneshot\nExecStart=/bin/false\n");
+    // A unit that failed is not forgotten.
+    EXPECT_EQ(fwmgr({"update", "bmc", image}).status, flashFailed);
+    const auto done = fwmgr({"update", "bmc", image});
+    EXPECT_EQ(done.status, flashNotRun) << done.err;
+    EXPECT_THAT(done.err, testing::HasSubstr("'start-limit-hit'\n"));
 }
 
 } // namespace

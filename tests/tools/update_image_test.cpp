@@ -124,6 +124,23 @@ TEST_F(UpdateOfAnImage, FlashesNoneThatWentAwaySinceItWasVerified)
     EXPECT_TRUE(nothingWasFlashed());
 }
 
+TEST_F(UpdateOfAnImage, FlashesWhatALinkNamedWhenItWasVerified)
+{
+    const auto link = images.folder() + "/link";
+    const auto forged = images.make(
+        "forged", {"--kind", "bmc", "--version", "1", "--broken", "digest"});
+    std::filesystem::create_symlink(image, link);
+    bmc.set("manager", "slow");
+    CallGate gate(bmc.busAddress());
+    auto tool = started({"bmc", link});
+    gate.awaitCall("Subscribe");
+    std::filesystem::remove(link);
+    std::filesystem::create_symlink(forged, link);
+
+    EXPECT_EQ(tool.wait().status, 0);
+    EXPECT_TRUE(bmc.flash("bmc") == bytesOf(image));
+}
+
 TEST_F(UpdateOfAnImage, IsNoSuccessWhereItChangedWhileItWasFlashed)
 {
     bmc.set("flash-time", "1000");

@@ -315,6 +315,24 @@ INSTANTIATE_TEST_SUITE_P(
              "take the \"-\" before the command, or SuccessExitStatus=, out "
              "of TEMPLATE",
              {"/bin/false", "/bin/true"}},
+        Unit{"ThatCountsAFailureAsSuccess",
+             "[Service]\nType=oneshot\nSuccessExitStatus=3\n"
+             "ExecStart=/bin/sh -c 'exit 3'\nExecStart=/bin/true\n",
+             flashFailed,
+             "the flash failed: one of its programs failed, which the unit "
+             "ignores",
+             "take the \"-\" before the command, or SuccessExitStatus=, out "
+             "of TEMPLATE",
+             {"/bin/sh -c exit 3", "/bin/true"}},
+        Unit{"ThatIgnoresTheFailureOfAProgramThatRunsAfterwards",
+             "[Service]\nType=oneshot\nExecStart=/bin/true\n"
+             "ExecStartPost=-/bin/false\n",
+             flashFailed,
+             "the flash failed: one of its programs failed, which the unit "
+             "ignores",
+             "take the \"-\" before the command, or SuccessExitStatus=, out "
+             "of TEMPLATE",
+             {"/bin/true"}},
         Unit{"WhoseProgramIsMissing",
              "[Service]\nType=oneshot\nExecStart=/nonexistent %I\n",
              flashFailed,

@@ -18,7 +18,7 @@ static std::string runtimeDirectory(const std::string& bus)
 {
     const auto* const users = std::getenv("XDG_RUNTIME_DIR");
     const auto isOthers = !systemd::isSystems(bus) || geteuid() != 0;
-    return isOthers && users != nullptr ? users : "/run";
+    return isOthers && users != nullptr && *users == '/' ? users : "/run";
 }
 
 [[noreturn]] static void refuse(const std::string& image,
@@ -40,6 +40,15 @@ static bool isStillAt(const std::string& path, int file)
            opened.st_dev == there.st_dev && opened.st_ino == there.st_ino;
 }
 
+/** Another user could hold a lock in a directory of theirs, or remove it. */
+static bool isOwn(const std::string& directory)
+{
+    struct stat status = {};
+    return lstat(directory.c_str(), &status) == 0 && S_ISDIR(status.st_mode) &&
+           status.st_uid == geteuid() &&
+           (status.st_mode & (S_IWGRP | S_IWOTH)) == 0;
+}
+
 DeviceLock::DeviceLock(const std::string& bus, const std::string& busId,
                        const std::string& device, const std::string& image)
 {
@@ -47,6 +56,11 @@ DeviceLock::DeviceLock(const std::string& bus, const std::string& busId,
     path = directory + '/' + busId + '-' + device + ".lock";
     if (mkdir(directory.c_str(), 0700) != 0 && errno != EEXIST)
     {
+        refuse(image, directory);
+    }
+    if (!isOwn(directory))
+    {
+        errno = EPERM;
         refuse(image, directory);
     }
     // A tool that ends removes the file: this lock may be on a removed one.
@@ -64,7 +78,12 @@ DeviceLock::DeviceLock(const std::string& bus, const std::string& busId,
         }
         if (flock(file, LOCK_EX | LOCK_NB) != 0)
         {
+            const auto isLocked = errno == EWOULDBLOCK;
             close(file);
+            if (!isLocked)
+            {
+                refuse(image, path);
+            }
             throw Failure(ExitStatus::flashNotRun,
                           image + ": another wexa-fwmgr flashes its device, or "
                                   "is about to",

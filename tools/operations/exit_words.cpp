@@ -73,12 +73,21 @@ std::string exitWords(int code, int status)
 {
     if (code == CLD_EXITED)
     {
-        const auto name = nameOfStatus(status);
-        return "exit status " + std::to_string(status) +
-               (name.empty() ? "" : "/" + std::string(name));
+        auto text = "exit status " + std::to_string(status);
+        if (const auto name = nameOfStatus(status); !name.empty())
+        {
+            text.append("/").append(name);
+        }
+        return text;
     }
-    const auto* const name = sigabbrev_np(status);
-    return "signal " + std::to_string(status) +
-           (name == nullptr ? "" : std::string("/SIG") + name) +
-           (code == CLD_DUMPED ? ", core dumped" : "");
+    auto text = "signal " + std::to_string(status);
+    if (const auto* const name = sigabbrev_np(status); name != nullptr)
+    {
+        text.append("/SIG").append(name);
+    }
+    if (code == CLD_DUMPED)
+    {
+        text.append(", core dumped");
+    }
+    return text;
 }

@@ -151,12 +151,6 @@ class Cpld : public FirmwareKind
                                   target.component);
     }
 
-    /** The answer is taken for a boolean, which systemd's never is. */
-    bool mayHideTheJob() const override
-    {
-        return true;
-    }
-
     int stateChanged(Manager& manager,
                      sdbusplus::message::message& job) const override
     {

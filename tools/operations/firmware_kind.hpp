@@ -55,12 +55,6 @@ class FirmwareKind
     /** @return 0: systemd accepted the job */
     virtual int update(Manager& manager, const Target& target) const = 0;
 
-    /** Whether a job may have been accepted although `update` failed. */
-    virtual bool mayHideTheJob() const
-    {
-        return false;
-    }
-
     virtual int stateChanged(Manager& manager,
                              sdbusplus::message::message& job) const = 0;
     virtual void succeeded(Manager& manager) const = 0;

@@ -30,11 +30,15 @@ static bool mayHaveTakenEffect(const std::string& dbusError)
 static Failure cannotAsk(const std::string& image,
                          const sdbusplus::exception::exception& error)
 {
+    const auto hint = mayHaveTakenEffect(error.name())
+                          ? "systemd does not answer: do not cut the power, "
+                            "and try again later"
+                          : hintFor(error.name());
     return {ExitStatus::callFailed, image + ": the flash was not started",
             Reason{"asking systemd whether the device is being flashed",
                    {},
                    error.name(),
-                   hintFor(error.name())}};
+                   hint}};
 }
 
 Flash::Flash(sdbusplus::bus::bus& bus, const FirmwareKind& kind, Target target,
@@ -145,6 +149,12 @@ void Flash::start()
               std::chrono::duration_cast<microseconds>(
                   steady_clock::now().time_since_epoch()),
               logSizeOf(state)};
+    forgetEarlierJobs();
+    if (request.interruption())
+    {
+        throw Failure(ExitStatus::callFailed,
+                      target.image + ": the flash was not started", "");
+    }
     std::optional<Reason> failure;
     {
         const LibraryLog log(request.verbose);
@@ -158,6 +168,16 @@ void Flash::start()
         failure->step = "starting the flash unit";
         settleFailedStart(*failure);
     }
+}
+
+/** What ended before the start is no word about this flash. */
+void Flash::forgetEarlierJobs()
+{
+    process();
+    job.reset();
+    hasSeenJob = false;
+    hasNews = false;
+    mayHaveMissedTheEnd = false;
 }
 
 void Flash::settleFailedStart(const Reason& reason)
@@ -244,7 +264,8 @@ bool Flash::hasEnded()
     {
         throw mayStillRun("systemd came back and knows nothing of it");
     }
-    return state.isSettled() && (job || launch.isThatOf(state));
+    return state.isSettled() && !state.hasJob &&
+           (job || launch.isThatOf(state));
 }
 
 void Flash::requireDone()

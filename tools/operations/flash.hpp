@@ -59,6 +59,7 @@ class Flash
                     const std::string& ofUnit, const std::string& result);
     void unitChanged(sdbusplus::message::message& signal);
     void requireIdle(const UnitState& state) const;
+    void forgetEarlierJobs();
 
     /** Tells whether a start that failed for the library took place. */
     void settleFailedStart(const Reason& reason);

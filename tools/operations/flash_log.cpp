@@ -87,7 +87,8 @@ static std::vector<std::string> fileLines(const UnitState& state,
                                           std::uintmax_t sizeBefore)
 {
     const auto path = outputFileOf(state.fragment);
-    if (!std::filesystem::is_regular_file(path))
+    std::error_code missing;
+    if (!std::filesystem::is_regular_file(path, missing))
     {
         return {};
     }

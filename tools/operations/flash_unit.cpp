@@ -9,7 +9,9 @@
 #include <sdbusplus/message.hpp>
 #include <signal.h>
 
+#include <algorithm>
 #include <cstdint>
+#include <iterator>
 #include <string_view>
 #include <tuple>
 
@@ -72,24 +74,35 @@ failedAmong(const std::vector<LoadedUnit::Condition>& conditions)
     return {};
 }
 
-static void addCommands(UnitState& state,
-                        const std::vector<LoadedUnit::Command>& commands)
+static bool hasFailed(const LoadedUnit::Command& command)
 {
-    for (const auto& command : commands)
+    const auto code = std::get<8>(command);
+    const auto status = std::get<9>(command);
+    return code != 0 && (code != CLD_EXITED || status != 0);
+}
+
+static std::string inOneLine(const LoadedUnit::Command& command)
+{
+    std::string line;
+    for (const auto& word : std::get<1>(command))
     {
-        std::string line;
-        for (const auto& word : std::get<1>(command))
-        {
-            line += (line.empty() ? "" : " ") + word;
-        }
-        state.commands.push_back(line);
-        const auto isIgnored = std::get<2>(command);
-        const auto code = std::get<8>(command);
-        const auto status = std::get<9>(command);
-        state.hasIgnoredFailure =
-            state.hasIgnoredFailure ||
-            (isIgnored && code != 0 && (code != CLD_EXITED || status != 0));
+        line += (line.empty() ? "" : " ") + word;
     }
+    return line;
+}
+
+static void addCommands(UnitState& state, const LoadedUnit& unit)
+{
+    using Commands = std::vector<LoadedUnit::Command>;
+    for (const auto* const property :
+         {"ExecStartPre", "ExecStart", "ExecStartPost"})
+    {
+        const auto commands = unit.get<Commands>(property);
+        state.hasFailedCommand =
+            state.hasFailedCommand || std::ranges::any_of(commands, hasFailed);
+    }
+    std::ranges::transform(unit.get<Commands>("ExecStart"),
+                           std::back_inserter(state.commands), inOneLine);
 }
 
 static void addLastRun(UnitState& state, const LoadedUnit& unit)
@@ -104,7 +117,7 @@ static void addLastRun(UnitState& state, const LoadedUnit& unit)
     state.began = time("ExecMainStartTimestamp");
     state.ended = time("ExecMainExitTimestamp");
     state.beganMonotonic = time("ExecMainStartTimestampMonotonic");
-    addCommands(state, unit.get<std::vector<LoadedUnit::Command>>("ExecStart"));
+    addCommands(state, unit);
 }
 
 UnitState stateOf(sdbusplus::bus::bus& bus, const std::string& unit)

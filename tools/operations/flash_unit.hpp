@@ -39,8 +39,10 @@ struct UnitState
     int exitStatus = 0;
     /** The commands of the template, each with its arguments. */
     std::vector<std::string> commands;
-    /** Whether one of them failed although the template ignores that. */
-    bool hasIgnoredFailure = false;
+    /** Whether one of them, or of those that run before and after them, failed
+     *  or was killed.
+     */
+    bool hasFailedCommand = false;
     std::chrono::microseconds timeout{0}; /**< to start; most: none */
     /** When the main process began and ended, since 1970; 0: it did not. */
     std::chrono::microseconds began{0};

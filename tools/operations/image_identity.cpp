@@ -9,25 +9,34 @@
 #include <cstring>
 #include <filesystem>
 
+[[noreturn]] static void refuse(const std::string& path, const std::string& why)
+{
+    throw Failure(ExitStatus::imageRefused, path + ": " + why,
+                  "keep the image where it is until it is flashed");
+}
+
 ImageIdentity::ImageIdentity(const std::string& path)
 {
     add(path);
-    std::error_code notADirectory;
-    for (const auto& entry :
-         std::filesystem::directory_iterator(path, notADirectory))
+    std::error_code error;
+    std::filesystem::recursive_directory_iterator entry(path, error);
+    for (; !error && entry != std::filesystem::recursive_directory_iterator();
+         entry.increment(error))
     {
-        add(entry.path());
+        add(entry->path());
+    }
+    if (error && error != std::errc::not_a_directory)
+    {
+        refuse(path, error.message());
     }
 }
 
 void ImageIdentity::add(const std::string& path)
 {
     struct stat status = {};
-    if (stat(path.c_str(), &status) != 0)
+    if (lstat(path.c_str(), &status) != 0)
     {
-        throw Failure(ExitStatus::imageRefused,
-                      path + ": " + std::strerror(errno),
-                      "keep the image where it is until it is flashed");
+        refuse(path, std::strerror(errno));
     }
     files[path] = {status.st_dev, status.st_ino, status.st_size,
                    status.st_ctim.tv_sec, status.st_ctim.tv_nsec};

@@ -14,7 +14,8 @@
 class ImageIdentity
 {
   public:
-    /** @param path  a file, or a directory; then each entry counts, too
+    /** @param path  a file, or a directory; then all that is in it counts, too.
+     *                Links are not followed
      *  @throw Failure  it cannot be looked at
      */
     explicit ImageIdentity(const std::string& path);

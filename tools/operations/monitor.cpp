@@ -21,6 +21,8 @@
 #include <chrono>
 #include <cstdint>
 #include <deque>
+#include <map>
+#include <set>
 
 using nlohmann::json;
 using sdbusplus::message::message;
@@ -129,8 +131,20 @@ class Monitor
     {
         while (!waiting.empty())
         {
-            show(waiting.front());
-            releaseUnit(bus, waiting.front().unit);
+            const auto& job = waiting.front();
+            // The stop that canceled a flash has a job of its own.
+            if (job.result != "done" || stopped.erase(job.unit) == 0)
+            {
+                show(job);
+            }
+            if (job.result == "canceled")
+            {
+                stopped.insert(job.unit);
+            }
+            else
+            {
+                releaseUnit(bus, job.unit);
+            }
             waiting.pop_front();
         }
     }
@@ -144,8 +158,11 @@ class Monitor
         std::string verdict = "flashed";
         try
         {
-            requireFlashed(job.unit, stateOf(bus, job.unit),
-                           JobEnd{job.result, job.result == "done"}, {},
+            const auto state = stateOf(bus, job.unit);
+            const Launch launch{shown[job.unit], {}, 0};
+            shown[job.unit] = state.invocation;
+            requireFlashed(job.unit, state,
+                           JobEnd{job.result, job.result == "done"}, launch,
                            request.bus);
         }
         catch (const Failure& failure)
@@ -194,6 +211,10 @@ class Monitor
     sdbusplus::bus::bus& bus;
     const Request& request;
     std::deque<EndedJob> waiting;
+    /** Units whose flash was canceled, and whose stop is still to end. */
+    std::set<std::string> stopped;
+    /** Of each unit, the run that was shown last. */
+    std::map<std::string, std::string> shown;
     SystemdSignals signals;
     NameOwner cplds;
     sdbusplus::bus::match::match notifications;

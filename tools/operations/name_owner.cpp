@@ -5,6 +5,7 @@
 
 #include <sdbusplus/exception.hpp>
 
+#include <exception>
 #include <utility>
 
 constexpr auto busName = "org.freedesktop.DBus";
@@ -27,8 +28,7 @@ NameOwner::NameOwner(sdbusplus::bus::bus& bus, std::string name,
     bus(bus),
     name(std::move(name)), changed(std::move(changed)),
     remark(std::move(remark)),
-    changes(bus, ruleFor(this->name),
-            [this](auto& signal) { nameOwnerChanged(signal); })
+    changes(bus, ruleFor(this->name), [this](auto& signal) { heard(signal); })
 {
     // After the match, so that no change is missed in between.
     ask();
@@ -63,6 +63,19 @@ bool NameOwner::sent(sdbusplus::message::message& signal) const
     remark(std::string("ignored: ") + signal.get_member() + " from " + sender +
            ", which is not " + name);
     return false;
+}
+
+/** Exceptions must not cross the C of sd-bus. */
+void NameOwner::heard(sdbusplus::message::message& signal)
+{
+    try
+    {
+        nameOwnerChanged(signal);
+    }
+    catch (const std::exception& error)
+    {
+        remark(std::string("ignored: NameOwnerChanged: ") + error.what());
+    }
 }
 
 void NameOwner::nameOwnerChanged(sdbusplus::message::message& signal)

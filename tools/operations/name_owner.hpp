@@ -40,6 +40,7 @@ class NameOwner
 
   private:
     void ask();
+    void heard(sdbusplus::message::message& signal);
     void nameOwnerChanged(sdbusplus::message::message& signal);
 
     sdbusplus::bus::bus& bus;

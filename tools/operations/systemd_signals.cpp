@@ -104,7 +104,7 @@ void SystemdSignals::handle(const std::function<void()>& handler)
 
 void SystemdSignals::process()
 {
-    constexpr auto most = 100;
+    constexpr auto most = 10000;
     for (auto count = 0; count < most && bus.process_discard(); ++count)
     {
         if (thrown)

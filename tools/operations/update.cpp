@@ -16,6 +16,9 @@
 #include <plain.hpp>
 #include <sdbusplus/message.hpp>
 
+#include <algorithm>
+#include <cctype>
+#include <filesystem>
 #include <iomanip>
 #include <sstream>
 
@@ -118,6 +121,15 @@ std::string idOf(sdbusplus::bus::bus& bus)
                             "org.freedesktop.DBus", "GetId");
     std::string id;
     bus.call(call, patience).read(id);
+    if (id.size() != 32 || !std::ranges::all_of(id, [](unsigned char digit) {
+            return std::isxdigit(digit) != 0;
+        }))
+    {
+        throw Failure(ExitStatus::callFailed,
+                      "the bus tells an identifier that is not of 32 "
+                      "hexadecimal digits",
+                      "name the address of a D-Bus message bus with --bus");
+    }
     return id;
 }
 
@@ -159,6 +171,7 @@ Result run(Flash& flash, const ImageIdentity& identity, const Target& target,
 try
 {
     const auto start = steady_clock::now();
+    data["started"] = nullptr;
     flash.start();
     data["started"] = true;
     if (!request.wait)
@@ -175,6 +188,10 @@ try
 
 catch (Failure& failure)
 {
+    if (failure.status == ExitStatus::callFailed)
+    {
+        data["started"] = false;
+    }
     failure.found.data = data;
     throw;
 }
@@ -184,7 +201,10 @@ catch (Failure& failure)
 Result update(const Request& request)
 {
     const auto& kind = firmwareKindNamed(request.kind);
-    const auto image = usableImage(request.image, kind.hasComponents());
+    // What is verified and what is flashed must not differ by a link.
+    const auto image = std::filesystem::canonical(
+                           usableImage(request.image, kind.hasComponents()))
+                           .string();
     const Target target{image, request.component};
     const auto unit = flashUnitName(request.kind, request.component, image);
     if (request.dryRun)

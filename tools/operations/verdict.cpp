@@ -59,6 +59,13 @@ class Judge
             failed("it was stopped (" + word + ")",
                    "flash the image again before the device starts from it");
         }
+        if (launch && !launch->isNew(state))
+        {
+            notRun(word + ", the unit with '" + state.result + "'",
+                   "see " + systemctl("status") + "; " +
+                       systemd::systemctl(bus) +
+                       " reset-failed lets it start again");
+        }
         if (isOfThisRun())
         {
             requireGoodEnd();
@@ -73,7 +80,7 @@ class Judge
             notRun("an ExecCondition= of its unit did not hold",
                    "take it out of " + state.fragment);
         }
-        if (!state.conditionsHeld)
+        if (!state.conditionsHeld && !state.failedCondition.empty())
         {
             notRun("the condition " + state.failedCondition +
                        " of its unit did not hold",
@@ -116,7 +123,7 @@ class Judge
         {
             failed("its unit ended with '" + state.result + "'", seeLog());
         }
-        if (state.hasIgnoredFailure)
+        if (state.hasFailedCommand)
         {
             failed("one of its programs failed, which the unit ignores",
                    dontIgnore());

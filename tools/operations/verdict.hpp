@@ -18,12 +18,17 @@ struct Launch
     /** How much the flash program had logged before. */
     std::uintmax_t logSize = 0;
 
+    /** Whether the unit was started since. */
+    bool isNew(const UnitState& state) const
+    {
+        return !state.invocation.empty() &&
+               state.invocation != invocationBefore;
+    }
+
     /** Whether the unit's last run is the one that was asked for. */
     bool isThatOf(const UnitState& state) const
     {
-        return !state.invocation.empty() &&
-               state.invocation != invocationBefore &&
-               state.beganMonotonic >= time;
+        return isNew(state) && state.beganMonotonic >= time;
     }
 };
 
