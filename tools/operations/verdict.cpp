@@ -61,10 +61,10 @@ class Judge
         }
         if (launch && !launch->isNew(state))
         {
-            notRun(word + ", the unit with '" + state.result + "'",
-                   "see " + systemctl("status") + "; " +
-                       systemd::systemctl(bus) +
-                       " reset-failed lets it start again");
+            notRun(word + " and ran nothing",
+                   "see " + systemctl("status") +
+                       "; where it was started too often, " +
+                       systemctl("reset-failed"));
         }
         if (isOfThisRun())
         {
