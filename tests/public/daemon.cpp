@@ -4,19 +4,29 @@
 #include <wexa/core/fwmanager_internal.hpp>
 
 #include <sdbusplus/bus/match.hpp>
+#include <sdbusplus/exception.hpp>
 
+#include <charconv>
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <iostream>
+#include <optional>
 #include <stdexcept>
+#include <system_error>
 
 using sdbusplus::message::message;
 using Match = sdbusplus::bus::match::match;
 using wexa::core::FWManagerInternal;
 
+using Clock = std::chrono::steady_clock;
+
 class Daemon
 {
   public:
+    /** @param patience  how long systemd may be away while a flash runs */
+    explicit Daemon(std::chrono::seconds patience) : patience(patience) {}
+
     /** The exit status: 0 flashed, 1 not flashed, 3 not known. */
     int update(const std::string& image)
     {
@@ -48,31 +58,57 @@ class Daemon
   private:
     int awaitEnd(FlashUnit& unit)
     {
-        for (auto silences = 0;;)
+        try
+        {
+            // systemd answers in order: to this after the launch.
+            while (ask([&] { return unit.isBusy(); }))
+            {
+                bus.wait(std::chrono::seconds(5)); // or until a signal comes
+            }
+            const auto flashed = ask([&] { return unit.hasFlashed(); });
+            return outcome != 2 && flashed ? 0 : 1;
+        }
+        catch (const std::exception& error)
+        {
+            std::cerr << "daemon: not known whether it flashed: "
+                      << error.what() << '\n';
+            return 3;
+        }
+    }
+
+    /** What systemd answers, after the signals that it sent before. Asks
+     *  again while systemd is away; throws where it stays away, has
+     *  forgotten the unit, or the bus ends.
+     */
+    bool ask(const std::function<bool()>& question)
+    {
+        const auto deadline = Clock::now() + patience;
+        for (;;)
         {
             try
             {
-                // systemd answers in order: to this after the launch.
-                const auto busy = unit.isBusy();
-                while (bus.process_discard())
-                {}
-                if (!busy)
-                {
-                    return outcome != 2 && unit.hasFlashed() ? 0 : 1;
-                }
-                silences = 0;
-                bus.wait(std::chrono::seconds(5)); // or until a signal comes
+                const auto answer = question();
+                handleSignals();
+                return answer;
             }
-            catch (const std::exception& error)
+            catch (const sdbusplus::exception::exception& error)
             {
-                if (++silences == 24) // each of 25 s: ten minutes
+                // An error of its own is an answer: it forgot the unit.
+                if (Clock::now() >= deadline ||
+                    std::string(error.name()).starts_with(systemd))
                 {
-                    std::cerr << "daemon: a flash may run: " << error.what()
-                              << '\n';
-                    return 3;
+                    throw;
                 }
             }
+            handleSignals();
+            bus.wait(std::chrono::seconds(1));
         }
+    }
+
+    void handleSignals()
+    {
+        while (bus.process_discard())
+        {}
     }
 
     /** Any user may send a signal to this connection alone, and that passes
@@ -96,6 +132,7 @@ class Daemon
                 }};
     }
 
+    std::chrono::seconds patience;
     sdbusplus::bus::bus bus = sdbusplus::bus::new_default();
     FWManagerInternal library{bus};
     int outcome = 0;
@@ -111,16 +148,27 @@ class Daemon
     });
 };
 
+/** A number in digits; nothing where it is another text. */
+std::optional<std::uint16_t> numberIn(const std::string& text)
+{
+    std::uint16_t number = 0;
+    const auto* const end = text.data() + text.size();
+    const auto read = std::from_chars(text.data(), end, number);
+    return read.ec == std::errc() && read.ptr == end ? std::optional(number)
+                                                     : std::nullopt;
+}
+
 int main(int count, char** arguments)
 {
-    if (count != 2)
+    const auto patience = numberIn(count == 3 ? arguments[2] : "600");
+    if (count < 2 || count > 3 || !patience)
     {
-        std::cerr << "usage: daemon IMAGE\n";
+        std::cerr << "usage: daemon IMAGE [SECONDS]\n";
         return 2;
     }
     try
     {
-        return Daemon().update(arguments[1]);
+        return Daemon(std::chrono::seconds(*patience)).update(arguments[1]);
     }
     catch (const std::exception& error) // before the launch
     {

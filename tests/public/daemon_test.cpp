@@ -81,9 +81,13 @@ TEST_F(Daemon, TakesAnImageFromUploadToTheEndOfItsFlash)
 
 TEST_F(Daemon, EndsWithTwoWithoutAnImage)
 {
-    const Completed usage{2, "", "usage: daemon IMAGE\n"};
-    EXPECT_EQ(bmc.run({fromEnvironment("WEXA_DAEMON")}), usage);
-    EXPECT_EQ(bmc.run({fromEnvironment("WEXA_DAEMON"), "a", "b"}), usage);
+    const Completed usage{2, "", "usage: daemon IMAGE [SECONDS]\n"};
+    const auto daemon = fromEnvironment("WEXA_DAEMON");
+    EXPECT_EQ(bmc.run({daemon}), usage);
+    EXPECT_EQ(bmc.run({daemon, "a", "b"}), usage);
+    EXPECT_EQ(bmc.run({daemon, "a", "5s"}), usage);
+    EXPECT_EQ(bmc.run({daemon, "a", "-5"}), usage);
+    EXPECT_EQ(bmc.run({daemon, "a", "5", "c"}), usage);
 }
 
 TEST_F(Daemon, EndsWithOneWhereTheImageIsRefused)
@@ -143,6 +147,25 @@ TEST_F(Daemon, EndsWithOneWhereSystemdIsAbsent)
                          "daemon: sd_bus_call: org.freedesktop.DBus.Error."
                          "NameHasNoOwner: Could not get owner of name "
                          "'org.freedesktop.systemd1': no such name\n"}));
+}
+
+TEST(DaemonOnTheBuiltInManager, AwaitsTheFlashWhileSystemdIsAway)
+{
+    const Simulation bmc({"--manager", "builtin"});
+    const Images images;
+    bmc.set("flash", "hang");
+    const auto image = images.bmc("2.14.0");
+    Process daemon({fromEnvironment("WEXA_DAEMON"), image}, bmc.environment());
+    bmc.awaitFlash("bmc");
+    bmc.set("manager", "absent");
+    bmc.set("manager", "normal");
+    bmc.call({"org.freedesktop.systemd1", "/org/freedesktop/systemd1",
+              "org.freedesktop.systemd1.Manager", "StopUnit", "ss",
+              unitOf(image), "replace"});
+    const auto handled = daemon.wait();
+
+    EXPECT_EQ(handled.status, 1);
+    EXPECT_EQ(handled.err, "");
 }
 
 TEST_F(Daemon, StartsNothingWhileAnotherImageIsFlashedIntoTheDevice)
