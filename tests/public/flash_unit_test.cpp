@@ -42,8 +42,7 @@ class Flashed : public testing::Test
 
     static void awaitEnd(FlashUnit& unit)
     {
-        while (unit.isBusy())
-        {}
+        awaitTrue("the end of the flash", [&] { return !unit.isBusy(); });
     }
 
     Simulation bmc;

@@ -50,7 +50,9 @@ class Process
      */
     std::string awaitOutput(const std::string& text);
 
-    /** Waits for the end; throws when it does not come within 120 s. */
+    /** Waits for the end; throws when the streams are open after 120 s, or
+     *  the program runs 60 s after it closed them.
+     */
     Completed wait();
 
   private:
