@@ -37,6 +37,11 @@ void declareRun(CLI::App& app, std::function<int()>& action)
         ->option_text("KIND");
     run->add_option("--bus", bus,
                     "Address of a bus that runs already, to live on")
+        ->check([](const std::string& address) {
+            return address.empty() ? "give the address of a bus, such as "
+                                     "unix:path=/tmp/bus"
+                                   : "";
+        })
         ->option_text("ADDRESS");
     run->add_option("--scenario", scenario,
                     "What is wrong with it; wexa-bmcsim scenarios lists them")

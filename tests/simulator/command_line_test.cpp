@@ -46,6 +46,13 @@ TEST(BmcsimCommandLine, RefusesUnknownOptionsAndManagers)
                     "security=refuse"));
 }
 
+TEST(BmcsimCommandLine, RefusesAnEmptyAddressOfABus)
+{
+    EXPECT_EQ(runBmcsim({"run", "--bus", "", "--", "true"}),
+              usage("--bus: give the address of a bus, such as "
+                    "unix:path=/tmp/bus"));
+}
+
 TEST(BmcsimCommandLine, ShowsArgumentsPlain)
 {
     EXPECT_EQ(runBmcsim({"\x1b[2J\nforged"}),
