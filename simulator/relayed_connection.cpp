@@ -4,8 +4,10 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstddef>
 #include <cstring>
 #include <iterator>
 #include <utility>
@@ -24,45 +26,44 @@ constexpr std::size_t mostPieces = 64;
 
 using FilesBuffer = std::array<char, CMSG_SPACE(sizeof(int) * mostFiles)>;
 
-static std::vector<int> filesIn(msghdr& message)
+static std::vector<Descriptor> filesIn(msghdr& message)
 {
-    std::vector<int> files;
+    std::vector<Descriptor> files;
     for (auto* part = CMSG_FIRSTHDR(&message); part != nullptr;
          part = CMSG_NXTHDR(&message, part))
     {
-        if (part->cmsg_level == SOL_SOCKET && part->cmsg_type == SCM_RIGHTS)
+        if (part->cmsg_level != SOL_SOCKET || part->cmsg_type != SCM_RIGHTS)
         {
-            files.resize((part->cmsg_len - CMSG_LEN(0)) / sizeof(int));
-            std::memcpy(files.data(), CMSG_DATA(part),
-                        files.size() * sizeof(int));
+            continue;
+        }
+        std::vector<int> numbers((part->cmsg_len - CMSG_LEN(0)) / sizeof(int));
+        std::memcpy(numbers.data(), CMSG_DATA(part),
+                    numbers.size() * sizeof(int));
+        for (const auto number : numbers)
+        {
+            files.emplace_back(number);
         }
     }
     return files;
 }
 
 static void addFiles(msghdr& message, FilesBuffer& buffer,
-                     const std::vector<int>& files)
+                     const std::vector<Descriptor>& files)
 {
     if (files.empty())
     {
         return;
     }
+    std::vector<int> numbers;
+    std::ranges::transform(files, std::back_inserter(numbers),
+                           &Descriptor::get);
     message.msg_control = buffer.data();
-    message.msg_controllen = CMSG_SPACE(sizeof(int) * files.size());
+    message.msg_controllen = CMSG_SPACE(sizeof(int) * numbers.size());
     auto* const part = CMSG_FIRSTHDR(&message);
     part->cmsg_level = SOL_SOCKET;
     part->cmsg_type = SCM_RIGHTS;
-    part->cmsg_len = CMSG_LEN(sizeof(int) * files.size());
-    std::memcpy(CMSG_DATA(part), files.data(), files.size() * sizeof(int));
-}
-
-static void closeAll(std::vector<int>& files)
-{
-    for (const auto file : files)
-    {
-        close(file);
-    }
-    files.clear();
+    part->cmsg_len = CMSG_LEN(sizeof(int) * numbers.size());
+    std::memcpy(CMSG_DATA(part), numbers.data(), numbers.size() * sizeof(int));
 }
 
 static bool isForLater(int error)
@@ -70,42 +71,46 @@ static bool isForLater(int error)
     return error == EAGAIN || error == EINTR;
 }
 
-RelayedStream::~RelayedStream()
+void RelayedStream::receive()
 {
-    for (auto& piece : pieces)
-    {
-        closeAll(piece.files);
-    }
-}
-
-bool RelayedStream::receive()
-{
-    while (pieces.size() < mostPieces)
+    while (!isAtEnd && pieces.size() < mostPieces)
     {
         std::array<char, 16384> bytes;
-        alignas(cmsghdr) FilesBuffer files;
+        alignas(cmsghdr) FilesBuffer control;
         iovec part{bytes.data(), bytes.size()};
         msghdr message{};
         message.msg_iov = &part;
         message.msg_iovlen = 1;
-        message.msg_control = files.data();
-        message.msg_controllen = files.size();
+        message.msg_control = control.data();
+        message.msg_controllen = control.size();
         const auto size =
             recvmsg(from, &message, MSG_DONTWAIT | MSG_CMSG_CLOEXEC);
         if (size <= 0)
         {
-            return size < 0 && isForLater(errno);
+            isAtEnd = size == 0 || !isForLater(errno);
+            return;
         }
-        keep({bytes.data(), static_cast<std::size_t>(size)}, filesIn(message));
+        std::ranges::move(filesIn(message), std::back_inserter(files));
+        keep({bytes.data(), static_cast<std::size_t>(size)});
     }
-    return true;
 }
 
-void RelayedStream::keep(std::string_view bytes, std::vector<int> files)
+std::vector<Descriptor> RelayedStream::takeFiles(std::size_t most)
+{
+    const auto end =
+        files.begin() +
+        static_cast<std::ptrdiff_t>(std::min({most, files.size(), mostFiles}));
+    std::vector<Descriptor> taken;
+    std::move(files.begin(), end, std::back_inserter(taken));
+    files.erase(files.begin(), end);
+    return taken;
+}
+
+void RelayedStream::keep(std::string_view bytes)
 {
     for (auto& message : cutter.cut(bytes))
     {
-        Piece piece{std::move(message.bytes), std::exchange(files, {}),
+        Piece piece{std::move(message.bytes), takeFiles(message.files),
                     steady_clock::now(), message.isForBus};
         // What goes to the bus overtakes what waits, but not a message that
         // is sent in part already.
@@ -117,29 +122,35 @@ void RelayedStream::keep(std::string_view bytes, std::vector<int> files)
         }
         pieces.insert(place, std::move(piece));
     }
+    // One message is not whole at most; more files belong to none.
+    isAtEnd = isAtEnd || files.size() > mostFiles;
 }
 
 bool RelayedStream::sendSome(Piece& piece)
 {
-    alignas(cmsghdr) FilesBuffer files;
+    alignas(cmsghdr) FilesBuffer control;
     iovec part{piece.bytes.data(), piece.bytes.size()};
     msghdr message{};
     message.msg_iov = &part;
     message.msg_iovlen = 1;
-    addFiles(message, files, piece.files);
+    addFiles(message, control, piece.files);
     const auto size = sendmsg(to, &message, MSG_DONTWAIT | MSG_NOSIGNAL);
     if (size < 0)
     {
-        isBroken = !isForLater(errno);
+        if (!isForLater(errno))
+        {
+            // There is no reader any more.
+            pieces.clear();
+        }
         return false;
     }
-    closeAll(piece.files);
+    piece.files.clear();
     piece.isBegun = true;
     piece.bytes.erase(0, static_cast<std::size_t>(size));
     return true;
 }
 
-bool RelayedStream::send(milliseconds late)
+void RelayedStream::send(milliseconds late)
 {
     const auto now = steady_clock::now();
     while (!pieces.empty() && *due(late) <= now && sendSome(pieces.front()))
@@ -149,7 +160,6 @@ bool RelayedStream::send(milliseconds late)
             pieces.pop_front();
         }
     }
-    return !isBroken;
 }
 
 std::optional<RelayedStream::Time> RelayedStream::due(milliseconds late) const
@@ -165,7 +175,7 @@ std::optional<RelayedStream::Time> RelayedStream::due(milliseconds late) const
 
 short RelayedStream::eventsOfSource() const
 {
-    return pieces.size() < mostPieces ? POLLIN : 0;
+    return !isAtEnd && pieces.size() < mostPieces ? POLLIN : 0;
 }
 
 short RelayedStream::eventsOfTarget(milliseconds late) const
@@ -186,9 +196,11 @@ RelayedConnection::~RelayedConnection()
 
 bool RelayedConnection::serve(milliseconds late)
 {
-    const auto isOpen = told.receive() && said.receive();
-    // Also the last words are passed on.
-    return told.send({}) && said.send(late) && isOpen;
+    told.receive();
+    said.receive();
+    told.send({});
+    said.send(late);
+    return !told.isOver() && !said.isOver();
 }
 
 void RelayedConnection::watch(std::vector<pollfd>& watched,

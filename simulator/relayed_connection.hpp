@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "descriptor.hpp"
 #include "message_cutter.hpp"
 
 #include <poll.h>
@@ -23,23 +24,26 @@ class RelayedStream
   public:
     using Time = std::chrono::steady_clock::time_point;
 
-    RelayedStream(int from, int to) : from(from), to(to) {}
+    RelayedStream(int from, int to, MessageCutter::Phase first) :
+        from(from), to(to), cutter(first)
+    {}
 
-    ~RelayedStream();
+    /** Takes up what has come. */
+    void receive();
 
-    RelayedStream(const RelayedStream&) = delete;
-    RelayedStream& operator=(const RelayedStream&) = delete;
-
-    /** Takes up what has come; false at the end. */
-    bool receive();
-
-    /** Passes on what is due; false where it cannot be passed on any more.
+    /** Passes on what is due, and drops it where the reader is gone.
      *
      *  @param late  how long all messages wait but those to the bus itself: who
      *               sends one of these waits for the answer, and does nothing
      *               else meanwhile
      */
-    bool send(std::chrono::milliseconds late);
+    void send(std::chrono::milliseconds late);
+
+    /** Whether the source has closed and all that it sent has left here. */
+    bool isOver() const
+    {
+        return isAtEnd && pieces.empty();
+    }
 
     /** When the next is due, if at all. */
     std::optional<Time> due(std::chrono::milliseconds late) const;
@@ -52,7 +56,7 @@ class RelayedStream
     struct Piece
     {
         std::string bytes;
-        std::vector<int> files;
+        std::vector<Descriptor> files;
         Time arrival;
         bool isForBus;
         /** Whether a part of it is sent already. */
@@ -61,7 +65,9 @@ class RelayedStream
 
     /** Cuts bytes into messages, which wait in the order in which they are due.
      */
-    void keep(std::string_view bytes, std::vector<int> files);
+    void keep(std::string_view bytes);
+
+    std::vector<Descriptor> takeFiles(std::size_t most);
 
     /** Sends a piece, or its beginning; false where nothing could be sent. */
     bool sendSome(Piece& piece);
@@ -70,7 +76,9 @@ class RelayedStream
     int to;
     MessageCutter cutter;
     std::deque<Piece> pieces;
-    bool isBroken = false;
+    /** What came with a message that is not whole yet. */
+    std::vector<Descriptor> files;
+    bool isAtEnd = false;
 };
 
 /** A connection of the unit manager, and the one to the bus that it stands
@@ -85,7 +93,9 @@ class RelayedConnection
     RelayedConnection(const RelayedConnection&) = delete;
     RelayedConnection& operator=(const RelayedConnection&) = delete;
 
-    /** Passes on what can be passed on; false when either end has closed. */
+    /** Passes on what can be passed on; false when an end has closed and all
+     *  that it said is passed on.
+     */
     bool serve(std::chrono::milliseconds late);
 
     /** Adds what to wait for. */
@@ -100,8 +110,9 @@ class RelayedConnection
   private:
     int manager;
     int bus;
-    RelayedStream told{bus, manager};
-    RelayedStream said{manager, bus};
+    /** The bus's part of the handshake has no end that could be seen. */
+    RelayedStream told{bus, manager, MessageCutter::Phase::uncut};
+    RelayedStream said{manager, bus, MessageCutter::Phase::handshake};
 };
 
 } // namespace bmcsim

@@ -90,6 +90,21 @@ TEST(SlowRealManager, StaysSlowWhereItCannotBecomeAnother)
     EXPECT_GE(steady_clock::now() - begin, lateness);
 }
 
+class RelayedManager : public ManagedFlash
+{};
+
+INSTANTIATE_TEST_SUITE_P(Managers, RelayedManager,
+                         testing::Values("systemd", "builtin"),
+                         [](const auto& row) {
+                             return std::string(row.param);
+                         });
+
+TEST_P(RelayedManager, HearsOnAfterTheWordThatEndsAHandshake)
+{
+    EXPECT_NE(client.call("GetUnit", {"BEGIN\r\nx"}), "");
+    EXPECT_EQ(client.call("LoadUnit", {unit}), "");
+}
+
 TEST(RealManager, CanAnswerWithAFileDescriptor)
 {
     const Simulation bmc;
