@@ -18,14 +18,15 @@ _wexa_fwmgr_offer_paths() {
     mapfile -t COMPREPLY < <(compgen "$1" -- "$2")
 }
 
-# Sets components to the names of the CPLD components of this board. A name with
-# any other character is left out: a shell could take it for something else.
+# Sets components to the names of the CPLD components of the board on a bus. A
+# name with any other character is left out: a shell could take it for something
+# else.
 _wexa_fwmgr_components() {
     local line entry='^      "([A-Za-z0-9:_.@][A-Za-z0-9:_.@-]*)": \{$'
     components=()
     while IFS= read -r line; do
         [[ ! $line =~ $entry ]] || components+=("${BASH_REMATCH[1]}")
-    done < <(SYSTEMD_BUS_TIMEOUT=2s wexa-fwmgr components --json 2>/dev/null)
+    done < <(timeout 3 wexa-fwmgr components --json --bus="$1" 2>/dev/null)
 }
 
 _wexa_fwmgr() {
@@ -33,7 +34,7 @@ _wexa_fwmgr() {
     local verbs=(upload verify update components monitor doctor)
     local kinds=(bmc bios cpld)
     local options=(--bus --json --trace --verbose --help --version)
-    local verb="" kind="" given i components
+    local verb="" kind="" given bus=system i components
 
     COMPREPLY=()
     for ((i = 1; i < COMP_CWORD; i++)); do
@@ -43,6 +44,8 @@ _wexa_fwmgr() {
                 [ -n "$verb" ] || verb=$given
                 ;;
             bmc | bios | cpld) [ -n "$kind" ] || kind=$given ;;
+            --bus) bus=${COMP_WORDS[i + 1]} ;;
+            --bus=*) bus=${given#--bus=} ;;
         esac
     done
     case "$verb" in
@@ -57,7 +60,7 @@ _wexa_fwmgr() {
             return
             ;;
         --component)
-            _wexa_fwmgr_components
+            _wexa_fwmgr_components "$bus"
             _wexa_fwmgr_offer "$word" "${components[@]}"
             return
             ;;

@@ -74,6 +74,12 @@ TEST(Completion, OffersKindsFilesDirectoriesAndComponents)
     EXPECT_EQ(components(""), (Words{"FAN_CPLD", "MB_CPLD", "SCM_CPLD"}));
     EXPECT_EQ(components("M"), (Words{"MB_CPLD"}));
     EXPECT_EQ(components("*"), Words());
+    EXPECT_EQ(completions({"--bus", bmc.busAddress(), "verify", "cpld", "x",
+                           "--component", "M"}),
+              (Words{"MB_CPLD"}));
+    EXPECT_EQ(completions({"--bus=" + bmc.busAddress(), "verify", "cpld", "x",
+                           "--component", "M"}),
+              (Words{"MB_CPLD"}));
 }
 
 class CompletionOnAScriptedBoard : public ScriptedBoard
