@@ -55,11 +55,14 @@ constexpr std::array advice{
            "the service, or the policy of the bus, does not allow this: run "
            "it as root, or look at what the service itself logged"},
     Advice{"org.freedesktop.DBus.Error.Disconnected",
-           "the bus closed the connection: start it again"},
+           "the bus closed the connection: start the bus, then run wexa-fwmgr "
+           "again"},
     Advice{"System.Error.ENOTCONN",
-           "the bus closed the connection: start it again"},
+           "the bus closed the connection: start the bus, then run wexa-fwmgr "
+           "again"},
     Advice{"System.Error.ECONNRESET",
-           "the bus closed the connection: start it again"},
+           "the bus closed the connection: start the bus, then run wexa-fwmgr "
+           "again"},
     Advice{"System.Error.ENXIO",
            "the service answers in another type than the library reads: "
            "update the service"},

@@ -100,7 +100,7 @@ bool checkSection(Findings& findings, const Section& section,
     catch (const sdbusplus::exception::exception& error)
     {
         findings.failure(std::string("the bus went away: ") + error.what(),
-                         "start it again");
+                         "start the bus, then run wexa-fwmgr again");
         return false;
     }
 }
