@@ -94,7 +94,7 @@ Result Findings::asResult() const
                         {"advice", advice}});
         if (area != shown)
         {
-            table << area << '\n';
+            table << plain::line(area) << '\n';
             shown = area;
         }
         table << "  " << std::left << std::setw(9) << headingOf(level)
