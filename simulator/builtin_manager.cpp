@@ -152,6 +152,11 @@ void BuiltinManager::announce(const char* signal, std::uint32_t job,
 void BuiltinManager::answerStart(sdbus::MethodCall call)
 {
     auto& unit = load(nameFrom(call));
+    if (unit.stopJob != 0)
+    {
+        throw sdbus::Error("org.freedesktop.systemd1.JobTypeConflicting",
+                           "The unit is being stopped; start it afterwards.");
+    }
     // A unit that is being started already has a job for it.
     const auto isNew = !unit.runs();
     if (isNew)
@@ -251,7 +256,10 @@ void BuiltinManager::wake()
 {
     for (auto& [name, unit] : units)
     {
-        unit.stopIfLate();
+        if (unit.stopIfLate())
+        {
+            unit.tellChanges();
+        }
     }
 }
 

@@ -201,14 +201,16 @@ void BuiltinUnit::stop()
     enter("deactivating", "stop-sigterm");
 }
 
-void BuiltinUnit::stopIfLate()
+bool BuiltinUnit::stopIfLate()
 {
-    if (const auto last = deadline();
-        last && std::chrono::steady_clock::now() >= *last)
+    const auto last = deadline();
+    if (!last || std::chrono::steady_clock::now() < *last)
     {
-        isLate = true;
-        stop();
+        return false;
     }
+    isLate = true;
+    stop();
+    return true;
 }
 
 void BuiltinUnit::ended(int status)

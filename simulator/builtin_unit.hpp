@@ -52,8 +52,8 @@ class BuiltinUnit
     /** Asks the flash program to end. */
     void stop();
 
-    /** The same where it has taken longer than it may. */
-    void stopIfLate();
+    /** The same where it has taken longer than it may; whether it has. */
+    bool stopIfLate();
 
     /** The flash program has ended. */
     void ended(int status);

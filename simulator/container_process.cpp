@@ -14,6 +14,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
 
 namespace bmcsim
 {
@@ -25,25 +26,27 @@ constexpr std::chrono::seconds endPatience{10};
 /** As fork, but the child is the first of a process namespace where that is
  *  allowed: the kernel ends all of them with it.
  */
-static pid_t forkContainer()
+static pid_t forkContainer(ManagerKind manager)
 {
-    if (geteuid() != 0)
+    const auto first = static_cast<pid_t>(syscall(
+        SYS_clone, CLONE_NEWPID | SIGCHLD, nullptr, nullptr, nullptr, nullptr));
+    // Root in a container may have no namespaces either; systemd needs them.
+    const auto needsNamespace =
+        manager == ManagerKind::systemd && geteuid() == 0;
+    if (first >= 0 || errno != EPERM || needsNamespace)
     {
-        const auto child = checked(fork(), "fork");
-        if (child == 0)
-        {
-            prctl(PR_SET_CHILD_SUBREAPER, 1);
-        }
-        return child;
+        return checked(first, "cannot have processes of its own");
     }
-    return static_cast<pid_t>(
-        checked(syscall(SYS_clone, CLONE_NEWPID | SIGCHLD, nullptr, nullptr,
-                        nullptr, nullptr),
-                "cannot have processes of its own"));
+    const auto child = checked(fork(), "fork");
+    if (child == 0)
+    {
+        prctl(PR_SET_CHILD_SUBREAPER, 1);
+    }
+    return child;
 }
 
 ContainerProcess::ContainerProcess(const Setup& setup, const sigset_t& ends) :
-    process(forkContainer())
+    process(forkContainer(setup.manager))
 {
     if (process == 0)
     {

@@ -53,9 +53,15 @@ static void checkBase(const std::string& base, std::size_t length)
     }
 }
 
+/** Absolute: programs inside have working directories of their own. */
+static std::filesystem::path baseDirectory()
+{
+    return std::filesystem::absolute(std::filesystem::temp_directory_path());
+}
+
 static std::string makeDirectory()
 {
-    const auto base = std::filesystem::temp_directory_path();
+    const auto base = baseDirectory();
     auto name = (base / (prefix + std::string("XXXXXX"))).string();
     checkBase(base, name.size());
     if (mkdtemp(name.data()) == nullptr)
@@ -143,13 +149,16 @@ static Descriptor openLock(const std::filesystem::path& path)
 template <typename Use>
 static void forEachOwn(Use&& use)
 {
-    for (const auto& entry : std::filesystem::directory_iterator(
-             std::filesystem::temp_directory_path()))
+    // A directory that cannot be listed may still be written to.
+    std::error_code error;
+    std::filesystem::directory_iterator entry(baseDirectory(), error);
+    for (; !error && entry != std::filesystem::directory_iterator();
+         entry.increment(error))
     {
-        const PrivateDirectory candidate{entry.path()};
+        const PrivateDirectory candidate{entry->path()};
         if (candidate.name().starts_with(prefix))
         {
-            if (const auto lock = openLock(entry.path()))
+            if (const auto lock = openLock(entry->path()))
             {
                 use(candidate, lock);
             }

@@ -149,6 +149,43 @@ TEST_P(RunFails, WithTheSignalThatComesWhileItStarts)
     }
 }
 
+TEST(RunWithFewCapabilities, OfRootHasTheBuiltinManager)
+{
+    const TemporaryDirectory temporary;
+    EXPECT_EQ(run({"setpriv", "--bounding-set=-sys_admin",
+                   fromEnvironment("WEXA_BMCSIM"), "run", "--manager",
+                   "builtin", "--", "true"},
+                  {"TMPDIR=" + temporary.path().string()}),
+              (Completed{0, "", ""}));
+    EXPECT_TRUE(std::filesystem::is_empty(temporary.path()));
+}
+
+TEST(RunInARelativeDirectory, NamesItsBusByAWholePath)
+{
+    const TemporaryDirectory temporary;
+    const auto done = run({"sh", "-c",
+                           "cd " + temporary.path().string() + "; exec " +
+                               fromEnvironment("WEXA_BMCSIM") +
+                               " run --manager builtin -- sh -c 'echo "
+                               "$DBUS_SYSTEM_BUS_ADDRESS'"},
+                          {"TMPDIR=."});
+    EXPECT_EQ(done.status, 0);
+    EXPECT_TRUE(done.out.starts_with("unix:path=" + temporary.path().string()))
+        << done.out;
+}
+
+TEST(RunInADirectoryThatCannotBeListed, Works)
+{
+    const TemporaryDirectory temporary;
+    std::filesystem::permissions(temporary.path(),
+                                 std::filesystem::perms(01733));
+    EXPECT_EQ(run({"setpriv", "--reuid=65534", "--regid=65534",
+                   "--clear-groups", fromEnvironment("WEXA_BMCSIM"), "run",
+                   "--manager", "builtin", "--", "true"},
+                  {"TMPDIR=" + temporary.path().string()}),
+              (Completed{0, "", ""}));
+}
+
 /** Where /proc/self/cgroup shows "/..". */
 TEST(RunOutsideOfItsControlGroups, FailsWithTheReason)
 {
