@@ -17,7 +17,7 @@ namespace bmcsim
 // numbers as this machine does.
 
 constexpr std::size_t fixedPart = 16;
-constexpr std::uint64_t longest = 128 * 1024 * 1024;
+constexpr std::uint64_t longest = std::uint64_t{128} << 20;
 constexpr char ownOrder =
     std::endian::native == std::endian::little ? 'l' : 'B';
 constexpr auto allFiles = std::numeric_limits<std::size_t>::max();

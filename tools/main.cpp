@@ -68,10 +68,10 @@ int main(int argc, char** argv)
         command->request.warn = [&](const auto& what, const auto& hint) {
             report.warn(what, hint);
         };
-        command->request.remark = [&](const auto& text) {
+        command->request.remark = [&command](const auto& text) {
             if (command->request.verbose)
             {
-                report.remark(text);
+                Report::remark(text);
             }
         };
         command->request.interruption = Interruption::signal;

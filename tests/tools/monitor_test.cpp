@@ -236,9 +236,10 @@ TEST_F(Monitor, SaysThatTheBusWentAway)
     const auto done = monitor->wait();
     EXPECT_EQ(done.status, callFailed);
     EXPECT_EQ(timeless(done.out), "TIME listening; Ctrl-C ends it\n");
-    EXPECT_THAT(done.err, testing::MatchesRegex(
-                              "wexa-fwmgr: the bus went away\n  D-Bus:    .*\n"
-                              "  hint:     start it again\n"));
+    EXPECT_THAT(done.err,
+                testing::MatchesRegex(
+                    "wexa-fwmgr: the bus went away\n  D-Bus:    .*\n"
+                    "  hint:     start the bus, then run wexa-fwmgr again\n"));
 }
 
 TEST_F(Monitor, SaysAsJsonThatTheBusWentAwayAfterAnEvent)

@@ -67,8 +67,9 @@ failedAmong(const std::vector<LoadedUnit::Condition>& conditions)
     {
         if (state < 0)
         {
-            return type + '=' + (triggers ? "|" : "") + (negated ? "!" : "") +
-                   parameter;
+            auto text = type;
+            text.append(triggers ? "=|" : "=").append(negated ? "!" : "");
+            return text.append(parameter);
         }
     }
     return {};

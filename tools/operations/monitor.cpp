@@ -232,7 +232,10 @@ Result monitor(const Request& request)
     catch (const sdbusplus::exception::exception& error)
     {
         throw Failure(ExitStatus::callFailed, "the bus went away",
-                      Reason{"", {}, error.name(), "start it again"});
+                      Reason{"",
+                             {},
+                             error.name(),
+                             "start the bus, then run wexa-fwmgr again"});
     }
     return {};
 }

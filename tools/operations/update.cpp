@@ -95,10 +95,6 @@ void requireUnchanged(const ImageIdentity& before, const std::string& image)
 void requireUnchangedByNow(const ImageIdentity& before,
                            const std::string& image)
 {
-    const Failure changed(ExitStatus::flashFailed,
-                          image + ": the image changed while it was flashed",
-                          "keep images where no other program writes, and "
-                          "flash again before the device starts from it");
     try
     {
         if (ImageIdentity(image) == before)
@@ -110,7 +106,10 @@ void requireUnchangedByNow(const ImageIdentity& before,
     {
         // It is gone: what was flashed cannot be told.
     }
-    throw changed;
+    throw Failure(ExitStatus::flashFailed,
+                  image + ": the image changed while it was flashed",
+                  "keep images where no other program writes, and flash again "
+                  "before the device starts from it");
 }
 
 /** The bus's own name of itself. */
