@@ -213,9 +213,9 @@ TEST_F(Mkimage, RefusesWrongUsage)
               usage("--board: Value 65536 not in range 0 to 65535"));
     EXPECT_EQ(bmc({"--size", "0"}),
               usage("--size: Value 0 not in range 1 to 268435456"));
-    EXPECT_EQ(bmc({"--capsule-kind", "2"}),
-              usage("--capsule-kind: is for --kind capsule only; leave it "
-                    "away"));
+    EXPECT_EQ(
+        bmc({"--capsule-kind", "2"}),
+        usage("--capsule-kind: is for --kind capsule only; leave it out"));
     EXPECT_EQ(bmc({"--payload", "f", "--size", "1"}),
               usage("--payload excludes --size"));
     EXPECT_EQ(bmc({"--date", std::string(64, 'd')}),
