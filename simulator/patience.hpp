@@ -12,7 +12,7 @@ namespace bmcsim
 /** How long anything of the simulated BMC may take to come up. */
 constexpr std::chrono::seconds startPatience{10};
 
-/** For poll: until `deadline`, or for ever where there is none. */
+/** The time-out for poll: until `deadline`; unlimited if it is not set. */
 inline int
 millisecondsUntil(std::optional<std::chrono::steady_clock::time_point> deadline)
 {
