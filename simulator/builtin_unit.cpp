@@ -42,8 +42,8 @@ sdbus::ObjectPath jobPath(std::uint32_t job)
 
 BuiltinUnit::BuiltinUnit(sdbus::IConnection& bus, PrivateDirectory place,
                          std::string id) :
-    directory(std::move(place)),
-    name(std::move(id)), instance(unitText::unescaped(UnitName(name).instance)),
+    directory(std::move(place)), name(std::move(id)),
+    instance(unitText::unescaped(UnitName(name).instance)),
     object(sdbus::createObject(bus, path()))
 {
     offerUnit();

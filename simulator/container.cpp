@@ -37,7 +37,8 @@ void reapChildren(int children, UnitManager& manager)
 {
     signalfd_siginfo ignored{};
     while (read(children, &ignored, sizeof(ignored)) > 0)
-    {}
+    {
+    }
     int status = 0;
     pid_t child = 0;
     while ((child = waitpid(-1, &status, WNOHANG)) > 0)
@@ -82,7 +83,8 @@ class Loop
         while (std::ranges::any_of(connections(), [this](auto* connection) {
             return serve(*connection);
         }))
-        {}
+        {
+        }
     }
 
     /** Processes one event, if there is one. */

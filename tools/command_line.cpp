@@ -67,7 +67,7 @@ class Grammar
     }
 
     CLI::App* verb(const std::string& name, const std::string& description,
-                   const std::string& example, Verb Operations::*operation)
+                   const std::string& example, Verb Operations::* operation)
     {
         auto* const sub = app.add_subcommand(name, description);
         sub->footer("Example: " + example + "\n" + globalOptions);

@@ -14,7 +14,7 @@ struct Command
     Request request;
     bool trace = false;
     /** One of the verbs that need the library, or else the doctor. */
-    Verb Operations::*operation = nullptr;
+    Verb Operations::* operation = nullptr;
 };
 
 /** Whether JSON is asked for, even where the rest cannot be understood. */

@@ -42,8 +42,8 @@ static const std::map<std::string, std::vector<std::string>>& offered()
 
 CpldManager::CpldManager(const std::string& busAddress,
                          std::filesystem::path flash) :
-    Service("cpld", ownName, busAddress),
-    flash(std::move(flash)), bound(fitted())
+    Service("cpld", ownName, busAddress), flash(std::move(flash)),
+    bound(fitted())
 {
     for (const auto& [setting, values] : offered())
     {

@@ -12,8 +12,7 @@ namespace bmcsim
 
 Service::Service(std::string label, std::string busName,
                  const std::string& busAddress) :
-    name(std::move(label)),
-    busName(std::move(busName)),
+    name(std::move(label)), busName(std::move(busName)),
     bus(sdbus::createSessionBusConnectionWithAddress(busAddress))
 {
     takeName(*bus, this->busName);
@@ -63,7 +62,8 @@ void Service::wake()
     {
         waitingSince.reset();
         while (bus->processPendingRequest())
-        {}
+        {
+        }
     }
 }
 

@@ -46,7 +46,7 @@ struct CallSite
     Reads reads{};
     std::string service{};
     std::string path{};
-    std::string interface {};
+    std::string interface{};
     std::string member{};
 
     /** Appends a healthy reply. */

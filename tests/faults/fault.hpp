@@ -32,7 +32,7 @@ struct Fault
     std::function<void(Platform&, const CallSite&)> inject;
 
     /** Which of the site's endings follows. */
-    Ending CallSite::*ending;
+    Ending CallSite::* ending;
 
     /** The text of the failure that is logged, or thrown. */
     std::function<std::string(const Platform&, const CallSite&)> failure{};

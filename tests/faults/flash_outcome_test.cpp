@@ -212,7 +212,8 @@ class FlashUnderSystemd : public testing::TestWithParam<Row>
         while (check(sd_bus_process(raw.get(), nullptr), "sd_bus_process") >
                    0 ||
                check(sd_bus_wait(raw.get(), moment), "sd_bus_wait") > 0)
-        {}
+        {
+        }
     }
 
     std::vector<std::string> events()

@@ -108,7 +108,8 @@ class Daemon
     void handleSignals()
     {
         while (bus.process_discard())
-        {}
+        {
+        }
     }
 
     /** Any user may send a signal to this connection alone, and that passes

@@ -36,9 +36,7 @@ class FlashUnit
   public:
     /** @param device  such as "obmc-flash-bmc-rot2@bmc_rot2" */
     FlashUnit(sdbusplus::bus::bus& bus, const std::string& device,
-              std::string image) :
-        bus(bus),
-        device{device + "*"}
+              std::string image) : bus(bus), device{device + "*"}
     {
         std::ranges::replace(image, '/', '-');
         name = device + "\\x20update\\x20" + image + ".service";

@@ -184,7 +184,8 @@ Completed Process::wait()
 {
     const auto deadline = endOfPatience();
     while (readSome(deadline))
-    {}
+    {
+    }
     // A program may close both streams and run on.
     awaitTrue("the end of the program", [this] { return hasEnded(*this); });
     int status = 0;

@@ -46,14 +46,14 @@ static std::string describe(const char* buffer, int size)
 
 template <typename Answer>
 static std::optional<Answer>
-scripted(std::optional<Answer> ScriptedCoreLibrary::*answer)
+scripted(std::optional<Answer> ScriptedCoreLibrary::* answer)
 {
     return ScriptedCoreLibrary::current == nullptr
                ? std::nullopt
                : ScriptedCoreLibrary::current->*answer;
 }
 
-static void fillIfTold(std::optional<std::string> ScriptedCoreLibrary::*bytes,
+static void fillIfTold(std::optional<std::string> ScriptedCoreLibrary::* bytes,
                        char* buffer, int size)
 {
     if (const auto text = scripted(bytes))

@@ -105,9 +105,8 @@ Reply hangUp()
 ScriptedService::ScriptedService(const PrivateBus& bus, Transcript& transcript,
                                  const std::string& name,
                                  std::vector<Method> offered) :
-    connection(bus.connect()),
-    transcript(transcript), name(name), methods(std::move(offered)),
-    stop(check(eventfd(0, EFD_CLOEXEC), "eventfd"))
+    connection(bus.connect()), transcript(transcript), name(name),
+    methods(std::move(offered)), stop(check(eventfd(0, EFD_CLOEXEC), "eventfd"))
 {
     std::vector<std::string> paths;
     for (const auto& method : methods)
@@ -158,7 +157,8 @@ void ScriptedService::serve()
     {
         int worked = 0;
         while ((worked = sd_bus_process(connection.get(), nullptr)) > 0)
-        {}
+        {
+        }
         if (worked < 0)
         {
             return;

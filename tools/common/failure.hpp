@@ -41,8 +41,7 @@ class Failure : public std::runtime_error
 
     /** @param found  what the verb has to show all the same */
     Failure(ExitStatus status, const std::string& what, const std::string& hint,
-            Result found) :
-        Failure(status, what, hint)
+            Result found) : Failure(status, what, hint)
     {
         this->found = std::move(found);
     }

@@ -30,8 +30,8 @@ class TemplateCheck
   public:
     TemplateCheck(Findings& findings, const LoadedUnit& unit, std::string name,
                   std::string systemctl) :
-        findings(findings),
-        unit(unit), name(std::move(name)), systemctl(std::move(systemctl))
+        findings(findings), unit(unit), name(std::move(name)),
+        systemctl(std::move(systemctl))
     {}
 
     void run()

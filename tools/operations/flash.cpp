@@ -43,8 +43,7 @@ static Failure cannotAsk(const std::string& image,
 
 Flash::Flash(sdbusplus::bus::bus& bus, const FirmwareKind& kind, Target target,
              std::string unit, const Request& request) :
-    bus(bus),
-    kind(kind), target(std::move(target)), unit(std::move(unit)),
+    bus(bus), kind(kind), target(std::move(target)), unit(std::move(unit)),
     request(request), manager(bus),
     deadline(steady_clock::now() + request.timeout), signals(bus, events())
 {}

@@ -25,8 +25,7 @@ static std::string ruleFor(const std::string& name)
 
 NameOwner::NameOwner(sdbusplus::bus::bus& bus, std::string name,
                      Changed changed, Remark remark) :
-    bus(bus),
-    name(std::move(name)), changed(std::move(changed)),
+    bus(bus), name(std::move(name)), changed(std::move(changed)),
     remark(std::move(remark)),
     changes(bus, ruleFor(this->name), [this](auto& signal) { heard(signal); })
 {

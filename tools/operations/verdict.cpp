@@ -39,8 +39,7 @@ class Judge
   public:
     Judge(const std::string& unit, const UnitState& state,
           const std::optional<Launch>& launch, const std::string& bus) :
-        unit(unit),
-        state(state), launch(launch), bus(bus)
+        unit(unit), state(state), launch(launch), bus(bus)
     {}
 
     void requireJobDone(const JobEnd& job) const

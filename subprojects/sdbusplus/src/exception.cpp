@@ -49,8 +49,7 @@ SdBusError::SdBusError(int number, const char* prefix, SdBusInterface* tag) :
 
 SdBusError::SdBusError(sd_bus_error* source, const char* prefix,
                        SdBusInterface* tag) :
-    error(std::exchange(*source, {})),
-    text(describe(prefix, error)), intf(tag)
+    error(std::exchange(*source, {})), text(describe(prefix, error)), intf(tag)
 {}
 
 // Neither is noexcept, as published.

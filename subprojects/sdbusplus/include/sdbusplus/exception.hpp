@@ -29,7 +29,8 @@ struct [[gnu::visibility("default")]] exception : public std::exception
 };
 
 /** Base of the errors that the library itself finds. */
-struct [[gnu::visibility("default")]] internal_exception : public exception{};
+struct [[gnu::visibility("default")]] internal_exception : public exception
+{};
 
 /** A call of sd-bus that failed, and the step it failed in.
  *
@@ -49,12 +50,12 @@ class [[gnu::visibility("default")]] SdBusError final :
     /** Takes the content of error over and leaves it empty.
      *
      *  @param prefix name of the step that failed. */
-    SdBusError(sd_bus_error * error, const char* prefix,
+    SdBusError(sd_bus_error* error, const char* prefix,
                SdBusInterface* intf = &sdbus_impl);
 
     SdBusError(const SdBusError&) = delete;
     SdBusError& operator=(const SdBusError&) = delete;
-    SdBusError(SdBusError && other);
+    SdBusError(SdBusError&& other);
     SdBusError& operator=(SdBusError&& other);
     virtual ~SdBusError();
 

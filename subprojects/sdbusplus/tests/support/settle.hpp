@@ -13,7 +13,8 @@ inline void settle(sdbusplus::bus_t& bus)
                                     "org.freedesktop.DBus.Peer", "Ping");
     bus.call_noreply(ping);
     while (bus.process_discard())
-    {}
+    {
+    }
 }
 
 } // namespace support

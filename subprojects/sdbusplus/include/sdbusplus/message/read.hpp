@@ -85,7 +85,7 @@ template <Container T>
 void readContainer(sd_bus_message* m, T& items)
 {
     using Item = Plain<typename T::value_type>;
-    if constexpr (requires(Item & item) { items.emplace_back(item); })
+    if constexpr (requires(Item& item) { items.emplace_back(item); })
     {
         readItems<Item>(m, listSteps, [&](Item&& item) {
             items.emplace_back(std::move(item));

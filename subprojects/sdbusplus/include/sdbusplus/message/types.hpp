@@ -62,14 +62,13 @@ concept Tuple = madeFrom<T, std::tuple>;
 /** A string class; what it is on the wire is for basicCode to say. */
 template <typename T>
 concept Text = std::same_as<T, std::string> || std::same_as<T, object_path> ||
-    std::same_as<T, signature>;
+               std::same_as<T, signature>;
 
 template <typename T>
 concept CText = std::same_as<T, const char*> || std::same_as<T, char*>;
 
 template <typename T>
-concept Container = !Text<T> && requires(const T& items)
-{
+concept Container = !Text<T> && requires(const T& items) {
     typename T::value_type;
     std::cbegin(items);
 };

@@ -22,7 +22,7 @@ class [[gnu::visibility("default")]] Version
     Version() = delete;
     Version(const Version&) = delete;
     Version& operator=(const Version&) = delete;
-    Version(Version &&) = delete;
+    Version(Version&&) = delete;
     Version& operator=(Version&&) = delete;
     virtual ~Version() = default;
 
