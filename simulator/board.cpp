@@ -22,9 +22,16 @@ namespace bmcsim
 static std::unique_ptr<UnitManager>
 startManager(ManagerKind kind, const PrivateDirectory& directory)
 {
-    if (kind == ManagerKind::systemd)
+    if (kind != ManagerKind::builtin)
     {
-        return std::make_unique<SystemdManager>(directory);
+        try
+        {
+            return std::make_unique<SystemdManager>(directory);
+        }
+        catch (const NoSystemd& reason)
+        {
+            withoutSystemd(kind, reason);
+        }
     }
     return std::make_unique<BuiltinManager>(directory);
 }

@@ -4,6 +4,7 @@
 #include "bus_daemon.hpp"
 #include "bus_relay.hpp"
 #include "flash_settings.hpp"
+#include "manager_kind.hpp"
 #include "private_directory.hpp"
 #include "services/service.hpp"
 #include "unit_manager.hpp"
@@ -20,17 +21,10 @@
 namespace bmcsim
 {
 
-/** Which manager runs the flash units. */
-enum class ManagerKind
-{
-    systemd,
-    builtin,
-};
-
 /** What a simulated BMC is made with. */
 struct Setup
 {
-    ManagerKind manager = ManagerKind::systemd;
+    ManagerKind manager = ManagerKind::automatic;
 
     /** The address of the bus that it joins; empty for one of its own. */
     std::string bus;

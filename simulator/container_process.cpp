@@ -15,6 +15,7 @@
 
 #include <array>
 #include <cerrno>
+#include <cstring>
 
 namespace bmcsim
 {
@@ -23,20 +24,34 @@ namespace bmcsim
 constexpr std::chrono::seconds reportPatience{60};
 constexpr std::chrono::seconds endPatience{10};
 
+/** Why there is no process namespace, by errno. */
+static NoSystemd withoutNamespace()
+{
+    const std::string systemd = "a systemd manager of its own needs ";
+    if (errno != EPERM)
+    {
+        return NoSystemd(systemd +
+                         "a process namespace: " + std::strerror(errno));
+    }
+    return NoSystemd(systemd + (geteuid() == 0
+                                    ? "CAP_SYS_ADMIN, which root lacks here"
+                                    : "root"));
+}
+
 /** As fork, but the child is the first of a process namespace where that is
  *  allowed: the kernel ends all of them with it.
+ *
+ *  @param manager  becomes the built-in one where it is not
  */
-static pid_t forkContainer(ManagerKind manager)
+static pid_t forkContainer(ManagerKind& manager)
 {
     const auto first = static_cast<pid_t>(syscall(
         SYS_clone, CLONE_NEWPID | SIGCHLD, nullptr, nullptr, nullptr, nullptr));
-    // Root in a container may have no namespaces either; systemd needs them.
-    const auto needsNamespace =
-        manager == ManagerKind::systemd && geteuid() == 0;
-    if (first >= 0 || errno != EPERM || needsNamespace)
+    if (first >= 0)
     {
-        return checked(first, "cannot have processes of its own");
+        return first;
     }
+    manager = withoutSystemd(manager, withoutNamespace());
     const auto child = checked(fork(), "fork");
     if (child == 0)
     {
@@ -45,7 +60,7 @@ static pid_t forkContainer(ManagerKind manager)
     return child;
 }
 
-ContainerProcess::ContainerProcess(const Setup& setup, const sigset_t& ends) :
+ContainerProcess::ContainerProcess(Setup setup, const sigset_t& ends) :
     process(forkContainer(setup.manager))
 {
     if (process == 0)

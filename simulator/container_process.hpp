@@ -31,7 +31,7 @@ class ContainerProcess
      *  @throw Interrupted         one of them came
      *  @throw std::runtime_error  it does not come up; what and why
      */
-    ContainerProcess(const Setup& setup, const sigset_t& ends);
+    ContainerProcess(Setup setup, const sigset_t& ends);
     ~ContainerProcess();
 
     ContainerProcess(const ContainerProcess&) = delete;

@@ -21,19 +21,27 @@ namespace
 
 using bmcsim::ManagerKind;
 
+ManagerKind managerNamed(const std::string& name)
+{
+    return name == "systemd"   ? ManagerKind::systemd
+           : name == "builtin" ? ManagerKind::builtin
+                               : ManagerKind::automatic;
+}
+
 void declareRun(CLI::App& app, std::function<int()>& action)
 {
     auto* run = app.add_subcommand(
         "run", "Run a command inside a new simulated BMC\n\n"
                "Example: wexa-bmcsim run -- wexa-fwmgr update bmc image");
-    static std::string manager = "systemd";
+    static std::string manager = "auto";
     static std::string bus;
     static std::string scenario;
     static std::vector<std::string> settings;
     static std::vector<std::string> command;
     run->add_option("--manager", manager,
-                    "What runs the flash units: systemd (as root) or builtin")
-        ->check(CLI::IsMember({"systemd", "builtin"}))
+                    "What runs the flash units: systemd, builtin, or auto (as "
+                    "without this option): systemd where it can be had")
+        ->check(CLI::IsMember({"auto", "systemd", "builtin"}))
         ->option_text("KIND");
     run->add_option("--bus", bus,
                     "Address of a bus that runs already, to live on")
@@ -61,8 +69,7 @@ void declareRun(CLI::App& app, std::function<int()>& action)
             throw CLI::RequiredError("COMMAND");
         }
         bmcsim::Setup made;
-        made.manager =
-            manager == "systemd" ? ManagerKind::systemd : ManagerKind::builtin;
+        made.manager = managerNamed(manager);
         made.bus = bus;
         try
         {

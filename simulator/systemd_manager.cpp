@@ -6,6 +6,7 @@
 #include "control_group.hpp"
 #include "flash_settings.hpp"
 #include "flash_units.hpp"
+#include "manager_kind.hpp"
 #include "patience.hpp"
 
 #include <signal.h>
@@ -19,7 +20,6 @@ namespace bmcsim
 {
 
 constexpr auto busName = "org.freedesktop.systemd1";
-constexpr auto wayOut = "; --manager builtin works without systemd";
 
 /** systemd refuses to start where it is not told that systemd runs. */
 static void pretendThatSystemdRuns()
@@ -57,15 +57,9 @@ SystemdManager::SystemdManager(const PrivateDirectory& directory) :
     directory(directory),
     client(sdbus::createSessionBusConnectionWithAddress(directory.busAddress()))
 {
-    if (geteuid() != 0)
-    {
-        throw std::runtime_error(
-            std::string("a systemd manager of its own needs root") + wayOut);
-    }
     if (access("/lib/systemd/systemd", X_OK) != 0)
     {
-        throw std::runtime_error(std::string("systemd is not installed") +
-                                 wayOut);
+        throw NoSystemd("systemd is not installed");
     }
     if (isOnTheBus())
     {
@@ -87,9 +81,8 @@ void SystemdManager::launch()
     {
         const auto said = tailOf(directory.log("systemd"));
         stop();
-        throw std::runtime_error("systemd's manager does not start" +
-                                 (said.empty() ? std::string() : ": " + said) +
-                                 wayOut);
+        throw NoSystemd("systemd's manager does not start" +
+                        (said.empty() ? std::string() : ": " + said));
     }
 }
 

@@ -9,15 +9,17 @@ namespace bmcsim
 
 /** A real systemd user manager that sees no units but the simulated BMC's.
  *
- *  It needs to be root: its own mounts hide what it must not touch of the
- *  host, and its own control group is where it keeps its processes.
+ *  Its own mounts hide what it must not touch of the host, and its own control
+ *  group is where it keeps its processes: the simulated BMC must be root in a
+ *  process namespace of its own.
  */
 class SystemdManager : public UnitManager
 {
   public:
     /** Starts it and waits until it is on the bus.
      *
-     *  @throw std::runtime_error  it does not come up; why, and the way out
+     *  @throw NoSystemd           it does not come up; why
+     *  @throw std::runtime_error  its name is taken on the bus
      */
     explicit SystemdManager(const PrivateDirectory& directory);
     ~SystemdManager() override;

@@ -40,7 +40,7 @@ TEST(BmcsimCommandLine, RefusesUnknownOptionsAndManagers)
     EXPECT_EQ(runBmcsim({"run", "--fast"}),
               usage("The following argument was not expected: --fast"));
     EXPECT_EQ(runBmcsim({"run", "--manager", "cron", "--", "true"}),
-              usage("--manager: cron not in {systemd,builtin}"));
+              usage("--manager: cron not in {auto,systemd,builtin}"));
     EXPECT_EQ(runBmcsim({"run", "--set", "security", "--", "true"}),
               usage("'security' is not NAME=VALUE, such as "
                     "security=refuse"));

@@ -149,15 +149,57 @@ TEST_P(RunFails, WithTheSignalThatComesWhileItStarts)
     }
 }
 
-TEST(RunWithFewCapabilities, OfRootHasTheBuiltinManager)
+/** A run of `true` where systemd cannot be had: as root of a container. */
+class RunWithoutSystemd : public testing::Test
 {
-    const TemporaryDirectory temporary;
-    EXPECT_EQ(run({"setpriv", "--bounding-set=-sys_admin",
-                   fromEnvironment("WEXA_BMCSIM"), "run", "--manager",
-                   "builtin", "--", "true"},
-                  {"TMPDIR=" + temporary.path().string()}),
-              (Completed{0, "", ""}));
-    EXPECT_TRUE(std::filesystem::is_empty(temporary.path()));
+  protected:
+    Completed bmcsim(const std::vector<std::string>& options) const
+    {
+        std::vector<std::string> words{"setpriv", "--bounding-set=-sys_admin",
+                                       fromEnvironment("WEXA_BMCSIM"), "run"};
+        words.insert(words.end(), options.begin(), options.end());
+        words.insert(words.end(), {"--", "true"});
+        const auto done = run(words, {"TMPDIR=" + temporary.path().string()});
+        EXPECT_TRUE(std::filesystem::is_empty(temporary.path()));
+        return done;
+    }
+
+    TemporaryDirectory temporary;
+    std::string why = "a systemd manager of its own needs CAP_SYS_ADMIN, which "
+                      "root lacks here";
+};
+
+TEST_F(RunWithoutSystemd, HasTheBuiltinManagerAndSaysWhy)
+{
+    const Completed done{0, "",
+                         "wexa-bmcsim: the built-in manager takes the place of "
+                         "systemd: " +
+                             why + "\n"};
+    EXPECT_EQ(bmcsim({}), done);
+    EXPECT_EQ(bmcsim({"--manager", "auto"}), done);
+}
+
+TEST_F(RunWithoutSystemd, SaysNothingWhereTheBuiltinManagerIsAskedFor)
+{
+    EXPECT_EQ(bmcsim({"--manager", "builtin"}), (Completed{0, "", ""}));
+}
+
+TEST_F(RunWithoutSystemd, FailsWhereSystemdIsInsistedOn)
+{
+    EXPECT_EQ(bmcsim({"--manager", "systemd"}),
+              (Completed{3, "",
+                         "wexa-bmcsim: " + why +
+                             "; --manager builtin works without systemd\n"}));
+}
+
+TEST(RunWhereSystemdIsNotInstalled, HasTheBuiltinManagerAndSaysWhy)
+{
+    EXPECT_EQ(run({"unshare", "--mount", "sh", "-c",
+                   "mount -t tmpfs none $(realpath /lib/systemd) && exec " +
+                       fromEnvironment("WEXA_BMCSIM") + " run -- true"}),
+              (Completed{0, "",
+                         "wexa-bmcsim: the built-in manager takes the place of "
+                         "systemd: systemd is not installed\n"}));
 }
 
 TEST(RunInARelativeDirectory, NamesItsBusByAWholePath)
@@ -199,8 +241,8 @@ TEST(RunOutsideOfItsControlGroups, FailsWithTheReason)
                  "/cgroup.procs; unshare --cgroup sh -c \"echo \\$\\$ "
                  ">$all/cgroup.procs; exec " +
                  fromEnvironment("WEXA_BMCSIM") +
-                 " run -- true\"; status=$?; echo $$ >$all/cgroup.procs; rmdir "
-                 "$all/" +
+                 " run --manager systemd -- true\"; status=$?; echo $$ "
+                 ">$all/cgroup.procs; rmdir $all/" +
                  group + "; exit $status"},
             {"TMPDIR=" + temporary.path().string()});
     EXPECT_EQ(done, (Completed{3, "",

@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <stdexcept>
+#include <string>
+
+namespace bmcsim
+{
+
+/** Which manager runs the flash units. */
+enum class ManagerKind
+{
+    /** systemd where it can be had, else the built-in one. */
+    automatic,
+    systemd,
+    builtin,
+};
+
+/** Why there can be no real systemd. */
+struct NoSystemd : std::runtime_error
+{
+    using std::runtime_error::runtime_error;
+};
+
+/** Goes on without systemd, and says so where it was a wish.
+ *
+ *  @return the built-in manager
+ *  @throw std::runtime_error  `wanted` is systemd and no other; the reason and
+ *         the way out
+ */
+ManagerKind withoutSystemd(ManagerKind wanted, const NoSystemd& reason);
+
+} // namespace bmcsim
