@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <memory>
 #include <regex>
 
 // The bus policy and the unit that a platform gives to its daemon. The unit
@@ -44,6 +45,7 @@ class BusWithPolicy
   public:
     explicit BusWithPolicy(const std::string& allowed)
     {
+        const auto configuration = directory.file("bus.conf");
         writeBytes(configuration, R"(<!DOCTYPE busconfig PUBLIC
  "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
  "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
@@ -70,7 +72,10 @@ class BusWithPolicy
                                       R"(</include>
 </busconfig>
 )");
-        daemon.awaitOutput("\n");
+        daemon = std::make_unique<Process>(std::vector<std::string>{
+            "dbus-daemon", "--nofork", "--config-file=" + configuration,
+            "--print-address=1"});
+        daemon->awaitOutput("\n");
         std::filesystem::permissions(directory.path(),
                                      std::filesystem::perms(0711));
     }
@@ -82,9 +87,7 @@ class BusWithPolicy
 
   private:
     TemporaryDirectory directory;
-    std::string configuration = directory.file("bus.conf");
-    Process daemon{{"dbus-daemon", "--nofork", "--config-file=" + configuration,
-                    "--print-address=1"}};
+    std::unique_ptr<Process> daemon;
 };
 
 class Policy : public testing::Test
