@@ -71,7 +71,7 @@ struct Bench
     test::PrivateBus bus;
     bench::Platform platform{bus.address()};
     test::Connection connection = bus.connect();
-    sdbusplus::bus::bus sdbusplusBus{connection.get()};
+    sdbusplus::bus_t sdbusplusBus{connection.get()};
     wexa::core::FWManagerInternal manager{sdbusplusBus};
 
     std::unique_ptr<Peer> plain = bench::plainSdBus(connection.get());

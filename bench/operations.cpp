@@ -281,7 +281,7 @@ void addStateChanges(Operations& all, FWManagerInternal& manager, sd_bus* bus)
                        [=, &manager] {
                            check(sd_bus_message_rewind(signal.get(), 1),
                                  "rewind");
-                           sdbusplus::message::message message(signal.get());
+                           sdbusplus::message_t message(signal.get());
                            require((manager.*operation)(message) == 0);
                        },
                        [=](Peer&) { readJobRemoved(signal.get()); }});

@@ -85,7 +85,7 @@ int main(int argc, char** argv)
     {
         return report.fail(orInterruption(failure));
     }
-    catch (const sdbusplus::exception::exception& error)
+    catch (const sdbusplus::exception_t& error)
     {
         return report.fail(orInterruption(
             {ExitStatus::callFailed, error.what(),

@@ -59,8 +59,8 @@ class SdbusplusDirectly : public Peer
 
   private:
     template <typename... Arguments>
-    sdbusplus::message::message send(const RemoteMethod& method,
-                                     const Arguments&... arguments)
+    sdbusplus::message_t send(const RemoteMethod& method,
+                              const Arguments&... arguments)
     {
         auto call = bus.new_method_call(method.service, method.path,
                                         method.interface, method.member);
@@ -84,7 +84,7 @@ class SdbusplusDirectly : public Peer
             property.interface, property.member));
     }
 
-    sdbusplus::bus::bus bus;
+    sdbusplus::bus_t bus;
 };
 
 } // namespace

@@ -70,7 +70,7 @@ int Reference::UpdateBIOS(const std::string& image, VersionPurpose,
     }
 }
 
-int Reference::onBIOSStateChange(sdbusplus::message::message& jobRemoved)
+int Reference::onBIOSStateChange(sdbusplus::message_t& jobRemoved)
 {
     return jobOutcome(jobRemoved);
 }

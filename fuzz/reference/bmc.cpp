@@ -50,7 +50,7 @@ int Reference::UpdateBMC(const std::string& image, VersionPurpose,
     }
 }
 
-int Reference::onBMCStateChange(sdbusplus::message::message& jobRemoved)
+int Reference::onBMCStateChange(sdbusplus::message_t& jobRemoved)
 {
     return jobOutcome(jobRemoved);
 }

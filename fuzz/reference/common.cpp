@@ -27,7 +27,7 @@ int Reference::verify(const char* member, const std::string& image)
     }
 }
 
-int Reference::jobOutcome(sdbusplus::message::message& jobRemoved)
+int Reference::jobOutcome(sdbusplus::message_t& jobRemoved)
 {
     auto* const message = jobRemoved.get();
     const auto job = readNumber(message);

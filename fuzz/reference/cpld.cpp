@@ -208,7 +208,7 @@ int Reference::UpdateCPLD(const std::string& image, VersionPurpose,
     }
 }
 
-int Reference::onCPLDStateChange(sdbusplus::message::message& jobRemoved)
+int Reference::onCPLDStateChange(sdbusplus::message_t& jobRemoved)
 {
     return jobOutcome(jobRemoved);
 }

@@ -31,7 +31,7 @@ class Reference
     int VerifyBMC(const std::string& image, VersionPurpose purpose,
                   const std::string&);
     int UpdateBMC(const std::string& image, VersionPurpose, const std::string&);
-    int onBMCStateChange(sdbusplus::message::message& jobRemoved);
+    int onBMCStateChange(sdbusplus::message_t& jobRemoved);
     void onBMCUpdateSuccess();
     UploadResult processUploadBmcImage(const std::string& image, int,
                                        const std::string&);
@@ -43,7 +43,7 @@ class Reference
                       const std::string&);
     int UpdateBIOS(const std::string& image, VersionPurpose,
                    const std::string&);
-    int onBIOSStateChange(sdbusplus::message::message& jobRemoved);
+    int onBIOSStateChange(sdbusplus::message_t& jobRemoved);
     void onBIOSUpdateSuccess();
     UploadResult processUploadBiosImage(const std::string& image, int,
                                         const std::string&);
@@ -58,7 +58,7 @@ class Reference
                    const std::string& component);
     int UpdateCPLD(const std::string& image, VersionPurpose,
                    const std::string& component);
-    int onCPLDStateChange(sdbusplus::message::message& jobRemoved);
+    int onCPLDStateChange(sdbusplus::message_t& jobRemoved);
     void onCPLDUpdateSuccess();
     int onCPLDNotifiedSignal(const std::string&);
     UploadResult processUploadCpldImage(const std::string& image, int,
@@ -69,7 +69,7 @@ class Reference
 
   private:
     int verify(const char* member, const std::string& image);
-    int jobOutcome(sdbusplus::message::message& jobRemoved);
+    int jobOutcome(sdbusplus::message_t& jobRemoved);
     Message newStartUnit();
     /** Adds the arguments, and has systemd start what is `launched`. */
     Message start(const Message& startUnit);

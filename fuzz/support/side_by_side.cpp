@@ -84,7 +84,7 @@ Message SideBySide::newJobRemoved() const
 
 std::string SideBySide::compareJobRemoved(sd_bus_message* signal)
 {
-    sdbusplus::message::message message{signal};
+    sdbusplus::message_t message{signal};
     std::string outcome;
     const auto compareWith = [&](const char* what, auto onStateChange) {
         outcome = compare(what, [&](auto& subject) {

@@ -77,7 +77,7 @@ class SideBySide
 
     test::Transcript transcript;
     Platform libraryPlatform;
-    sdbusplus::bus::bus connection{libraryPlatform.bus()};
+    sdbusplus::bus_t connection{libraryPlatform.bus()};
     wexa::core::FWManagerInternal library{connection};
 };
 

@@ -9,7 +9,7 @@
 namespace wexa::core
 {
 
-void addApplyTime(sdbusplus::bus::bus& bus, UploadResult& result)
+void addApplyTime(sdbusplus::bus_t& bus, UploadResult& result)
 {
     constexpr auto path = "/xyz/openbmc_project/software/apply_time";
     constexpr auto interface = "xyz.openbmc_project.Software.ApplyTime";

@@ -14,6 +14,6 @@ namespace wexa::core
  *
  *  @throw sdbusplus::exception::SdBusError  the call cannot be created
  */
-void addApplyTime(sdbusplus::bus::bus& bus, UploadResult& result);
+void addApplyTime(sdbusplus::bus_t& bus, UploadResult& result);
 
 } // namespace wexa::core

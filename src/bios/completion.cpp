@@ -7,7 +7,7 @@
 namespace wexa::core
 {
 
-int FWManagerInternal::onBIOSStateChange(sdbusplus::message::message& msg)
+int FWManagerInternal::onBIOSStateChange(sdbusplus::message_t& msg)
 {
     return finishedJobOutcome(msg, serviceFile);
 }

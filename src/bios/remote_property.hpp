@@ -13,7 +13,7 @@ namespace wexa::core
  *
  *  @throw sdbusplus::exception::SdBusError  it cannot be created
  */
-inline auto newGetCall(sdbusplus::bus::bus& bus, const char* service,
+inline auto newGetCall(sdbusplus::bus_t& bus, const char* service,
                        const char* path, const char* interface,
                        const char* property)
 {
@@ -28,7 +28,7 @@ inline auto newGetCall(sdbusplus::bus::bus& bus, const char* service,
  *  @throw RemoteError  the call failed, or its reply is no variant
  */
 template <typename Value>
-Value propertyFrom(sdbusplus::bus::bus& bus, sdbusplus::message::message& call)
+Value propertyFrom(sdbusplus::bus_t& bus, sdbusplus::message_t& call)
 {
     return std::get<Value>(callFor<std::variant<Value>>(bus, call));
 }

@@ -7,7 +7,7 @@
 namespace wexa::core
 {
 
-int FWManagerInternal::onBMCStateChange(sdbusplus::message::message& msg)
+int FWManagerInternal::onBMCStateChange(sdbusplus::message_t& msg)
 {
     return finishedJobOutcome(msg, serviceFile);
 }

@@ -11,8 +11,6 @@
 namespace wexa::core
 {
 
-using sdbusplus::xyz::openbmc_project::Software::server::Version;
-
 int FWManagerInternal::VerifyBMC(std::string imagePath, VersionPurpose purpose,
                                  std::string)
 {
@@ -22,7 +20,7 @@ int FWManagerInternal::VerifyBMC(std::string imagePath, VersionPurpose purpose,
     if (purpose != VersionPurpose::BMC)
     {
         log::progress("Unsupport image type: {} !!\n",
-                      Version::convertVersionPurposeToString(purpose));
+                      convertForMessage(purpose));
         return -EINVAL;
     }
 

@@ -10,11 +10,15 @@
 namespace wexa::core
 {
 
-int finishedJobOutcome(sdbusplus::message::message& jobRemoved,
+int finishedJobOutcome(sdbusplus::message_t& jobRemoved,
                        const std::string& serviceFile)
 {
+    // Its namespace depends on the release of sdbusplus.
+    using namespace sdbusplus;
+    using namespace sdbusplus::message;
+
     std::uint32_t id{};
-    sdbusplus::message::object_path path;
+    object_path path;
     std::string unit;
     std::string result;
     jobRemoved.read(id, path, unit, result);

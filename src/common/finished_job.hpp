@@ -17,7 +17,7 @@ namespace wexa::core
  *  @throw sdbusplus::exception::SdBusError  the body is not `uoss`; nothing
  *         was logged
  */
-int finishedJobOutcome(sdbusplus::message::message& jobRemoved,
+int finishedJobOutcome(sdbusplus::message_t& jobRemoved,
                        const std::string& serviceFile);
 
 } // namespace wexa::core

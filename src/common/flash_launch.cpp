@@ -11,7 +11,7 @@
 namespace wexa::core
 {
 
-sdbusplus::message::message newStartUnitCall(sdbusplus::bus::bus& bus)
+sdbusplus::message_t newStartUnitCall(sdbusplus::bus_t& bus)
 {
     return newCall(bus,
                    {"org.freedesktop.systemd1", "/org/freedesktop/systemd1",
@@ -35,7 +35,7 @@ std::string flashUnitName(std::string_view unitTemplate,
     return name.append(imagePath).append(".service");
 }
 
-int startUnit(sdbusplus::bus::bus& bus, sdbusplus::message::message& call,
+int startUnit(sdbusplus::bus_t& bus, sdbusplus::message_t& call,
               const std::string& unit, const char* device)
 {
     call.append(unit, "replace");

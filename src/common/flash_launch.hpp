@@ -18,7 +18,7 @@ namespace wexa::core
  *
  *  @throw sdbusplus::exception::SdBusError  it cannot be created
  */
-sdbusplus::message::message newStartUnitCall(sdbusplus::bus::bus& bus);
+sdbusplus::message_t newStartUnitCall(sdbusplus::bus_t& bus);
 
 /** The name of a flash unit.
  *
@@ -38,7 +38,7 @@ std::string flashUnitName(std::string_view unitTemplate,
  *  @param device  what the log calls the flashed device
  *  @return 0 accepted; -EIO the call failed (logged)
  */
-int startUnit(sdbusplus::bus::bus& bus, sdbusplus::message::message& call,
+int startUnit(sdbusplus::bus_t& bus, sdbusplus::message_t& call,
               const std::string& unit, const char* device);
 
 } // namespace wexa::core

@@ -4,6 +4,6 @@
 namespace wexa::core
 {
 
-FWManagerInternal::FWManagerInternal(sdbusplus::bus::bus& bus) : bus(bus) {}
+FWManagerInternal::FWManagerInternal(sdbusplus::bus_t& bus) : bus(bus) {}
 
 } // namespace wexa::core

@@ -24,7 +24,7 @@ namespace wexa::core
 {
 
 /** What the guarded region of a remote call catches. */
-using RemoteError = sdbusplus::exception::exception;
+using RemoteError = sdbusplus::exception_t;
 
 /** A method of a remote object, by its D-Bus names. */
 struct RemoteMethod
@@ -36,7 +36,7 @@ struct RemoteMethod
 };
 
 /** Step 1. */
-inline auto newCall(sdbusplus::bus::bus& bus, const RemoteMethod& method)
+inline auto newCall(sdbusplus::bus_t& bus, const RemoteMethod& method)
 {
     return bus.new_method_call(method.service, method.path, method.interface,
                                method.member);
@@ -48,7 +48,7 @@ inline auto newCall(sdbusplus::bus::bus& bus, const RemoteMethod& method)
  *  @throw RemoteError  the call failed, or the value has another type
  */
 template <typename Value>
-Value callFor(sdbusplus::bus::bus& bus, sdbusplus::message::message& call)
+Value callFor(sdbusplus::bus_t& bus, sdbusplus::message_t& call)
 {
     Value value{};
     bus.call(call).read(value);

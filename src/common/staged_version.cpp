@@ -9,7 +9,7 @@
 namespace wexa::core
 {
 
-bool recordStagedVersion(sdbusplus::bus::bus& bus, const char* property,
+bool recordStagedVersion(sdbusplus::bus_t& bus, const char* property,
                          const std::string& version)
 {
     constexpr auto path = "/xyz/openbmc_project/fwinfo";

@@ -15,7 +15,7 @@ namespace wexa::core
  *  @return whether it was recorded; a failure was logged
  *  @throw sdbusplus::exception::SdBusError  the call cannot be created
  */
-bool recordStagedVersion(sdbusplus::bus::bus& bus, const char* property,
+bool recordStagedVersion(sdbusplus::bus_t& bus, const char* property,
                          const std::string& version);
 
 } // namespace wexa::core

@@ -11,7 +11,7 @@
 namespace wexa::core
 {
 
-int verifyBySecurityManager(sdbusplus::bus::bus& bus, const char* member,
+int verifyBySecurityManager(sdbusplus::bus_t& bus, const char* member,
                             const std::string& imagePath)
 {
     auto call =

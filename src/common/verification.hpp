@@ -14,7 +14,7 @@ namespace wexa::core
  *  @return 0 it is; -EPERM it is not; -EIO the call failed (logged)
  *  @throw sdbusplus::exception::SdBusError  the call cannot be created
  */
-int verifyBySecurityManager(sdbusplus::bus::bus& bus, const char* member,
+int verifyBySecurityManager(sdbusplus::bus_t& bus, const char* member,
                             const std::string& imagePath);
 
 } // namespace wexa::core

@@ -6,7 +6,7 @@
 namespace wexa::core
 {
 
-int FWManagerInternal::onCPLDStateChange(sdbusplus::message::message& msg)
+int FWManagerInternal::onCPLDStateChange(sdbusplus::message_t& msg)
 {
     return finishedJobOutcome(msg, serviceFile);
 }

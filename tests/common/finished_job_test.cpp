@@ -18,8 +18,7 @@ using wexa::core::VersionPurpose;
 namespace
 {
 
-using StateChange =
-    int (FWManagerInternal::*)(sdbusplus::message::message& msg);
+using StateChange = int (FWManagerInternal::*)(sdbusplus::message_t& msg);
 
 struct Handler
 {
@@ -45,7 +44,7 @@ class FinishedJob :
         sent();
     }
 
-    int handle(sdbusplus::message::message signal)
+    int handle(sdbusplus::message_t signal)
     {
         return (manager.*GetParam().handle)(signal);
     }

@@ -179,9 +179,13 @@ class FlashUnderSystemd : public testing::TestWithParam<Row>
 
     void onJobRemoved(sd_bus_message* signal)
     {
-        sdbusplus::message::message message{signal};
+        // The namespace of object_path depends on the release of sdbusplus.
+        using namespace sdbusplus;
+        using namespace sdbusplus::message;
+
+        message_t message{signal};
         std::uint32_t id{};
-        sdbusplus::message::object_path path;
+        object_path path;
         std::string ended;
         std::string result;
         message.read(id, path, ended, result);
@@ -267,7 +271,7 @@ class FlashUnderSystemd : public testing::TestWithParam<Row>
     const std::string gate = flashed + ".now";
     Transcript transcript;
     Connection raw = connectTo(board->busAddress());
-    sdbusplus::bus::bus connection{raw.get()};
+    sdbusplus::bus_t connection{raw.get()};
     Manager manager{connection};
     std::vector<std::string> results;
 };

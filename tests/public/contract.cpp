@@ -12,7 +12,7 @@ using std::string;
 using namespace wexa::core;
 using Manager = FWManagerInternal;
 using Type = Manager::UPLOAD_IMG_TYPE;
-using Job = sdbusplus::message::message;
+using Job = sdbusplus::message_t;
 
 template <auto operation, typename Result, typename... Parameters>
 constexpr bool is =
@@ -59,9 +59,9 @@ static_assert(std::is_same_v<UploadResult, std::map<string, string>>);
 
 static_assert(Manager::UPLOAD_IMG_BMC == 0 && Manager::UPLOAD_IMG_BIOS == 1 &&
               Manager::UPLOAD_IMG_CPLD == 2);
-static_assert(std::is_convertible_v<sdbusplus::bus::bus&, Manager>);
+static_assert(std::is_convertible_v<sdbusplus::bus_t&, Manager>);
 
-void construct(void* where, sdbusplus::bus::bus& bus)
+void construct(void* where, sdbusplus::bus_t& bus)
 {
     new (where) Manager(bus);
 }

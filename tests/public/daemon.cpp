@@ -15,8 +15,8 @@
 #include <stdexcept>
 #include <system_error>
 
-using sdbusplus::message::message;
-using Match = sdbusplus::bus::match::match;
+using sdbusplus::message_t;
+using Match = sdbusplus::bus::match_t;
 using wexa::core::FWManagerInternal;
 
 using Clock = std::chrono::steady_clock;
@@ -91,7 +91,7 @@ class Daemon
                 handleSignals();
                 return answer;
             }
-            catch (const sdbusplus::exception::exception& error)
+            catch (const sdbusplus::exception_t& error)
             {
                 // An error of its own is an answer: it forgot the unit.
                 if (Clock::now() >= deadline ||
@@ -116,9 +116,9 @@ class Daemon
      *  every match: the sender's unique name tells who sent it.
      */
     Match hear(const std::string& rule, const std::string& sender,
-               std::function<void(message&)> handle)
+               std::function<void(message_t&)> handle)
     {
-        return {bus, "type='signal'," + rule, [=, &sender](message& signal) {
+        return {bus, "type='signal'," + rule, [=, &sender](message_t& signal) {
                     try
                     {
                         if (sender == signal.get_sender())
@@ -134,17 +134,17 @@ class Daemon
     }
 
     std::chrono::seconds patience;
-    sdbusplus::bus::bus bus = sdbusplus::bus::new_default();
+    sdbusplus::bus_t bus = sdbusplus::bus::new_default();
     FWManagerInternal library{bus};
     int outcome = 0;
     std::string owner; // who has systemd's name now
     Match owners = hear("member='NameOwnerChanged',arg0='" + systemd + "'",
-                        dbus, [this](message& change) {
+                        dbus, [this](message_t& change) {
                             std::string name;
                             std::string before;
                             change.read(name, before, owner);
                         });
-    Match jobs = hear("member='JobRemoved'", owner, [this](message& job) {
+    Match jobs = hear("member='JobRemoved'", owner, [this](message_t& job) {
         outcome = outcome == 0 ? library.onBMCStateChange(job) : outcome;
     });
 };

@@ -17,16 +17,24 @@ const std::string systemd = "org.freedesktop.systemd1";
 
 /** Calls a method, and returns its reply; throws where that fails. */
 template <typename... Arguments>
-sdbusplus::message::message
-call(sdbusplus::bus::bus& bus, const std::string& service,
-     const std::string& path, const std::string& interface, const char* member,
-     const Arguments&... arguments)
+sdbusplus::message_t call(sdbusplus::bus_t& bus, const std::string& service,
+                          const std::string& path, const std::string& interface,
+                          const char* member, const Arguments&... arguments)
 {
     auto made = bus.new_method_call(service.c_str(), path.c_str(),
                                     interface.c_str(), member);
     made.append(arguments...);
     return bus.call(made);
 }
+
+namespace release // of sdbusplus: it decides where object_path is
+{
+using namespace sdbusplus;
+using namespace sdbusplus::message;
+using Path = object_path;
+} // namespace release
+
+using release::Path;
 
 /** A flash unit, as systemd itself tells of it. Make it before the
  *  launch. It throws where systemd does not answer.
@@ -35,7 +43,7 @@ class FlashUnit
 {
   public:
     /** @param device  such as "obmc-flash-bmc-rot2@bmc_rot2" */
-    FlashUnit(sdbusplus::bus::bus& bus, const std::string& device,
+    FlashUnit(sdbusplus::bus_t& bus, const std::string& device,
               std::string image) : bus(bus), device{device + "*"}
     {
         std::ranges::replace(image, '/', '-');
@@ -87,14 +95,13 @@ class FlashUnit
     }
 
   private:
-    using Path = sdbusplus::message::object_path;
     using Values =
         std::map<std::string, std::variant<std::string, bool, std::int32_t,
                                            std::vector<std::uint8_t>>>;
 
     template <typename... Arguments>
-    sdbusplus::message::message manage(const char* member,
-                                       const Arguments&... arguments)
+    sdbusplus::message_t manage(const char* member,
+                                const Arguments&... arguments)
     {
         return call(bus, systemd, "/org/freedesktop/systemd1",
                     systemd + ".Manager", member, arguments...);
@@ -110,7 +117,7 @@ class FlashUnit
         return values;
     }
 
-    sdbusplus::bus::bus& bus;
+    sdbusplus::bus_t& bus;
     std::vector<std::string> device;
     std::string name;
     Values before;

@@ -48,7 +48,7 @@ class Flashed : public testing::Test
     Simulation bmc;
     Images images;
     Connection connection = connectTo(bmc.busAddress());
-    sdbusplus::bus::bus bus{connection.get()};
+    sdbusplus::bus_t bus{connection.get()};
     FWManagerInternal library{bus};
 };
 
@@ -121,11 +121,11 @@ TEST_F(Flashed, IsOneImageAtATimeWhereTheUnitHasALock)
     bmc.awaitFlash("bmc");
 
     int outcome = 0;
-    const sdbusplus::bus::match::match jobs(
-        bus, "type='signal',member='JobRemoved'",
-        [&](sdbusplus::message::message& job) {
-            outcome = library.onBMCStateChange(job);
-        });
+    const sdbusplus::bus::match_t jobs(bus, "type='signal',member='JobRemoved'",
+                                       [&](sdbusplus::message_t& job) {
+                                           outcome =
+                                               library.onBMCStateChange(job);
+                                       });
     ASSERT_EQ(launch(images.make("other", {"--kind", "bmc", "--version", "2"})),
               0);
     processUntil(connection.get(), [&] { return outcome != 0; });

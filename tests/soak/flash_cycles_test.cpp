@@ -37,7 +37,7 @@ class FlashCycles : public testing::Test
     static int heard(sd_bus_message* signal, void* test, sd_bus_error*)
     {
         auto& cycles = *static_cast<FlashCycles*>(test);
-        sdbusplus::message::message message{signal};
+        sdbusplus::message_t message{signal};
         const auto outcome = cycles.manager.onBMCStateChange(message);
         cycles.outcome = std::max(cycles.outcome, outcome);
         return 0;
@@ -54,7 +54,7 @@ class FlashCycles : public testing::Test
     Simulation board;
     Transcript transcript;
     Connection raw = connectTo(board.busAddress());
-    sdbusplus::bus::bus connection{raw.get()};
+    sdbusplus::bus_t connection{raw.get()};
     FWManagerInternal manager{connection};
     int outcome = 0;
 };

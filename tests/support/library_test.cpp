@@ -41,19 +41,19 @@ std::string LibraryTest::rememberedUnit()
     return line.substr(label.size());
 }
 
-sdbusplus::message::message
+sdbusplus::message_t
 LibraryTest::signalWith(const std::function<void(sd_bus_message*)>& append)
 {
     auto signal = systemd_manager::newJobRemoved(raw.get());
     append(signal.get());
     // Only a sealed message can be read.
     check(sd_bus_message_seal(signal.get(), 1, 0), "sd_bus_message_seal");
-    return sdbusplus::message::message{signal.release(), std::false_type{}};
+    return sdbusplus::message_t{signal.release(), std::false_type{}};
 }
 
-sdbusplus::message::message LibraryTest::jobRemoved(std::uint32_t id,
-                                                    const std::string& unit,
-                                                    const std::string& result)
+sdbusplus::message_t LibraryTest::jobRemoved(std::uint32_t id,
+                                             const std::string& unit,
+                                             const std::string& result)
 {
     return signalWith([&](sd_bus_message* signal) {
         check(sd_bus_message_append(signal, "uoss", id,
@@ -63,7 +63,7 @@ sdbusplus::message::message LibraryTest::jobRemoved(std::uint32_t id,
     });
 }
 
-sdbusplus::bus::bus unconnected()
+sdbusplus::bus_t unconnected()
 {
     return {nullptr, std::false_type{}};
 }

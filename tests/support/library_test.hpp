@@ -58,18 +58,17 @@ class LibraryTest : public testing::Test
     std::string rememberedUnit();
 
     /** A JobRemoved signal of systemd's manager, as it is received. */
-    sdbusplus::message::message jobRemoved(std::uint32_t id,
-                                           const std::string& unit,
-                                           const std::string& result);
+    sdbusplus::message_t jobRemoved(std::uint32_t id, const std::string& unit,
+                                    const std::string& result);
 
     /** A received signal with a body of the test's choice. */
-    sdbusplus::message::message
+    sdbusplus::message_t
     signalWith(const std::function<void(sd_bus_message*)>& append);
 
     PrivateBus bus;
     Transcript transcript;
     Connection raw = bus.connect();
-    sdbusplus::bus::bus connection{raw.get()};
+    sdbusplus::bus_t connection{raw.get()};
     BusTraffic traffic;
     std::map<std::string, std::unique_ptr<ScriptedService>> services;
     wexa::core::FWManagerInternal manager{connection};
@@ -78,7 +77,7 @@ class LibraryTest : public testing::Test
 /** A connection on which no method call can be created, and the text of the
  *  exception that says so.
  */
-sdbusplus::bus::bus unconnected();
+sdbusplus::bus_t unconnected();
 constexpr auto creationFailure =
     "sd_bus_message_new_method_call: System.Error.ENOTCONN: "
     "Transport endpoint is not connected";

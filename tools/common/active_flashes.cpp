@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "active_flashes.hpp"
 
+#include "object_path.hpp"
 #include "patience.hpp"
 #include "systemd.hpp"
 
@@ -9,16 +10,15 @@
 #include <cstdint>
 #include <tuple>
 
-std::vector<std::string> activeFlashes(sdbusplus::bus::bus& bus,
+std::vector<std::string> activeFlashes(sdbusplus::bus_t& bus,
                                        const std::string& beginning)
 {
-    using Path = sdbusplus::message::object_path;
     /** Name, description, load, active and sub state, followed unit, object,
      *  job, its type, its object.
      */
     using Unit = std::tuple<std::string, std::string, std::string, std::string,
-                            std::string, std::string, Path, std::uint32_t,
-                            std::string, Path>;
+                            std::string, std::string, ObjectPath, std::uint32_t,
+                            std::string, ObjectPath>;
 
     auto call =
         bus.new_method_call(systemd::service, systemd::path,

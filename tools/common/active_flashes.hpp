@@ -9,7 +9,7 @@
 /** The flash units that run, or are about to.
  *
  *  @param beginning  of the names of the units that are asked for
- *  @throw sdbusplus::exception::exception  systemd does not tell
+ *  @throw sdbusplus::exception_t  systemd does not tell
  */
-std::vector<std::string> activeFlashes(sdbusplus::bus::bus& bus,
+std::vector<std::string> activeFlashes(sdbusplus::bus_t& bus,
                                        const std::string& beginning);

@@ -46,7 +46,7 @@ static Failure unreachable(const std::string& address, int error)
                          "start it, or name another with --bus");
 }
 
-sdbusplus::bus::bus connectTo(const std::string& address)
+sdbusplus::bus_t connectTo(const std::string& address)
 {
     sd_bus* bus = nullptr;
     auto result = address == "system" ? sd_bus_open_system(&bus)

@@ -10,4 +10,4 @@
  *  @param address  a D-Bus address, or "system" for the system bus
  *  @throw Failure  it cannot be reached
  */
-sdbusplus::bus::bus connectTo(const std::string& address);
+sdbusplus::bus_t connectTo(const std::string& address);

@@ -67,7 +67,7 @@ Record readRecord(sd_bus_message* message)
 
 } // namespace
 
-Registry readRegistry(sdbusplus::bus::bus& bus, sdbusplus::SdBusDuration limit)
+Registry readRegistry(sdbusplus::bus_t& bus, sdbusplus::SdBusDuration limit)
 {
     auto call = bus.new_method_call(service, managerPath, managerInterface,
                                     "bindedDevices");

@@ -39,9 +39,9 @@ struct AnotherType : std::runtime_error
  *
  *  @param limit  0: as long as the connection lets a call take
  *  @throw AnotherType
- *  @throw sdbusplus::exception::exception  the call failed
+ *  @throw sdbusplus::exception_t  the call failed
  */
-Registry readRegistry(sdbusplus::bus::bus& bus, sdbusplus::SdBusDuration limit);
+Registry readRegistry(sdbusplus::bus_t& bus, sdbusplus::SdBusDuration limit);
 
 /** Why the object of a component cannot be called, if it cannot. */
 std::optional<std::string> faultOfPath(const std::string& component,

@@ -4,12 +4,12 @@
 #include "patience.hpp"
 #include "systemd.hpp"
 
-LoadedUnit::LoadedUnit(sdbusplus::bus::bus& bus, const std::string& name)
+LoadedUnit::LoadedUnit(sdbusplus::bus_t& bus, const std::string& name)
 {
     auto call = bus.new_method_call(systemd::service, systemd::path,
                                     systemd::managerInterface, "LoadUnit");
     call.append(name);
-    sdbusplus::message::object_path path;
+    ObjectPath path;
     bus.call(call, patience).read(path);
     object = path.str;
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "object_path.hpp"
+
 #include <sdbusplus/bus.hpp>
 #include <sdbusplus/message.hpp>
 
@@ -34,13 +36,13 @@ class LoadedUnit
         std::tuple<std::vector<std::int32_t>, std::vector<std::int32_t>>;
 
     /** The job of a unit: its number, 0 for none, and its object. */
-    using Job = std::tuple<std::uint32_t, sdbusplus::message::object_path>;
+    using Job = std::tuple<std::uint32_t, ObjectPath>;
 
     /** Has systemd load it, and takes its properties as they are now.
      *
-     *  @throw sdbusplus::exception::exception  systemd does not tell them
+     *  @throw sdbusplus::exception_t  systemd does not tell them
      */
-    LoadedUnit(sdbusplus::bus::bus& bus, const std::string& name);
+    LoadedUnit(sdbusplus::bus_t& bus, const std::string& name);
 
     /** The path of its D-Bus object. */
     const std::string& path() const

@@ -94,11 +94,10 @@ ToldValue nextValueOf(sd_bus_message* message)
     return {whole, ""};
 }
 
-ToldValue nextValueOf(sdbusplus::message::message& message)
+ToldValue nextValueOf(sdbusplus::message_t& message)
 {
     const std::unique_ptr<sd_bus_message, decltype(&sd_bus_message_unref)>
-        another(sdbusplus::message::message(message).release(),
-                sd_bus_message_unref);
+        another(sdbusplus::message_t(message).release(), sd_bus_message_unref);
     return nextValueOf(another.get());
 }
 
@@ -113,7 +112,7 @@ std::string anotherTypeInWords(const ToldValue& value,
     return came + ", where '" + expected + "' is expected";
 }
 
-ToldValue propertyAt(sdbusplus::bus::bus& bus, const Place& place,
+ToldValue propertyAt(sdbusplus::bus_t& bus, const Place& place,
                      const char* property)
 {
     auto call = bus.new_method_call(place.service, place.path,

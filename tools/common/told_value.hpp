@@ -26,7 +26,7 @@ std::string anotherTypeInWords(const ToldValue& value,
  *  @return of no type where there is no further value
  */
 ToldValue nextValueOf(sd_bus_message* message);
-ToldValue nextValueOf(sdbusplus::message::message& message);
+ToldValue nextValueOf(sdbusplus::message_t& message);
 
 /** Where a property is read. */
 struct Place
@@ -38,7 +38,7 @@ struct Place
 
 /** Reads a property.
  *
- *  @throw sdbusplus::exception::exception  the service does not tell it
+ *  @throw sdbusplus::exception_t  the service does not tell it
  */
-ToldValue propertyAt(sdbusplus::bus::bus& bus, const Place& place,
+ToldValue propertyAt(sdbusplus::bus_t& bus, const Place& place,
                      const char* property);

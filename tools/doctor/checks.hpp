@@ -16,29 +16,29 @@ using Kinds = std::set<std::string>;
 void checkLibraries(Findings& findings, const Kinds& kinds);
 
 /** The services that judge images and keep what is known of them. */
-void checkSecurityManager(Findings& findings, sdbusplus::bus::bus& bus,
+void checkSecurityManager(Findings& findings, sdbusplus::bus_t& bus,
                           const Kinds& kinds);
-void checkFirmwareInformation(Findings& findings, sdbusplus::bus::bus& bus,
+void checkFirmwareInformation(Findings& findings, sdbusplus::bus_t& bus,
                               const Kinds& kinds);
-void checkHost(Findings& findings, sdbusplus::bus::bus& bus);
-void checkSettings(Findings& findings, sdbusplus::bus::bus& bus);
+void checkHost(Findings& findings, sdbusplus::bus_t& bus);
+void checkSettings(Findings& findings, sdbusplus::bus_t& bus);
 
 /** The CPLD update manager, its registry and the objects of its devices.
  *
  *  @return the components of the registry
  */
-cpld::Registry checkCplds(Findings& findings, sdbusplus::bus::bus& bus);
+cpld::Registry checkCplds(Findings& findings, sdbusplus::bus_t& bus);
 
 /** systemd, and whether the flash units are installed and honest: that a job
  *  which systemd calls done has flashed the image.
  *
  *  @param systemctl  the command that reaches this systemd
  */
-void checkFlashUnits(Findings& findings, sdbusplus::bus::bus& bus,
+void checkFlashUnits(Findings& findings, sdbusplus::bus_t& bus,
                      const Kinds& kinds, const std::string& systemctl);
 
 /** Whether something is being flashed. */
-void checkRunningFlashes(Findings& findings, sdbusplus::bus::bus& bus,
+void checkRunningFlashes(Findings& findings, sdbusplus::bus_t& bus,
                          const Kinds& kinds);
 
 /** Which paths images may have.

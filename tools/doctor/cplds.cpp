@@ -11,7 +11,7 @@ static const Need registryNeed{Level::failure,
                                "no CPLD can be listed, verified or updated"};
 
 /** Asks for the registry; a finding where it cannot be had. */
-static cpld::Registry registered(Findings& findings, sdbusplus::bus::bus& bus)
+static cpld::Registry registered(Findings& findings, sdbusplus::bus_t& bus)
 {
     try
     {
@@ -22,7 +22,7 @@ static cpld::Registry registered(Findings& findings, sdbusplus::bus::bus& bus)
         addWrong(findings, registryNeed, fault.what(),
                  "update the CPLD update manager");
     }
-    catch (const sdbusplus::exception::exception& error)
+    catch (const sdbusplus::exception_t& error)
     {
         addWrong(findings, registryNeed,
                  std::string("bindedDevices fails (") + error.name() + ")",
@@ -52,7 +52,7 @@ static bool checkPath(Findings& findings, const std::string& component,
 }
 
 /** Asks a device for the version that it runs, which changes nothing. */
-static void checkRunningVersion(Findings& findings, sdbusplus::bus::bus& bus,
+static void checkRunningVersion(Findings& findings, sdbusplus::bus_t& bus,
                                 const std::string& path, const Need& need)
 {
     try
@@ -64,7 +64,7 @@ static void checkRunningVersion(Findings& findings, sdbusplus::bus::bus& bus,
         bus.call(call, patience).read(version);
         findings.ok("it runs version " + version);
     }
-    catch (const sdbusplus::exception::exception& error)
+    catch (const sdbusplus::exception_t& error)
     {
         addWrong(findings, need,
                  std::string("readMBVersionString fails (") + error.name() +
@@ -73,7 +73,7 @@ static void checkRunningVersion(Findings& findings, sdbusplus::bus::bus& bus,
     }
 }
 
-static void checkDevice(Findings& findings, sdbusplus::bus::bus& bus,
+static void checkDevice(Findings& findings, sdbusplus::bus_t& bus,
                         const std::string& component,
                         const cpld::Record& record)
 {
@@ -105,7 +105,7 @@ static void checkDevice(Findings& findings, sdbusplus::bus::bus& bus,
     }
 }
 
-cpld::Registry checkCplds(Findings& findings, sdbusplus::bus::bus& bus)
+cpld::Registry checkCplds(Findings& findings, sdbusplus::bus_t& bus)
 {
     if (!isOnTheBus(findings, bus, cpld::service, registryNeed))
     {

@@ -28,8 +28,8 @@ static Kinds kindsOf(const Request& request)
     return all;
 }
 
-static std::optional<sdbusplus::bus::bus>
-connectedTo(const std::string& address, Findings& findings)
+static std::optional<sdbusplus::bus_t> connectedTo(const std::string& address,
+                                                   Findings& findings)
 {
     findings.area("bus");
     try
@@ -54,7 +54,7 @@ struct Section
     const char* area;
     /** The kinds of firmware that need it. */
     Kinds kinds;
-    std::function<void(sdbusplus::bus::bus&)> check;
+    std::function<void(sdbusplus::bus_t&)> check;
 };
 
 /** @param components  is given the CPLD components that are bound */
@@ -90,14 +90,14 @@ std::vector<Section> sectionsFor(Findings& findings, const Kinds& kinds,
  *  @return whether the bus is still there
  */
 bool checkSection(Findings& findings, const Section& section,
-                  sdbusplus::bus::bus& bus)
+                  sdbusplus::bus_t& bus)
 {
     try
     {
         section.check(bus);
         return true;
     }
-    catch (const sdbusplus::exception::exception& error)
+    catch (const sdbusplus::exception_t& error)
     {
         findings.failure(std::string("the bus went away: ") + error.what(),
                          "start the bus, then run wexa-fwmgr again");

@@ -188,7 +188,7 @@ class TemplateCheck
     std::string systemctl;
 };
 
-void checkTemplate(Findings& findings, sdbusplus::bus::bus& bus,
+void checkTemplate(Findings& findings, sdbusplus::bus_t& bus,
                    const FlashTemplate& flash, const std::string& systemctl)
 {
     const auto component = flash.kind == "cpld" ? "CPLD" : "";
@@ -199,7 +199,7 @@ void checkTemplate(Findings& findings, sdbusplus::bus::bus& bus,
         TemplateCheck(findings, unit, flash.prefix + ".service", systemctl)
             .run();
     }
-    catch (const sdbusplus::exception::exception& error)
+    catch (const sdbusplus::exception_t& error)
     {
         findings.failure("systemd tells nothing of " + flash.prefix +
                              ".service (" + error.name() + ")",
@@ -209,7 +209,7 @@ void checkTemplate(Findings& findings, sdbusplus::bus::bus& bus,
 
 } // namespace
 
-void checkFlashUnits(Findings& findings, sdbusplus::bus::bus& bus,
+void checkFlashUnits(Findings& findings, sdbusplus::bus_t& bus,
                      const Kinds& kinds, const std::string& systemctl)
 {
     const Need need{Level::failure, "nothing can be flashed"};

@@ -52,7 +52,7 @@ static OfferedInterface interfaceFrom(const XMLElement& element)
     return offered;
 }
 
-std::optional<OfferedInterfaces> introspect(sdbusplus::bus::bus& bus,
+std::optional<OfferedInterfaces> introspect(sdbusplus::bus_t& bus,
                                             const std::string& service,
                                             const std::string& path)
 {

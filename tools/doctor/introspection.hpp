@@ -28,8 +28,8 @@ using OfferedInterfaces = std::map<std::string, OfferedInterface>;
 /** Has an object tell what it offers.
  *
  *  @return nothing where it does, but not in a form that can be read
- *  @throw sdbusplus::exception::exception  it does not tell
+ *  @throw sdbusplus::exception_t  it does not tell
  */
-std::optional<OfferedInterfaces> introspect(sdbusplus::bus::bus& bus,
+std::optional<OfferedInterfaces> introspect(sdbusplus::bus_t& bus,
                                             const std::string& service,
                                             const std::string& path);

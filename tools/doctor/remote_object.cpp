@@ -22,13 +22,13 @@ void addWrong(Findings& findings, const Need& need, const std::string& what,
     }
 }
 
-static auto busCall(sdbusplus::bus::bus& bus, const char* member)
+static auto busCall(sdbusplus::bus_t& bus, const char* member)
 {
     return bus.new_method_call("org.freedesktop.DBus", "/org/freedesktop/DBus",
                                "org.freedesktop.DBus", member);
 }
 
-bool isOnTheBus(Findings& findings, sdbusplus::bus::bus& bus,
+bool isOnTheBus(Findings& findings, sdbusplus::bus_t& bus,
                 const std::string& service, const Need& need)
 {
     auto ask = busCall(bus, "NameHasOwner");
@@ -59,9 +59,9 @@ bool isOnTheBus(Findings& findings, sdbusplus::bus::bus& bus,
 }
 
 std::optional<OfferedInterface>
-offeredBy(Findings& findings, sdbusplus::bus::bus& bus,
-          const std::string& service, const std::string& path,
-          const std::string& interface, const Need& need)
+offeredBy(Findings& findings, sdbusplus::bus_t& bus, const std::string& service,
+          const std::string& path, const std::string& interface,
+          const Need& need)
 {
     try
     {
@@ -83,7 +83,7 @@ offeredBy(Findings& findings, sdbusplus::bus::bus& bus,
         }
         return found->second;
     }
-    catch (const sdbusplus::exception::exception& error)
+    catch (const sdbusplus::exception_t& error)
     {
         const std::string name = error.name();
         if (name == "org.freedesktop.DBus.Error.UnknownMethod" ||

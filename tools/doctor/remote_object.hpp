@@ -22,16 +22,16 @@ void addWrong(Findings& findings, const Need& need, const std::string& what,
               const std::string& advice);
 
 /** Whether a service is on the bus; findings if it is not. */
-bool isOnTheBus(Findings& findings, sdbusplus::bus::bus& bus,
+bool isOnTheBus(Findings& findings, sdbusplus::bus_t& bus,
                 const std::string& service, const Need& need);
 
 /** What an object offers at an interface; findings where it is not there, or
  *  does not tell.
  */
 std::optional<OfferedInterface>
-offeredBy(Findings& findings, sdbusplus::bus::bus& bus,
-          const std::string& service, const std::string& path,
-          const std::string& interface, const Need& need);
+offeredBy(Findings& findings, sdbusplus::bus_t& bus, const std::string& service,
+          const std::string& path, const std::string& interface,
+          const Need& need);
 
 /** Looks for a method with the types that the library expects.
  *

@@ -13,7 +13,7 @@ static std::string imageOf(const std::string& unit)
     return instance.substr(instance.find(before) + before.size());
 }
 
-void checkRunningFlashes(Findings& findings, sdbusplus::bus::bus& bus,
+void checkRunningFlashes(Findings& findings, sdbusplus::bus_t& bus,
                          const Kinds& kinds)
 {
     try
@@ -37,7 +37,7 @@ void checkRunningFlashes(Findings& findings, sdbusplus::bus::bus& bus,
             findings.ok("nothing is being flashed");
         }
     }
-    catch (const sdbusplus::exception::exception& error)
+    catch (const sdbusplus::exception_t& error)
     {
         findings.notChecked(
             std::string("whether something is being flashed, since systemd "

@@ -11,7 +11,7 @@
 #include <tuple>
 #include <variant>
 
-void checkSecurityManager(Findings& findings, sdbusplus::bus::bus& bus,
+void checkSecurityManager(Findings& findings, sdbusplus::bus_t& bus,
                           const Kinds& kinds)
 {
     constexpr auto service = "xyz.openbmc_project.SecurityManager";
@@ -41,7 +41,7 @@ void checkSecurityManager(Findings& findings, sdbusplus::bus::bus& bus,
     }
 }
 
-void checkFirmwareInformation(Findings& findings, sdbusplus::bus::bus& bus,
+void checkFirmwareInformation(Findings& findings, sdbusplus::bus_t& bus,
                               const Kinds& kinds)
 {
     constexpr auto service = "xyz.openbmc_project.FwInfoManager";
@@ -73,9 +73,9 @@ void checkFirmwareInformation(Findings& findings, sdbusplus::bus::bus& bus,
 
 /** Reads a property; a finding where that fails. */
 template <typename Value>
-static std::optional<Value>
-valueOf(Findings& findings, sdbusplus::bus::bus& bus, const Place& place,
-        const char* property, const Need& need)
+static std::optional<Value> valueOf(Findings& findings, sdbusplus::bus_t& bus,
+                                    const Place& place, const char* property,
+                                    const Need& need)
 {
     try
     {
@@ -87,7 +87,7 @@ valueOf(Findings& findings, sdbusplus::bus::bus& bus, const Place& place,
         bus.call(call, patience).read(value);
         return std::get<Value>(value);
     }
-    catch (const sdbusplus::exception::exception& error)
+    catch (const sdbusplus::exception_t& error)
     {
         addWrong(findings, need,
                  std::string(property) + " cannot be read (" + error.name() +
@@ -97,7 +97,7 @@ valueOf(Findings& findings, sdbusplus::bus::bus& bus, const Place& place,
     }
 }
 
-void checkHost(Findings& findings, sdbusplus::bus::bus& bus)
+void checkHost(Findings& findings, sdbusplus::bus_t& bus)
 {
     constexpr Place host{"com.WEXA.Host", "/com/WEXA/Host", "com.WEXA.Host"};
     const Need need{Level::failure,
@@ -121,7 +121,7 @@ void checkHost(Findings& findings, sdbusplus::bus::bus& bus)
     }
 }
 
-void checkSettings(Findings& findings, sdbusplus::bus::bus& bus)
+void checkSettings(Findings& findings, sdbusplus::bus_t& bus)
 {
     constexpr Place settings{"xyz.openbmc_project.Settings",
                              "/xyz/openbmc_project/software/apply_time",

@@ -22,7 +22,7 @@ static std::string whyNotKnown(const ToldValue& value)
                : subject + anotherTypeInWords(value, "s");
 }
 
-std::string whyNoApplyTime(sdbusplus::bus::bus& bus, const LibraryLog& log)
+std::string whyNoApplyTime(sdbusplus::bus_t& bus, const LibraryLog& log)
 {
     if (const auto error = log.dbusErrorOf("Error in getting ApplyTime: (");
         !error.empty())
@@ -37,7 +37,7 @@ std::string whyNoApplyTime(sdbusplus::bus::bus& bus, const LibraryLog& log)
                         "xyz.openbmc_project.Software.ApplyTime"},
                        property));
     }
-    catch (const sdbusplus::exception::exception& error)
+    catch (const sdbusplus::exception_t& error)
     {
         return notTold(error.name());
     }

@@ -11,4 +11,4 @@
  *
  *  @param log  of the upload
  */
-std::string whyNoApplyTime(sdbusplus::bus::bus& bus, const LibraryLog& log);
+std::string whyNoApplyTime(sdbusplus::bus_t& bus, const LibraryLog& log);

@@ -34,7 +34,7 @@ static Failure notCompared(const std::string& image, Reason reason)
             std::move(reason)};
 }
 
-static ToldValue thisBoard(sdbusplus::bus::bus& bus, const std::string& image)
+static ToldValue thisBoard(sdbusplus::bus_t& bus, const std::string& image)
 {
     try
     {
@@ -42,7 +42,7 @@ static ToldValue thisBoard(sdbusplus::bus::bus& bus, const std::string& image)
                           {"com.WEXA.Host", "/com/WEXA/Host", "com.WEXA.Host"},
                           "BoardId");
     }
-    catch (const sdbusplus::exception::exception& error)
+    catch (const sdbusplus::exception_t& error)
     {
         throw notCompared(image, {"", {}, error.name(), hintFor(error.name())});
     }
@@ -62,7 +62,7 @@ static void requireExpectedType(const std::string& image,
     }
 }
 
-void requireThisBoard(sdbusplus::bus::bus& bus, FirmwareKind::Manager& manager,
+void requireThisBoard(sdbusplus::bus_t& bus, FirmwareKind::Manager& manager,
                       const std::string& image, bool verbose)
 {
     const LibraryLog log(verbose);
@@ -73,7 +73,7 @@ void requireThisBoard(sdbusplus::bus::bus& bus, FirmwareKind::Manager& manager,
     requireExpectedType(image, thisBoard(bus, image), {});
 }
 
-void requireNoMistakeForBoard0(sdbusplus::bus::bus& bus, std::string image)
+void requireNoMistakeForBoard0(sdbusplus::bus_t& bus, std::string image)
 {
     if (boardOf(image) == 0)
     {
@@ -81,7 +81,7 @@ void requireNoMistakeForBoard0(sdbusplus::bus::bus& bus, std::string image)
     }
 }
 
-Failure boardMismatch(sdbusplus::bus::bus& bus, const std::string& image,
+Failure boardMismatch(sdbusplus::bus_t& bus, const std::string& image,
                       const LibraryLog& log)
 {
     auto reason = log.reason();

@@ -15,7 +15,7 @@
  *                  callFailed: the host service does not tell this board's
  *                  identifier, or tells it in another type
  */
-void requireThisBoard(sdbusplus::bus::bus& bus, FirmwareKind::Manager& manager,
+void requireThisBoard(sdbusplus::bus_t& bus, FirmwareKind::Manager& manager,
                       const std::string& image, bool verbose);
 
 /** Makes sure that an image for board 0 is not taken for this board's just
@@ -24,11 +24,11 @@ void requireThisBoard(sdbusplus::bus::bus& bus, FirmwareKind::Manager& manager,
  *
  *  @throw Failure  callFailed: the host tells it in another type
  */
-void requireNoMistakeForBoard0(sdbusplus::bus::bus& bus, std::string image);
+void requireNoMistakeForBoard0(sdbusplus::bus_t& bus, std::string image);
 
 /** Why the library refused an image after it had compared the boards.
  *
  *  @param log  of that comparison
  */
-Failure boardMismatch(sdbusplus::bus::bus& bus, const std::string& image,
+Failure boardMismatch(sdbusplus::bus_t& bus, const std::string& image,
                       const LibraryLog& log);

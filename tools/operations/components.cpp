@@ -29,7 +29,7 @@ static Failure registryFailure(const std::string& dbusError,
             Reason{"reading the registry of the CPLDs", {}, dbusError, hint}};
 }
 
-static cpld::Registry registered(sdbusplus::bus::bus& bus)
+static cpld::Registry registered(sdbusplus::bus_t& bus)
 {
     try
     {
@@ -40,7 +40,7 @@ static cpld::Registry registered(sdbusplus::bus::bus& bus)
     {
         throw registryFailure("", fault.what() + std::string(updateManager));
     }
-    catch (const sdbusplus::exception::exception& error)
+    catch (const sdbusplus::exception_t& error)
     {
         throw registryFailure(error.name(), hintFor(error.name()));
     }
@@ -69,7 +69,7 @@ static std::optional<std::string> faultOfPaths(const cpld::Registry& registry)
     return {};
 }
 
-void requireComponent(sdbusplus::bus::bus& bus, const Request& request)
+void requireComponent(sdbusplus::bus_t& bus, const Request& request)
 {
     if (!firmwareKindNamed(request.kind).hasComponents())
     {
@@ -102,7 +102,7 @@ namespace
 class Listing
 {
   public:
-    Listing(sdbusplus::bus::bus& bus, bool verbose) : log(verbose)
+    Listing(sdbusplus::bus_t& bus, bool verbose) : log(verbose)
     {
         found = FirmwareKind::Manager(bus).getAvailableCpldCompsInfo();
         if (found.empty() && log.tellsOfAFailedCall())
@@ -143,7 +143,7 @@ class Listing
     }
 
   private:
-    Failure failure(sdbusplus::bus::bus& bus) const
+    Failure failure(sdbusplus::bus_t& bus) const
     {
         auto reason = log.reason();
         // A call cannot be created for a path that is not one.

@@ -12,4 +12,4 @@
  *                  callFailed: the registry cannot be read, or tells no path
  *                  of its object that can be called
  */
-void requireComponent(sdbusplus::bus::bus& bus, const Request& request);
+void requireComponent(sdbusplus::bus_t& bus, const Request& request);

@@ -40,8 +40,7 @@ class Bmc : public FirmwareKind
         return manager.UpdateBMC(target.image, VersionPurpose::BMC, "");
     }
 
-    int stateChanged(Manager& manager,
-                     sdbusplus::message::message& job) const override
+    int stateChanged(Manager& manager, sdbusplus::message_t& job) const override
     {
         return manager.onBMCStateChange(job);
     }
@@ -95,8 +94,7 @@ class Bios : public FirmwareKind
         return manager.UpdateBIOS(target.image, VersionPurpose::Host, "");
     }
 
-    int stateChanged(Manager& manager,
-                     sdbusplus::message::message& job) const override
+    int stateChanged(Manager& manager, sdbusplus::message_t& job) const override
     {
         return manager.onBIOSStateChange(job);
     }
@@ -151,8 +149,7 @@ class Cpld : public FirmwareKind
                                   target.component);
     }
 
-    int stateChanged(Manager& manager,
-                     sdbusplus::message::message& job) const override
+    int stateChanged(Manager& manager, sdbusplus::message_t& job) const override
     {
         return manager.onCPLDStateChange(job);
     }

@@ -56,7 +56,7 @@ class FirmwareKind
     virtual int update(Manager& manager, const Target& target) const = 0;
 
     virtual int stateChanged(Manager& manager,
-                             sdbusplus::message::message& job) const = 0;
+                             sdbusplus::message_t& job) const = 0;
     virtual void succeeded(Manager& manager) const = 0;
 };
 

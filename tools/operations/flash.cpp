@@ -28,7 +28,7 @@ static bool mayHaveTakenEffect(const std::string& dbusError)
 }
 
 static Failure cannotAsk(const std::string& image,
-                         const sdbusplus::exception::exception& error)
+                         const sdbusplus::exception_t& error)
 {
     const auto hint = mayHaveTakenEffect(error.name())
                           ? "systemd does not answer: do not cut the power, "
@@ -41,7 +41,7 @@ static Failure cannotAsk(const std::string& image,
                    hint}};
 }
 
-Flash::Flash(sdbusplus::bus::bus& bus, const FirmwareKind& kind, Target target,
+Flash::Flash(sdbusplus::bus_t& bus, const FirmwareKind& kind, Target target,
              std::string unit, const Request& request) :
     bus(bus), kind(kind), target(std::move(target)), unit(std::move(unit)),
     request(request), manager(bus),
@@ -70,8 +70,8 @@ SystemdEvents Flash::events()
  *  The first outcome counts: a flash that is stopped has a second job, the
  *  stop, which succeeds.
  */
-void Flash::jobRemoved(sdbusplus::message::message& signal,
-                       const std::string& ofUnit, const std::string& result)
+void Flash::jobRemoved(sdbusplus::message_t& signal, const std::string& ofUnit,
+                       const std::string& result)
 {
     const LibraryLog log(request.verbose);
     const auto outcome = kind.stateChanged(manager, signal);
@@ -83,7 +83,7 @@ void Flash::jobRemoved(sdbusplus::message::message& signal,
     }
 }
 
-void Flash::unitChanged(sdbusplus::message::message& signal)
+void Flash::unitChanged(sdbusplus::message_t& signal)
 {
     hasNews = hasNews || signals.sent(signal);
 }
@@ -107,7 +107,7 @@ void Flash::requireIdleDevice()
                     systemd::systemctl(request.bus) + " stop '" + active + "'");
         }
     }
-    catch (const sdbusplus::exception::exception& error)
+    catch (const sdbusplus::exception_t& error)
     {
         throw cannotAsk(target.image, error);
     }
@@ -208,7 +208,7 @@ bool Flash::runsNow(const Reason& reason)
         const auto now = stateOf(bus, unit);
         return now.isBusy() || launch.isThatOf(now);
     }
-    catch (const sdbusplus::exception::exception&)
+    catch (const sdbusplus::exception_t&)
     {
         requireNoInterruption();
         throw Failure(ExitStatus::mayStillRun,
@@ -249,7 +249,7 @@ bool Flash::hasEnded()
         state = stateOf(bus, unit);
         hasNews = false;
     }
-    catch (const sdbusplus::exception::exception&)
+    catch (const sdbusplus::exception_t&)
     {
         // It is asked again until the time is up.
         return false;
@@ -280,7 +280,7 @@ void Flash::process()
     {
         signals.process();
     }
-    catch (const sdbusplus::exception::exception&)
+    catch (const sdbusplus::exception_t&)
     {
         throw mayStillRun("the bus went away");
     }

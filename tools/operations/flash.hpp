@@ -24,7 +24,7 @@ class Flash
      *  @param request  outlives the object
      *  @throw Failure  systemd cannot be asked
      */
-    Flash(sdbusplus::bus::bus& bus, const FirmwareKind& kind, Target target,
+    Flash(sdbusplus::bus_t& bus, const FirmwareKind& kind, Target target,
           std::string unit, const Request& request);
 
     /** Makes sure that the device is not being flashed.
@@ -55,9 +55,9 @@ class Flash
     using Deadline = std::chrono::steady_clock::time_point;
 
     SystemdEvents events();
-    void jobRemoved(sdbusplus::message::message& signal,
-                    const std::string& ofUnit, const std::string& result);
-    void unitChanged(sdbusplus::message::message& signal);
+    void jobRemoved(sdbusplus::message_t& signal, const std::string& ofUnit,
+                    const std::string& result);
+    void unitChanged(sdbusplus::message_t& signal);
     void requireIdle(const UnitState& state) const;
     void forgetEarlierJobs();
 
@@ -77,7 +77,7 @@ class Flash
     std::string statusHint() const;
     Failure mayStillRun(const std::string& why) const;
 
-    sdbusplus::bus::bus& bus;
+    sdbusplus::bus_t& bus;
     const FirmwareKind& kind;
     Target target;
     std::string unit;
@@ -93,5 +93,5 @@ class Flash
     /** Whether systemd was away, and signals may have been missed. */
     bool mayHaveMissedTheEnd = false;
     SystemdSignals signals;
-    std::optional<sdbusplus::bus::match::match> changes;
+    std::optional<sdbusplus::bus::match_t> changes;
 };

@@ -15,14 +15,14 @@
 #include <string_view>
 #include <tuple>
 
-static auto managerCall(sdbusplus::bus::bus& bus, const char* member)
+static auto managerCall(sdbusplus::bus_t& bus, const char* member)
 {
     return bus.new_method_call(systemd::service, systemd::path,
                                systemd::managerInterface, member);
 }
 
 /** Calls a method of the manager for a unit; failures are left to others. */
-static void tryManager(sdbusplus::bus::bus& bus, const char* member,
+static void tryManager(sdbusplus::bus_t& bus, const char* member,
                        const std::string& unit)
 {
     try
@@ -31,18 +31,18 @@ static void tryManager(sdbusplus::bus::bus& bus, const char* member,
         call.append(unit);
         bus.call(call, patience);
     }
-    catch (const sdbusplus::exception::exception&)
+    catch (const sdbusplus::exception_t&)
     {
         // The start that follows fails in the same way, and says so.
     }
 }
 
-void holdUnit(sdbusplus::bus::bus& bus, const std::string& unit)
+void holdUnit(sdbusplus::bus_t& bus, const std::string& unit)
 {
     tryManager(bus, "RefUnit", unit);
 }
 
-void releaseUnit(sdbusplus::bus::bus& bus, const std::string& unit)
+void releaseUnit(sdbusplus::bus_t& bus, const std::string& unit)
 {
     tryManager(bus, "UnrefUnit", unit);
 }
@@ -121,7 +121,7 @@ static void addLastRun(UnitState& state, const LoadedUnit& unit)
     addCommands(state, unit);
 }
 
-UnitState stateOf(sdbusplus::bus::bus& bus, const std::string& unit)
+UnitState stateOf(sdbusplus::bus_t& bus, const std::string& unit)
 {
     const LoadedUnit loaded(bus, unit);
     UnitState state;

@@ -12,10 +12,10 @@
  *  referenced is unloaded, and with it its result. Lasts as long as the
  *  connection. Failures are left to the start of the unit, which has the same.
  */
-void holdUnit(sdbusplus::bus::bus& bus, const std::string& unit);
+void holdUnit(sdbusplus::bus_t& bus, const std::string& unit);
 
 /** Lets systemd forget it again. */
-void releaseUnit(sdbusplus::bus::bus& bus, const std::string& unit);
+void releaseUnit(sdbusplus::bus_t& bus, const std::string& unit);
 
 /** What the unit itself knows of its last run. */
 struct UnitState
@@ -63,5 +63,5 @@ struct UnitState
     }
 };
 
-/** @throw sdbusplus::exception::exception  systemd does not tell */
-UnitState stateOf(sdbusplus::bus::bus& bus, const std::string& unit);
+/** @throw sdbusplus::exception_t  systemd does not tell */
+UnitState stateOf(sdbusplus::bus_t& bus, const std::string& unit);

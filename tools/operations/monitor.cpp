@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "../common/connection.hpp"
 #include "../common/failure.hpp"
+#include "../common/object_path.hpp"
 #include "../common/patience.hpp"
 #include "../common/systemd.hpp"
 #include "../common/unit_name.hpp"
@@ -25,7 +26,7 @@
 #include <set>
 
 using nlohmann::json;
-using sdbusplus::message::message;
+using sdbusplus::message_t;
 
 namespace
 {
@@ -44,7 +45,7 @@ const FlashTemplate* templateOf(const std::string& unit)
 class Monitor
 {
   public:
-    Monitor(sdbusplus::bus::bus& bus, const Request& request) :
+    Monitor(sdbusplus::bus_t& bus, const Request& request) :
         bus(bus), request(request), signals(bus, events()),
         cplds(
             bus, "xyz.openbmc_project.CpldUpdateMgrSvc", [] {}, request.remark),
@@ -98,8 +99,7 @@ class Monitor
     void holdUnitsOfRunningJobs()
     {
         using Job = std::tuple<std::uint32_t, std::string, std::string,
-                               std::string, sdbusplus::message::object_path,
-                               sdbusplus::message::object_path>;
+                               std::string, ObjectPath, ObjectPath>;
         try
         {
             auto call =
@@ -112,7 +112,7 @@ class Monitor
                 holdIfFlash(std::get<1>(job));
             }
         }
-        catch (const sdbusplus::exception::exception&)
+        catch (const sdbusplus::exception_t&)
         {
             // Where systemd is absent there are none.
         }
@@ -170,7 +170,7 @@ class Monitor
             outcome = failure.status;
             verdict = failure.what();
         }
-        catch (const sdbusplus::exception::exception&)
+        catch (const sdbusplus::exception_t&)
         {
             outcome = ExitStatus::unexpected;
             verdict = "systemd ended its job with '" + job.result +
@@ -186,7 +186,7 @@ class Monitor
              flash.kind + " " + what + ": " + verdict);
     }
 
-    void notified(message& signal)
+    void notified(message_t& signal)
     {
         if (!cplds.sent(signal))
         {
@@ -208,7 +208,7 @@ class Monitor
         request.tell({data, plain::line(time + " " + text) + '\n'});
     }
 
-    sdbusplus::bus::bus& bus;
+    sdbusplus::bus_t& bus;
     const Request& request;
     std::deque<EndedJob> waiting;
     /** Units whose flash was canceled, and whose stop is still to end. */
@@ -217,7 +217,7 @@ class Monitor
     std::map<std::string, std::string> shown;
     SystemdSignals signals;
     NameOwner cplds;
-    sdbusplus::bus::match::match notifications;
+    sdbusplus::bus::match_t notifications;
 };
 
 } // namespace
@@ -229,7 +229,7 @@ Result monitor(const Request& request)
     {
         Monitor(bus, request).run();
     }
-    catch (const sdbusplus::exception::exception& error)
+    catch (const sdbusplus::exception_t& error)
     {
         throw Failure(ExitStatus::callFailed, "the bus went away",
                       Reason{"",

@@ -11,7 +11,7 @@
 constexpr auto busName = "org.freedesktop.DBus";
 
 /** What a sender without a name is called: a peer that is no bus. */
-static std::string senderOf(sdbusplus::message::message& signal)
+static std::string senderOf(sdbusplus::message_t& signal)
 {
     const auto* const sender = signal.get_sender();
     return sender == nullptr ? "" : sender;
@@ -23,8 +23,8 @@ static std::string ruleFor(const std::string& name)
            busName + "',member='NameOwnerChanged',arg0='" + name + "'";
 }
 
-NameOwner::NameOwner(sdbusplus::bus::bus& bus, std::string name,
-                     Changed changed, Remark remark) :
+NameOwner::NameOwner(sdbusplus::bus_t& bus, std::string name, Changed changed,
+                     Remark remark) :
     bus(bus), name(std::move(name)), changed(std::move(changed)),
     remark(std::move(remark)),
     changes(bus, ruleFor(this->name), [this](auto& signal) { heard(signal); })
@@ -42,7 +42,7 @@ void NameOwner::ask()
     {
         bus.call(call, patience).read(owner);
     }
-    catch (const sdbusplus::exception::exception& error)
+    catch (const sdbusplus::exception_t& error)
     {
         if (std::string(error.name()) !=
             "org.freedesktop.DBus.Error.NameHasNoOwner")
@@ -52,7 +52,7 @@ void NameOwner::ask()
     }
 }
 
-bool NameOwner::sent(sdbusplus::message::message& signal) const
+bool NameOwner::sent(sdbusplus::message_t& signal) const
 {
     const auto sender = senderOf(signal);
     if (sender == owner && !owner.empty())
@@ -65,7 +65,7 @@ bool NameOwner::sent(sdbusplus::message::message& signal) const
 }
 
 /** Exceptions must not cross the C of sd-bus. */
-void NameOwner::heard(sdbusplus::message::message& signal)
+void NameOwner::heard(sdbusplus::message_t& signal)
 {
     try
     {
@@ -77,7 +77,7 @@ void NameOwner::heard(sdbusplus::message::message& signal)
     }
 }
 
-void NameOwner::nameOwnerChanged(sdbusplus::message::message& signal)
+void NameOwner::nameOwnerChanged(sdbusplus::message_t& signal)
 {
     if (const auto sender = senderOf(signal); sender != busName)
     {

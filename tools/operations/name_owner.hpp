@@ -22,8 +22,8 @@ class NameOwner
     /** Shows why a signal is not believed. */
     using Remark = std::function<void(const std::string&)>;
 
-    /** @throw sdbusplus::exception::exception  the bus cannot be asked */
-    NameOwner(sdbusplus::bus::bus& bus, std::string name, Changed changed,
+    /** @throw sdbusplus::exception_t  the bus cannot be asked */
+    NameOwner(sdbusplus::bus_t& bus, std::string name, Changed changed,
               Remark remark);
 
     NameOwner(const NameOwner&) = delete;
@@ -36,17 +36,17 @@ class NameOwner
     }
 
     /** Whether the owner sent this signal; a remark where it did not. */
-    bool sent(sdbusplus::message::message& signal) const;
+    bool sent(sdbusplus::message_t& signal) const;
 
   private:
     void ask();
-    void heard(sdbusplus::message::message& signal);
-    void nameOwnerChanged(sdbusplus::message::message& signal);
+    void heard(sdbusplus::message_t& signal);
+    void nameOwnerChanged(sdbusplus::message_t& signal);
 
-    sdbusplus::bus::bus& bus;
+    sdbusplus::bus_t& bus;
     std::string name;
     std::string owner;
     Changed changed;
     Remark remark;
-    sdbusplus::bus::match::match changes;
+    sdbusplus::bus::match_t changes;
 };

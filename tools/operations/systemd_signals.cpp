@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "systemd_signals.hpp"
 
+#include "../common/object_path.hpp"
 #include "../common/patience.hpp"
 #include "../common/systemd.hpp"
 
@@ -11,9 +12,9 @@
 #include <exception>
 #include <utility>
 
-using sdbusplus::message::message;
+using sdbusplus::message_t;
 
-SystemdSignals::SystemdSignals(sdbusplus::bus::bus& bus, SystemdEvents events) :
+SystemdSignals::SystemdSignals(sdbusplus::bus_t& bus, SystemdEvents events) :
     bus(bus), events(std::move(events)),
     owner(std::make_unique<NameOwner>(
         bus, systemd::service, [this] { handle([this] { ownerChanged(); }); },
@@ -37,7 +38,7 @@ void SystemdSignals::subscribe()
                                         systemd::managerInterface, "Subscribe");
         bus.call(call, patience);
     }
-    catch (const sdbusplus::exception::exception&)
+    catch (const sdbusplus::exception_t&)
     {
         // What is asked of systemd next fails in the same way, and says so.
     }
@@ -54,35 +55,35 @@ void SystemdSignals::ownerChanged()
     events.came();
 }
 
-void SystemdSignals::jobNew(message& signal)
+void SystemdSignals::jobNew(message_t& signal)
 {
     if (!owner->sent(signal))
     {
         return;
     }
     std::uint32_t job = 0;
-    sdbusplus::message::object_path path;
+    ObjectPath path;
     std::string unit;
     signal.read(job, path, unit);
     events.jobNew(unit);
 }
 
 /** Lets it be read again from its start. */
-static void rewind(message signal)
+static void rewind(message_t signal)
 {
     auto* const raw = signal.release();
     sd_bus_message_rewind(raw, 1);
     sd_bus_message_unref(raw);
 }
 
-void SystemdSignals::jobRemoved(message& signal)
+void SystemdSignals::jobRemoved(message_t& signal)
 {
     if (!owner->sent(signal))
     {
         return;
     }
     std::uint32_t job = 0;
-    sdbusplus::message::object_path path;
+    ObjectPath path;
     std::string unit;
     std::string result;
     signal.read(job, path, unit, result);

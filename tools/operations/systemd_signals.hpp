@@ -18,8 +18,7 @@ struct SystemdEvents
 
     std::function<void(Text unit)> jobNew;
     /** @param signal  not yet read */
-    std::function<void(sdbusplus::message::message& signal, Text unit,
-                       Text result)>
+    std::function<void(sdbusplus::message_t& signal, Text unit, Text result)>
         jobRemoved;
     std::function<void()> left;
     std::function<void()> came;
@@ -38,9 +37,9 @@ class SystemdSignals
   public:
     /** Has systemd send its signals; where it is absent, once it comes.
      *
-     *  @throw sdbusplus::exception::exception  the bus cannot be asked
+     *  @throw sdbusplus::exception_t  the bus cannot be asked
      */
-    SystemdSignals(sdbusplus::bus::bus& bus, SystemdEvents events);
+    SystemdSignals(sdbusplus::bus_t& bus, SystemdEvents events);
 
     SystemdSignals(const SystemdSignals&) = delete;
     SystemdSignals& operator=(const SystemdSignals&) = delete;
@@ -51,7 +50,7 @@ class SystemdSignals
     }
 
     /** Whether systemd sent this signal; a remark where it did not. */
-    bool sent(sdbusplus::message::message& signal) const
+    bool sent(sdbusplus::message_t& signal) const
     {
         return owner->sent(signal);
     }
@@ -59,7 +58,7 @@ class SystemdSignals
     /** Handles messages that have come, up to a limit: a flood of messages does
      *  not hold up the caller.
      *
-     *  @throw sdbusplus::exception::exception  the bus went away
+     *  @throw sdbusplus::exception_t  the bus went away
      */
     void process();
 
@@ -71,13 +70,13 @@ class SystemdSignals
   private:
     void ownerChanged();
     void subscribe();
-    void jobNew(sdbusplus::message::message& signal);
-    void jobRemoved(sdbusplus::message::message& signal);
+    void jobNew(sdbusplus::message_t& signal);
+    void jobRemoved(sdbusplus::message_t& signal);
 
-    sdbusplus::bus::bus& bus;
+    sdbusplus::bus_t& bus;
     SystemdEvents events;
     std::exception_ptr thrown;
     std::unique_ptr<NameOwner> owner;
-    sdbusplus::bus::match::match newJobs;
-    sdbusplus::bus::match::match endedJobs;
+    sdbusplus::bus::match_t newJobs;
+    sdbusplus::bus::match_t endedJobs;
 };

@@ -70,7 +70,7 @@ Result plan(const Target& target, const std::string& unit, bool verify)
             plain::table(rows) + "nothing was started\n"};
 }
 
-void requireVerified(sdbusplus::bus::bus& bus, const FirmwareKind& kind,
+void requireVerified(sdbusplus::bus_t& bus, const FirmwareKind& kind,
                      const Target& target, bool verbose)
 {
     if (kind.tellsItsBoard(target.image))
@@ -113,7 +113,7 @@ void requireUnchangedByNow(const ImageIdentity& before,
 }
 
 /** The bus's own name of itself. */
-std::string idOf(sdbusplus::bus::bus& bus)
+std::string idOf(sdbusplus::bus_t& bus)
 {
     auto call =
         bus.new_method_call("org.freedesktop.DBus", "/org/freedesktop/DBus",

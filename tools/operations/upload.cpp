@@ -57,7 +57,7 @@ Failure versionOfAnotherType(FirmwareKind::Manager& manager,
                        ": update the CPLD update manager"}};
 }
 
-Failure notAccepted(sdbusplus::bus::bus& bus, const std::string& image,
+Failure notAccepted(sdbusplus::bus_t& bus, const std::string& image,
                     const LibraryLog& log)
 {
     if (log.tellsOfBoards())
@@ -79,7 +79,7 @@ Failure notAccepted(sdbusplus::bus::bus& bus, const std::string& image,
     return {ExitStatus::imageRefused, image + ": refused", log.reason()};
 }
 
-Accepted accepted(sdbusplus::bus::bus& bus, const FirmwareKind& kind,
+Accepted accepted(sdbusplus::bus_t& bus, const FirmwareKind& kind,
                   const Target& target, bool verbose)
 {
     if (kind.tellsItsBoard(target.image))

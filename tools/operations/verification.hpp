@@ -10,5 +10,5 @@
  *
  *  @throw Failure  imageRefused: it says no; callFailed: it could not be asked
  */
-void requireAuthentic(sdbusplus::bus::bus& bus, const FirmwareKind& kind,
+void requireAuthentic(sdbusplus::bus_t& bus, const FirmwareKind& kind,
                       const Target& target, bool verbose);

@@ -11,7 +11,7 @@
 
 #include <cerrno>
 
-void requireAuthentic(sdbusplus::bus::bus& bus, const FirmwareKind& kind,
+void requireAuthentic(sdbusplus::bus_t& bus, const FirmwareKind& kind,
                       const Target& target, bool verbose)
 {
     const LibraryLog log(verbose);

@@ -27,9 +27,19 @@ const std::string securityMgrPath = "/xyz/openbmc_project/security";
 const std::string securityMgrInterface =
     "xyz.openbmc_project.security.SecurityManager";
 
-/** What a firmware image is for, as the BMC's software objects say it. */
+/** What a firmware image is for, as the BMC's software objects say it.
+ *
+ *  Its mangled name depends on the release of phosphor-dbus-interfaces: build
+ *  a daemon with the release that the library was built with.
+ */
+#if __has_include(<xyz/openbmc_project/Software/Version/common.hpp>)
+// Since April 2023.
+using VersionPurpose =
+    sdbusplus::server::xyz::openbmc_project::software::Version::VersionPurpose;
+#else
 using VersionPurpose =
     sdbusplus::xyz::openbmc_project::Software::server::Version::VersionPurpose;
+#endif
 
 /** What an upload operation learned about an image.
  *
@@ -121,7 +131,7 @@ class WEXA_FWMGR_EXPORT FWManagerInternal
      *
      *  @param bus  stays the caller's, and must outlive the object.
      */
-    FWManagerInternal(sdbusplus::bus::bus& bus);
+    FWManagerInternal(sdbusplus::bus_t& bus);
 
     /** @name BMC firmware
      *  @{
@@ -165,7 +175,7 @@ class WEXA_FWMGR_EXPORT FWManagerInternal
      *  @throw sdbusplus::exception::SdBusError  the body is not `uoss`, or
      *         was read before
      */
-    int onBMCStateChange(sdbusplus::message::message& msg);
+    int onBMCStateChange(sdbusplus::message_t& msg);
 
     /** Logs that the daemon took the BMC update for a success. */
     void onBMCUpdateSuccess();
@@ -207,7 +217,7 @@ class WEXA_FWMGR_EXPORT FWManagerInternal
     int UpdateBIOS(std::string imagePath, VersionPurpose, std::string);
 
     /** See `onBMCStateChange`. */
-    int onBIOSStateChange(sdbusplus::message::message& msg);
+    int onBIOSStateChange(sdbusplus::message_t& msg);
 
     /** Logs that the daemon took the BIOS update for a success. */
     void onBIOSUpdateSuccess();
@@ -276,7 +286,7 @@ class WEXA_FWMGR_EXPORT FWManagerInternal
                    std::string componentName);
 
     /** See `onBMCStateChange`. */
-    int onCPLDStateChange(sdbusplus::message::message& msg);
+    int onCPLDStateChange(sdbusplus::message_t& msg);
 
     /** Does nothing. */
     void onCPLDUpdateSuccess();
@@ -304,7 +314,7 @@ class WEXA_FWMGR_EXPORT FWManagerInternal
     /** @} */
 
   private:
-    sdbusplus::bus::bus& bus;
+    sdbusplus::bus_t& bus;
     std::string serviceFile;
 };
 

@@ -46,6 +46,12 @@ class [[gnu::visibility("default")]] Version
     static std::string convertVersionPurposeToString(VersionPurpose e);
 };
 
+/** The same, in every release: the argument finds its namespace. */
+inline std::string convertForMessage(Version::VersionPurpose e)
+{
+    return Version::convertVersionPurposeToString(e);
+}
+
 } // namespace server
 } // namespace Software
 } // namespace openbmc_project
