@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "scenario.hpp"
 
+#include "child.hpp"
+
 #include <plain.hpp>
 
 #include <algorithm>
@@ -62,12 +64,25 @@ static Scenario read(const std::filesystem::path& file)
     return scenario;
 }
 
+/** Seen from the program, so that both can be moved: where an installation has
+ *  the scenarios, or where a build folder has them.
+ */
+static std::filesystem::path folderOfScenarios()
+{
+    const auto here = std::filesystem::path(ownProgram()).parent_path();
+    const auto built = here / "scenarios";
+    const auto installed = here / BMCSIM_SCENARIOS;
+    return is_directory(built) && !is_directory(installed)
+               ? built
+               : installed.lexically_normal();
+}
+
 std::vector<Scenario> scenarios()
 {
     std::vector<Scenario> all;
     std::error_code error;
-    for (const auto& entry :
-         std::filesystem::directory_iterator(BMCSIM_SCENARIOS, error))
+    const auto folder = folderOfScenarios();
+    for (const auto& entry : std::filesystem::directory_iterator(folder, error))
     {
         if (entry.path().extension() == extension)
         {
@@ -76,9 +91,9 @@ std::vector<Scenario> scenarios()
     }
     if (error)
     {
-        throw std::invalid_argument(
-            "cannot read the scenarios in " BMCSIM_SCENARIOS ": " +
-            error.message() + "; install them there, or name a file");
+        throw std::invalid_argument("cannot read the scenarios in " +
+                                    folder.string() + ": " + error.message() +
+                                    "; install them there, or name a file");
     }
     std::ranges::sort(all, {}, &Scenario::name);
     return all;

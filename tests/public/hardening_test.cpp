@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 
 // What makes it harder to use a fault, read from every binary that is
-// installed.
+// installed on a board.
 
 using namespace test;
 using testing::ContainsRegex;

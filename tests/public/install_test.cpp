@@ -35,7 +35,24 @@ class Installed : public testing::Test
     std::string libdir = fromEnvironment("WEXA_LIBDIR");
 };
 
-TEST_F(Installed, AreLibraryHeaderToolAndPkgConfigFileAndNoStandIn)
+/** The simulated BMC and its scenarios, as the sources have them. */
+std::set<std::string> simulatorIn(const std::string& prefix)
+{
+    std::set<std::string> files{prefix + "/bin/wexa-bmcsim",
+                                prefix + "/bin/wexa-mkimage"};
+    for (const auto& entry : std::filesystem::directory_iterator(
+             fromEnvironment("WEXA_SOURCES") + "/simulator/scenarios"))
+    {
+        if (entry.path().extension() == ".scenario")
+        {
+            files.insert(prefix + "/share/wexa-bmcsim/scenarios/" +
+                         entry.path().filename().string());
+        }
+    }
+    return files;
+}
+
+TEST_F(Installed, AreLibraryToolAndSimulatorAndNoStandIn)
 {
     std::set<std::string> files;
     for (const auto& entry :
@@ -47,18 +64,19 @@ TEST_F(Installed, AreLibraryHeaderToolAndPkgConfigFileAndNoStandIn)
                 destination.path().string().size()));
         }
     }
-    EXPECT_EQ(files, (std::set<std::string>{
-                         prefix + "/bin/wexa-fwmgr",
-                         prefix + "/include/wexa/core/fwmanager_internal.hpp",
-                         libdir + "/libwexa_fwmgr_internal.so",
-                         libdir + "/libwexa_fwmgr_internal.so.0",
-                         libdir + "/libwexa_fwmgr_internal.so." + version,
-                         libdir + "/pkgconfig/wexa_fwmgr_internal.pc",
-                         libdir + "/wexa-fwmgr/wexa-fwmgr-operations.so",
-                         prefix + "/share/bash-completion/completions/"
-                                  "wexa-fwmgr",
-                         prefix + "/share/man/man1/wexa-fwmgr.1",
-                     }));
+    auto expected = simulatorIn(prefix);
+    expected.merge(std::set<std::string>{
+        prefix + "/bin/wexa-fwmgr",
+        prefix + "/include/wexa/core/fwmanager_internal.hpp",
+        libdir + "/libwexa_fwmgr_internal.so",
+        libdir + "/libwexa_fwmgr_internal.so.0",
+        libdir + "/libwexa_fwmgr_internal.so." + version,
+        libdir + "/pkgconfig/wexa_fwmgr_internal.pc",
+        libdir + "/wexa-fwmgr/wexa-fwmgr-operations.so",
+        prefix + "/share/bash-completion/completions/wexa-fwmgr",
+        prefix + "/share/man/man1/wexa-fwmgr.1",
+    });
+    EXPECT_EQ(files, expected);
 }
 
 TEST_F(Installed, LibraryIsFoundUnderItsShorterNames)

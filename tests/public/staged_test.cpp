@@ -14,6 +14,7 @@
 // libraries.
 
 using namespace test;
+using testing::HasSubstr;
 
 namespace
 {
@@ -95,6 +96,28 @@ TEST_F(Staged, ToolRunsFromThere)
     variables.insert(variables.end(), own.begin(), own.end());
     EXPECT_EQ(run({fwmgr, "verify", "bmc", image}, variables),
               (Completed{0, image + ": authentic BMC image\n", ""}));
+}
+
+TEST_F(Staged, SimulatedBmcRunsWhereverItIsMoved)
+{
+    const auto prefix = fromEnvironment("WEXA_PREFIX");
+    const auto moved = temporary.file("moved");
+    std::filesystem::copy(at(prefix), moved,
+                          std::filesystem::copy_options::recursive);
+    const auto scenario =
+        moved + "/share/wexa-bmcsim/scenarios/security-refuses.scenario";
+    writeBytes(scenario, "# Moved.\nboard-id=77\n");
+
+    const auto bmcsim = moved + "/bin/wexa-bmcsim";
+    const auto image = temporary.file("image");
+    EXPECT_EQ(run({moved + "/bin/wexa-mkimage", "--kind", "bmc", "--version",
+                   "1", image})
+                  .status,
+              0);
+    const auto told = run({bmcsim, "run", "--manager", "builtin", "--scenario",
+                           "security-refuses", "--", bmcsim, "state"});
+    EXPECT_EQ(told.status, 0) << told.err;
+    EXPECT_THAT(told.out, HasSubstr("board-id           77\n"));
 }
 
 TEST_F(Staged, ProgramBuildsWithPkgConfigAloneAndRuns)

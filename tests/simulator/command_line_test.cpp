@@ -132,17 +132,17 @@ TEST(BmcsimCommandLine, PrintsItsVersion)
 
 TEST(BmcsimCommandLine, SaysThatItsScenariosAreMissing)
 {
-    const auto folder = fromEnvironment("WEXA_SOURCES") + "/simulator";
-    const auto withoutScenarios = [&](const std::string& command) {
-        return run({"unshare", "--mount", "sh", "-c",
-                    "mount -t tmpfs none " + folder + " && exec " +
-                        fromEnvironment("WEXA_BMCSIM") + " " + command});
-    };
-    const auto why = "cannot read the scenarios in " + folder +
-                     "/scenarios: No such file or directory; install them "
-                     "there, or name a file";
-    EXPECT_EQ(withoutScenarios("scenarios"), refusal(refused, why));
-    EXPECT_EQ(withoutScenarios("run --scenario healthy -- true"), usage(why));
+    const TemporaryDirectory alone;
+    const auto program = alone.file("bin/wexa-bmcsim");
+    std::filesystem::create_directory(alone.file("bin"));
+    std::filesystem::copy_file(fromEnvironment("WEXA_BMCSIM"), program);
+    const auto why = "cannot read the scenarios in " +
+                     alone.file("share/wexa-bmcsim/scenarios") +
+                     ": No such file or directory; install them there, or "
+                     "name a file";
+    EXPECT_EQ(run({program, "scenarios"}), refusal(refused, why));
+    EXPECT_EQ(run({program, "run", "--scenario", "healthy", "--", "true"}),
+              usage(why));
 }
 
 } // namespace

@@ -7,6 +7,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <sstream>
 
 // What can be wrong with a simulated BMC, by name.
@@ -90,6 +91,18 @@ TEST(Scenarios, ThatCannotBeReadAreRefusedWithTheReason)
     writeBytes(file, "# One.\nfwinfo=absent\nfwinfo\n");
     refused(file, file + ":3: 'fwinfo' is not NAME=VALUE, such as "
                          "security=refuse");
+}
+
+TEST(Scenarios, OfAMovedBuildFolderAreBesideTheProgram)
+{
+    const TemporaryDirectory moved;
+    const auto program = moved.file("wexa-bmcsim");
+    std::filesystem::copy_file(fromEnvironment("WEXA_BMCSIM"), program);
+    std::filesystem::create_directory(moved.file("scenarios"));
+    writeBytes(moved.file("scenarios/mine.scenario"),
+               "# Two things at once.\n");
+    EXPECT_EQ(run({program, "scenarios"}),
+              (Completed{0, "mine  Two things at once.\n", ""}));
 }
 
 TEST(BusOfTheSimulatedBmc, CanGoAtAnyTime)
