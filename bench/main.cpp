@@ -77,7 +77,6 @@ struct Bench
     std::unique_ptr<Peer> plain = bench::plainSdBus(connection.get());
     std::unique_ptr<Peer> sdbusplus =
         bench::sdbusplusDirectly(connection.get());
-    std::unique_ptr<Peer> sdbusCpp = bench::sdbusCpp(bus.address());
     std::unique_ptr<Peer> gdbus = bench::gdbus(bus.address());
     std::unique_ptr<Peer> libdbus = bench::libdbus(bus.address());
     std::unique_ptr<Peer> busctl = bench::busctl(bus.address());
@@ -138,7 +137,6 @@ void measureDurations(Row& row, Bench& bench, const Operation& operation,
     if (operation.calls > 0)
     {
         row.sdbusplus = pairs.with(bench.sdbusplus);
-        row.sdbusCpp = pairs.with(bench.sdbusCpp);
         row.gdbus = pairs.with(bench.gdbus);
         row.libdbus = pairs.with(bench.libdbus);
     }

@@ -41,40 +41,39 @@ static std::string verdict(const Row& row)
     return missed.empty() ? "met" : "missed:" + missed;
 }
 
-using Cells = std::array<std::string, 15>;
+using Cells = std::array<std::string, 14>;
 
 static void printLine(const Cells& cells, const std::string& last)
 {
-    auto line =
-        fmt::format("{:33}{:>5}{:>10} |{:>8}{:>6}{:>10}{:>10}{:>7}{:>8}{:>7} "
-                    "|{:>9}{:>8}{:>4} |{:>7}{:>8} | {}",
-                    cells[0], cells[1], cells[2], cells[3], cells[4], cells[5],
-                    cells[6], cells[7], cells[8], cells[9], cells[10],
-                    cells[11], cells[12], cells[13], cells[14], last);
+    auto line = fmt::format("{:33}{:>5}{:>10} |{:>8}{:>6}{:>10}{:>7}{:>8}{:>7} "
+                            "|{:>9}{:>8}{:>4} |{:>7}{:>8} | {}",
+                            cells[0], cells[1], cells[2], cells[3], cells[4],
+                            cells[5], cells[6], cells[7], cells[8], cells[9],
+                            cells[10], cells[11], cells[12], cells[13], last);
     line.erase(line.find_last_not_of(' ') + 1);
     fmt::print("{}\n", line);
 }
 
 void print(const std::vector<Row>& rows)
 {
-    fmt::print("{:48} | {:55} | {:20} | {:14} |\n", "", "time / sd-bus's",
+    fmt::print("{:48} | {:45} | {:20} | {:14} |\n", "", "time / sd-bus's",
                "allocations", "1000 instr.");
     printLine({"operation", "calls", "sd-bus us", "library", "p99", "sdbusplus",
-               "sdbus-c++", "GDBus", "libdbus", "busctl", "sdbusplus",
-               "library", "log", "sd-bus", "library"},
+               "GDBus", "libdbus", "busctl", "sdbusplus", "library", "log",
+               "sd-bus", "library"},
               "targets");
     for (const auto& row : rows)
     {
-        printLine(
-            {row.operation, std::to_string(row.calls),
-             text(row.microseconds, 1), text(row.library, 3),
-             text(row.libraryOf99th, 2), text(row.sdbusplus, 3),
-             text(row.sdbusCpp, 2), text(row.gdbus, 2), text(row.libdbus, 2),
-             text(row.busctl, 0), text(row.allocationsOfSdbusplus, 0),
-             text(row.allocationsOfLibrary, 0), text(row.allocationsOfLog, 0),
-             thousands(row.instructionsOfPlain),
-             thousands(row.instructionsOfLibrary)},
-            verdict(row));
+        printLine({row.operation, std::to_string(row.calls),
+                   text(row.microseconds, 1), text(row.library, 3),
+                   text(row.libraryOf99th, 2), text(row.sdbusplus, 3),
+                   text(row.gdbus, 2), text(row.libdbus, 2),
+                   text(row.busctl, 0), text(row.allocationsOfSdbusplus, 0),
+                   text(row.allocationsOfLibrary, 0),
+                   text(row.allocationsOfLog, 0),
+                   thousands(row.instructionsOfPlain),
+                   thousands(row.instructionsOfLibrary)},
+                  verdict(row));
     }
 }
 

@@ -23,7 +23,6 @@ struct Row
     Figure library;
     Figure libraryOf99th;
     Figure sdbusplus;
-    Figure sdbusCpp;
     Figure gdbus;
     Figure libdbus;
     Figure busctl;

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <chrono>
 #include <string>
 
 namespace bmcsim
@@ -16,11 +15,8 @@ enum class Behaviour
     error,     /**< it answers with a D-Bus error */
     wrongType, /**< it answers with a value of another type */
     silent,    /**< it never answers */
-    slow,      /**< it answers as it should, after `slowness` */
+    slow,      /**< it answers as it should, late */
 };
-
-/** How late a slow service answers. */
-constexpr std::chrono::seconds slowness{2};
 
 /** @throw std::invalid_argument  names what there is to choose from */
 Behaviour behaviourNamed(const std::string& name);

@@ -113,7 +113,7 @@ void Board::setManager(Behaviour behaviour)
 {
     const auto delayAnswers = [this] {
         relay.delay(manager->behaviour() == Behaviour::slow
-                        ? slowness
+                        ? dbus::slowness
                         : std::chrono::seconds(0));
     };
     // It must answer at once while it is changed.
@@ -235,35 +235,24 @@ nlohmann::json Board::state() const
 void Board::wake()
 {
     manager->wake();
-    for (const auto& service : services)
-    {
-        service->wake();
-    }
 }
 
 std::optional<std::chrono::steady_clock::time_point> Board::deadline()
 {
-    auto earliest = manager->deadline();
-    for (const auto& service : services)
-    {
-        if (const auto at = service->deadline();
-            at && (!earliest || *at < *earliest))
-        {
-            earliest = at;
-        }
-    }
-    return earliest;
+    return manager->deadline();
 }
 
-std::vector<sdbus::IConnection*> Board::connections()
+std::vector<dbus::Connection*> Board::connections()
 {
-    std::vector<sdbus::IConnection*> list;
+    std::vector<dbus::Connection*> list;
     for (const auto& service : services)
     {
-        list.push_back(service->connection());
+        list.push_back(&service->connection());
     }
-    list.push_back(manager->connection());
-    std::erase(list, nullptr);
+    if (auto* const own = manager->connection())
+    {
+        list.push_back(own);
+    }
     return list;
 }
 

@@ -62,8 +62,8 @@ class Board
     /** When `wake` is to be called again, if at all. */
     std::optional<std::chrono::steady_clock::time_point> deadline();
 
-    /** Connections to be served now. */
-    std::vector<sdbus::IConnection*> connections();
+    /** Connections to be served. */
+    std::vector<dbus::Connection*> connections();
 
     UnitManager& unitManager()
     {

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "builtin_manager.hpp"
 
-#include "bus_name.hpp"
 #include "flash_units.hpp"
 #include "unit_text.hpp"
 
@@ -17,85 +16,66 @@ constexpr auto managerInterface = "org.freedesktop.systemd1.Manager";
 using Texts = std::vector<std::string>;
 
 BuiltinManager::BuiltinManager(const PrivateDirectory& directory) :
-    directory(directory), bus(sdbus::createSessionBusConnectionWithAddress(
-                              directory.managerBusAddress()))
+    directory(directory), bus(directory.managerBusAddress())
 {
     offerManager();
-    takeName(*bus, busName);
-}
-
-void BuiltinManager::offer(const char* member, const char* in, const char* out,
-                           sdbus::method_callback answer)
-{
-    manager->registerMethod(managerInterface, member, in, out,
-                            std::move(answer));
+    bus.takeName(busName);
 }
 
 void BuiltinManager::offerManager()
 {
-    // The type of an answer is part of the object: a new one has another.
-    manager.reset();
-    manager = sdbus::createObject(*bus, managerPath);
-    const auto* const started = behaving == Behaviour::wrongType ? "u" : "o";
-    offer("StartUnit", "ss", started,
-          [this](sdbus::MethodCall call) { answerStart(std::move(call)); });
-    offer("StopUnit", "ss", "o",
-          [this](sdbus::MethodCall call) { answerStop(std::move(call)); });
-    offerUnits();
-    offerLists();
-    const auto accept = [](sdbus::MethodCall call) {
-        call.createReply().send();
+    Members members(managerInterface);
+    members.method(
+        "StartUnit", "ss", behaving == Behaviour::wrongType ? "u" : "o",
+        [](BuiltinManager& self, dbus::Call& call) { self.answerStart(call); });
+    members.method(
+        "StopUnit", "ss", "o",
+        [](BuiltinManager& self, dbus::Call& call) { self.answerStop(call); });
+    addUnits(members);
+    addLists(members);
+    const auto accept = [](BuiltinManager&, const dbus::Call& call) {
+        call.reply();
     };
-    offer("UnrefUnit", "s", "", accept);
-    offer("Subscribe", "", "", accept);
-    offer("Unsubscribe", "", "", accept);
-    manager->registerSignal(managerInterface, "JobNew", "uos");
-    manager->registerSignal(managerInterface, "JobRemoved", "uoss");
-    manager->finishRegistration();
+    members.method("UnrefUnit", "s", "", accept);
+    members.method("Subscribe", "", "", accept);
+    members.method("Unsubscribe", "", "", accept);
+    members.signal("JobNew", "uos");
+    members.signal("JobRemoved", "uoss");
+    manager.reset();
+    manager.emplace(bus, managerPath, std::move(members), *this);
 }
 
-static std::string nameFrom(sdbus::MethodCall& call)
+void BuiltinManager::addUnits(Members& members)
 {
-    std::string name;
-    call >> name;
-    return name;
+    members.method("LoadUnit", "s", "o",
+                   [](BuiltinManager& self, dbus::Call& call) {
+                       call.reply(self.load(call.read<std::string>()).path());
+                   });
+    members.method(
+        "GetUnit", "s", "o", [](BuiltinManager& self, dbus::Call& call) {
+            const auto name = call.read<std::string>();
+            const auto loaded = self.units.find(name);
+            if (loaded == self.units.end())
+            {
+                throw dbus::Error("org.freedesktop.systemd1.NoSuchUnit",
+                                  "Unit " + name + " not loaded.");
+            }
+            call.reply(loaded->second.path());
+        });
+    members.method("RefUnit", "s", "",
+                   [](BuiltinManager& self, dbus::Call& call) {
+                       self.load(call.read<std::string>());
+                       call.reply();
+                   });
 }
 
-template <typename... Values>
-static void reply(sdbus::MethodCall& call, const Values&... values)
-{
-    auto message = call.createReply();
-    static_cast<void>((message << ... << values));
-    message.send();
-}
-
-void BuiltinManager::offerUnits()
-{
-    offer("LoadUnit", "s", "o", [this](sdbus::MethodCall call) {
-        reply(call, load(nameFrom(call)).path());
-    });
-    offer("GetUnit", "s", "o", [this](sdbus::MethodCall call) {
-        const auto name = nameFrom(call);
-        const auto loaded = units.find(name);
-        if (loaded == units.end())
-        {
-            throw sdbus::Error("org.freedesktop.systemd1.NoSuchUnit",
-                               "Unit " + name + " not loaded.");
-        }
-        reply(call, loaded->second.path());
-    });
-    offer("RefUnit", "s", "", [this](sdbus::MethodCall call) {
-        load(nameFrom(call));
-        reply(call);
-    });
-}
-
-void BuiltinManager::offerLists()
+void BuiltinManager::addLists(Members& members)
 {
     constexpr auto entries = "a(ssssssouso)";
-    const auto listed = [this](const Texts& states, const Texts& patterns) {
+    const auto listed = [](const BuiltinManager& self, const Texts& states,
+                           const Texts& patterns) {
         std::vector<BuiltinUnit::Entry> list;
-        for (const auto& [name, unit] : units)
+        for (const auto& [name, unit] : self.units)
         {
             if (unit.isIn(states) && unit.isNamed(patterns))
             {
@@ -104,58 +84,59 @@ void BuiltinManager::offerLists()
         }
         return list;
     };
-    offer("ListUnits", "", entries,
-          [listed](sdbus::MethodCall call) { reply(call, listed({}, {})); });
-    offer("ListUnitsByPatterns", "asas", entries,
-          [listed](sdbus::MethodCall call) {
-              Texts states;
-              Texts patterns;
-              call >> states >> patterns;
-              reply(call, listed(states, patterns));
-          });
+    members.method("ListUnits", "", entries,
+                   [listed](BuiltinManager& self, dbus::Call& call) {
+                       call.reply(listed(self, {}, {}));
+                   });
+    members.method("ListUnitsByPatterns", "asas", entries,
+                   [listed](BuiltinManager& self, dbus::Call& call) {
+                       const auto states = call.read<Texts>();
+                       const auto patterns = call.read<Texts>();
+                       call.reply(listed(self, states, patterns));
+                   });
 }
 
 BuiltinUnit& BuiltinManager::load(const std::string& name)
 {
     if (!unitText::isValidName(name))
     {
-        throw sdbus::Error("org.freedesktop.DBus.Error.InvalidArgs",
-                           "Unit name " + name + " is not valid.");
+        throw dbus::Error("org.freedesktop.DBus.Error.InvalidArgs",
+                          "Unit name " + name + " is not valid.");
     }
     if (behaving == Behaviour::refuse)
     {
-        throw sdbus::Error("org.freedesktop.systemd1.UnitMasked",
-                           "Unit " + name + " is masked.");
+        throw dbus::Error("org.freedesktop.systemd1.UnitMasked",
+                          "Unit " + name + " is masked.");
     }
     if (behaving == Behaviour::error ||
         std::ranges::find(flashTemplates(), UnitName(name).unitTemplate) ==
             flashTemplates().end())
     {
-        throw sdbus::Error("org.freedesktop.systemd1.NoSuchUnit",
-                           "Unit " + name + " not found.");
+        throw dbus::Error("org.freedesktop.systemd1.NoSuchUnit",
+                          "Unit " + name + " not found.");
     }
-    return units.try_emplace(name, *bus, directory, name).first->second;
+    return units.try_emplace(name, bus, directory, name).first->second;
 }
 
 void BuiltinManager::announce(const char* signal, std::uint32_t job,
                               const BuiltinUnit& unit, const char* result)
 {
-    auto message = manager->createSignal(managerInterface, signal);
-    message << job << jobPath(job) << unit.id();
+    auto message = bus.newSignal(managerPath, managerInterface, signal);
+    message.append(job, jobPath(job), unit.id());
     if (result != nullptr)
     {
-        message << result;
+        message.append(std::string(result));
     }
-    manager->emitSignal(message);
+    message.send();
 }
 
-void BuiltinManager::answerStart(sdbus::MethodCall call)
+void BuiltinManager::answerStart(dbus::Call& call)
 {
-    auto& unit = load(nameFrom(call));
+    auto& unit = load(call.read<std::string>());
     if (unit.stopJob != 0)
     {
-        throw sdbus::Error("org.freedesktop.systemd1.JobTypeConflicting",
-                           "The unit is being stopped; start it afterwards.");
+        throw dbus::Error("org.freedesktop.systemd1.JobTypeConflicting",
+                          "The unit is being stopped; start it afterwards.");
     }
     // A unit that is being started already has a job for it.
     const auto isNew = !unit.runs();
@@ -167,11 +148,11 @@ void BuiltinManager::answerStart(sdbus::MethodCall call)
     }
     if (behaving == Behaviour::wrongType)
     {
-        reply(call, unit.startJob);
+        call.reply(unit.startJob);
     }
     else
     {
-        reply(call, jobPath(unit.startJob));
+        call.reply(jobPath(unit.startJob));
     }
     if (isNew)
     {
@@ -189,15 +170,15 @@ void BuiltinManager::begin(BuiltinUnit& unit)
     }
 }
 
-void BuiltinManager::answerStop(sdbus::MethodCall call)
+void BuiltinManager::answerStop(dbus::Call& call)
 {
-    auto& unit = load(nameFrom(call));
+    auto& unit = load(call.read<std::string>());
     const auto isNew = unit.stopJob == 0;
     if (isNew)
     {
         unit.stopJob = ++lastJob;
     }
-    reply(call, jobPath(unit.stopJob));
+    call.reply(jobPath(unit.stopJob));
     if (!unit.runs())
     {
         finish(unit, unit.stopJob, "done");
@@ -267,13 +248,16 @@ void BuiltinManager::behave(Behaviour behaviour)
 {
     if (behaving != Behaviour::absent && behaviour == Behaviour::absent)
     {
-        bus->releaseName(busName);
+        bus.releaseName(busName);
     }
     if (behaving == Behaviour::absent && behaviour != Behaviour::absent)
     {
-        takeName(*bus, busName);
+        bus.takeName(busName);
     }
     behaving = behaviour;
+    // A slow one answers late by the relay's doing.
+    bus.keep(behaviour == Behaviour::silent ? dbus::Pace::never
+                                            : dbus::Pace::atOnce);
     offerManager();
 }
 

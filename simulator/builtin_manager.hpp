@@ -31,9 +31,9 @@ class BuiltinManager : public UnitManager
     std::optional<std::chrono::steady_clock::time_point> deadline() override;
     void wake() override;
 
-    sdbus::IConnection* connection() override
+    dbus::Connection* connection() override
     {
-        return behaving == Behaviour::silent ? nullptr : bus.get();
+        return &bus;
     }
 
     std::string kind() const override
@@ -47,15 +47,15 @@ class BuiltinManager : public UnitManager
     }
 
   private:
-    void offer(const char* member, const char* in, const char* out,
-               sdbus::method_callback answer);
-    void offerManager();
-    void offerUnits();
-    void offerLists();
-    void answerStart(sdbus::MethodCall call);
-    void answerStop(sdbus::MethodCall call);
+    using Members = dbus::Interface<BuiltinManager>;
 
-    /** @throw sdbus::Error  as systemd answers for such a name */
+    void offerManager();
+    static void addUnits(Members& members);
+    static void addLists(Members& members);
+    void answerStart(dbus::Call& call);
+    void answerStop(dbus::Call& call);
+
+    /** @throw dbus::Error  as systemd answers for such a name */
     BuiltinUnit& load(const std::string& name);
     void begin(BuiltinUnit& unit);
 
@@ -65,8 +65,8 @@ class BuiltinManager : public UnitManager
                   const BuiltinUnit& unit, const char* result = nullptr);
 
     PrivateDirectory directory;
-    std::unique_ptr<sdbus::IConnection> bus;
-    std::unique_ptr<sdbus::IObject> manager;
+    dbus::Connection bus;
+    std::optional<dbus::Offer> manager;
     std::map<std::string, BuiltinUnit> units;
     std::uint32_t lastJob = 0;
     Behaviour behaving = Behaviour::normal;

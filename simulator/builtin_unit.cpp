@@ -34,125 +34,111 @@ Moment Moment::now()
     return {microseconds(CLOCK_REALTIME), microseconds(CLOCK_MONOTONIC)};
 }
 
-sdbus::ObjectPath jobPath(std::uint32_t job)
+dbus::ObjectPath jobPath(std::uint32_t job)
 {
-    return job == 0 ? "/"
-                    : "/org/freedesktop/systemd1/job/" + std::to_string(job);
+    return {job == 0 ? "/"
+                     : "/org/freedesktop/systemd1/job/" + std::to_string(job)};
 }
 
-BuiltinUnit::BuiltinUnit(sdbus::IConnection& bus, PrivateDirectory place,
+BuiltinUnit::BuiltinUnit(const dbus::Connection& bus, PrivateDirectory place,
                          std::string id) :
     directory(std::move(place)), name(std::move(id)),
-    instance(unitText::unescaped(UnitName(name).instance)),
-    object(sdbus::createObject(bus, path()))
-{
-    offerUnit();
-    offerService();
-    offerMainProcess();
-    object->finishRegistration();
-}
+    instance(unitText::unescaped(UnitName(name).instance)), bus(bus),
+    unitOffer(bus, path().text, unitMembers(), *this),
+    serviceOffer(bus, path().text, serviceMembers(), *this)
+{}
 
 BuiltinUnit::~BuiltinUnit()
 {
     end(process);
 }
 
-/** Whether, and how, a change of a property is signalled. */
-enum class Changes
-{
-    never,
-    told,
-    withoutValue,
-};
+using dbus::Changes;
 
-/** Offers a property whose value `get` returns. */
-template <typename Get>
-static void offer(sdbus::IObject& object, const char* interface,
-                  const char* property, Changes changes, Get&& get)
+dbus::Interface<BuiltinUnit> BuiltinUnit::unitMembers()
 {
-    using Value = std::decay_t<decltype(get())>;
-    sdbus::Flags flags;
-    flags.set(changes == Changes::never ? sdbus::Flags::CONST_PROPERTY_VALUE
-              : changes == Changes::told
-                  ? sdbus::Flags::EMITS_CHANGE_SIGNAL
-                  : sdbus::Flags::EMITS_INVALIDATION_SIGNAL);
-    object.registerProperty(
-        interface, property, sdbus::signature_of<Value>::str(),
-        [get](sdbus::PropertyGetReply& reply) { reply << get(); }, flags);
-}
-
-void BuiltinUnit::offerUnit()
-{
-    const auto offers = [this](const char* property, Changes changes,
-                               auto&& get) {
-        offer(*object, unitInterface, property, changes, get);
-    };
+    using Unit = const BuiltinUnit;
     using Condition =
-        sdbus::Struct<std::string, bool, bool, std::string, std::int32_t>;
-    const auto wasStarted = [this] { return !invocation.empty(); };
-    offers("Id", Changes::never, [this] { return name; });
-    offers("Names", Changes::never, [this] { return std::vector{name}; });
-    offers("Following", Changes::never, [] { return std::string(); });
-    offers("TriggeredBy", Changes::never,
-           [] { return std::vector<std::string>(); });
-    offers("Description", Changes::never, [this] { return description(); });
-    offers("LoadState", Changes::never, [] { return std::string("loaded"); });
-    offers("FragmentPath", Changes::never, [this] {
-        return (directory.units() / UnitName(name).unitTemplate).string();
+        std::tuple<std::string, bool, bool, std::string, std::int32_t>;
+    dbus::Interface<BuiltinUnit> all(unitInterface);
+    const auto wasStarted = [](Unit& unit) { return !unit.invocation.empty(); };
+    all.property("Id", Changes::never, [](Unit& unit) { return unit.name; });
+    all.property("Names", Changes::never,
+                 [](Unit& unit) { return std::vector{unit.name}; });
+    all.property("Following", Changes::never,
+                 [](Unit&) { return std::string(); });
+    all.property("TriggeredBy", Changes::never,
+                 [](Unit&) { return std::vector<std::string>(); });
+    all.property("Description", Changes::never,
+                 [](Unit& unit) { return unit.description(); });
+    all.property("LoadState", Changes::never,
+                 [](Unit&) { return std::string("loaded"); });
+    all.property("FragmentPath", Changes::never, [](Unit& unit) {
+        return (unit.directory.units() / UnitName(unit.name).unitTemplate)
+            .string();
     });
-    offers("ActiveState", Changes::told, [this] { return activeState; });
-    offers("SubState", Changes::told, [this] { return subState; });
-    offers("StateChangeTimestamp", Changes::told,
-           [this] { return stateChange.realtime; });
-    offers("StateChangeTimestampMonotonic", Changes::told,
-           [this] { return stateChange.monotonic; });
-    offers("Job", Changes::told, [this] { return job(); });
-    offers("ConditionResult", Changes::told, wasStarted);
-    offers("AssertResult", Changes::told, wasStarted);
-    offers("Conditions", Changes::withoutValue,
-           [] { return std::vector<Condition>(); });
-    offers("InvocationID", Changes::told, [this] { return invocation; });
+    all.property("ActiveState", Changes::told,
+                 [](Unit& unit) { return unit.activeState; });
+    all.property("SubState", Changes::told,
+                 [](Unit& unit) { return unit.subState; });
+    all.property("StateChangeTimestamp", Changes::told,
+                 [](Unit& unit) { return unit.stateChange.realtime; });
+    all.property("StateChangeTimestampMonotonic", Changes::told,
+                 [](Unit& unit) { return unit.stateChange.monotonic; });
+    all.property("Job", Changes::told, [](Unit& unit) { return unit.job(); });
+    all.property("ConditionResult", Changes::told, wasStarted);
+    all.property("AssertResult", Changes::told, wasStarted);
+    all.property("Conditions", Changes::withoutValue,
+                 [](Unit&) { return std::vector<Condition>(); });
+    all.property("InvocationID", Changes::told,
+                 [](Unit& unit) { return unit.invocation; });
+    return all;
 }
 
-void BuiltinUnit::offerService()
+dbus::Interface<BuiltinUnit> BuiltinUnit::serviceMembers()
 {
-    const auto offers = [this](const char* property, Changes changes,
-                               auto&& get) {
-        offer(*object, serviceInterface, property, changes, get);
-    };
+    using Unit = const BuiltinUnit;
+    dbus::Interface<BuiltinUnit> all(serviceInterface);
     const auto text = [](const char* value) {
-        return [value] { return std::string(value); };
+        return [value](Unit&) { return std::string(value); };
     };
-    offers("Type", Changes::never, text("oneshot"));
-    offers("RemainAfterExit", Changes::never, [] { return false; });
-    offers("TimeoutStartUSec", Changes::never, [this] { return timeout(); });
-    offers("StandardOutput", Changes::never, text("append"));
-    offers("StandardError", Changes::never, text("append"));
-    offers("Result", Changes::told, [this] { return result; });
-    offers("ExecStart", Changes::withoutValue, [this] { return commands(); });
+    all.property("Type", Changes::never, text("oneshot"));
+    all.property("RemainAfterExit", Changes::never,
+                 [](Unit&) { return false; });
+    all.property("TimeoutStartUSec", Changes::never,
+                 [](Unit& unit) { return unit.timeout(); });
+    all.property("StandardOutput", Changes::never, text("append"));
+    all.property("StandardError", Changes::never, text("append"));
+    all.property("Result", Changes::told,
+                 [](Unit& unit) { return unit.result; });
+    all.property("ExecStart", Changes::withoutValue,
+                 [](Unit& unit) { return unit.commands(); });
+    addMainProcess(all);
+    return all;
 }
 
-void BuiltinUnit::offerMainProcess()
+void BuiltinUnit::addMainProcess(dbus::Interface<BuiltinUnit>& members)
 {
-    const auto offers = [this](const char* property, auto&& get) {
-        offer(*object, serviceInterface, property, Changes::told, get);
+    using Unit = const BuiltinUnit;
+    const auto add = [&](const char* property, auto get) {
+        members.property(property, Changes::told, get);
     };
-    offers("MainPID", [this] { return runs() ? mainProcess : 0; });
-    offers("ExecMainPID", [this] { return mainProcess; });
-    offers("ExecMainCode", [this] { return exitCode; });
-    offers("ExecMainStatus", [this] { return exitStatus; });
-    offers("ExecMainStartTimestamp", [this] { return startTime.realtime; });
-    offers("ExecMainStartTimestampMonotonic",
-           [this] { return startTime.monotonic; });
-    offers("ExecMainExitTimestamp", [this] { return exitTime.realtime; });
-    offers("ExecMainExitTimestampMonotonic",
-           [this] { return exitTime.monotonic; });
+    add("MainPID", [](Unit& u) { return u.runs() ? u.mainProcess : 0; });
+    add("ExecMainPID", [](Unit& u) { return u.mainProcess; });
+    add("ExecMainCode", [](Unit& u) { return u.exitCode; });
+    add("ExecMainStatus", [](Unit& u) { return u.exitStatus; });
+    add("ExecMainStartTimestamp", [](Unit& u) { return u.startTime.realtime; });
+    add("ExecMainStartTimestampMonotonic",
+        [](Unit& u) { return u.startTime.monotonic; });
+    add("ExecMainExitTimestamp", [](Unit& u) { return u.exitTime.realtime; });
+    add("ExecMainExitTimestampMonotonic",
+        [](Unit& u) { return u.exitTime.monotonic; });
 }
 
 void BuiltinUnit::tellChanges() const
 {
-    object->emitPropertiesChangedSignal(serviceInterface);
-    object->emitPropertiesChangedSignal(unitInterface);
+    bus.tellChanges(path().text, serviceInterface);
+    bus.tellChanges(path().text, unitInterface);
 }
 
 void BuiltinUnit::enter(const std::string& active, const std::string& sub)
@@ -239,12 +225,12 @@ BuiltinUnit::deadline() const
     return runs() && !isLate ? std::optional(lastInstant) : std::nullopt;
 }
 
-sdbus::ObjectPath BuiltinUnit::path() const
+dbus::ObjectPath BuiltinUnit::path() const
 {
-    return unitText::objectPath(name);
+    return {unitText::objectPath(name)};
 }
 
-sdbus::Struct<std::uint32_t, sdbus::ObjectPath> BuiltinUnit::job() const
+std::tuple<std::uint32_t, dbus::ObjectPath> BuiltinUnit::job() const
 {
     const auto id = stopJob != 0 ? stopJob : startJob;
     return {id, jobPath(id)};
@@ -280,11 +266,11 @@ BuiltinUnit::Entry BuiltinUnit::entry() const
                  subState,
                  "",
                  path(),
-                 current.get<0>(),
+                 std::get<0>(current),
                  stopJob != 0    ? "stop"
                  : startJob != 0 ? "start"
                                  : "",
-                 current.get<1>()};
+                 std::get<1>(current)};
 }
 
 bool BuiltinUnit::isIn(const std::vector<std::string>& states) const

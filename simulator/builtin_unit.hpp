@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "dbus/object.hpp"
 #include "private_directory.hpp"
 
-#include <sdbus-c++/sdbus-c++.h>
 #include <sys/types.h>
 
 #include <chrono>
@@ -36,7 +36,7 @@ struct Moment
 class BuiltinUnit
 {
   public:
-    BuiltinUnit(sdbus::IConnection& bus, PrivateDirectory place,
+    BuiltinUnit(const dbus::Connection& bus, PrivateDirectory place,
                 std::string id);
     ~BuiltinUnit();
 
@@ -84,13 +84,12 @@ class BuiltinUnit
         return name;
     }
 
-    sdbus::ObjectPath path() const;
+    dbus::ObjectPath path() const;
 
     /** As the manager lists it. */
-    using Entry =
-        sdbus::Struct<std::string, std::string, std::string, std::string,
-                      std::string, std::string, sdbus::ObjectPath,
-                      std::uint32_t, std::string, sdbus::ObjectPath>;
+    using Entry = std::tuple<std::string, std::string, std::string, std::string,
+                             std::string, std::string, dbus::ObjectPath,
+                             std::uint32_t, std::string, dbus::ObjectPath>;
     Entry entry() const;
 
     /** Whether it is in one of these states, and whether its name matches one
@@ -107,15 +106,15 @@ class BuiltinUnit
 
   private:
     using Command =
-        sdbus::Struct<std::string, std::vector<std::string>, bool,
-                      std::uint64_t, std::uint64_t, std::uint64_t,
-                      std::uint64_t, std::uint32_t, std::int32_t, std::int32_t>;
+        std::tuple<std::string, std::vector<std::string>, bool, std::uint64_t,
+                   std::uint64_t, std::uint64_t, std::uint64_t, std::uint32_t,
+                   std::int32_t, std::int32_t>;
 
-    void offerUnit();
-    void offerService();
-    void offerMainProcess();
+    static dbus::Interface<BuiltinUnit> unitMembers();
+    static dbus::Interface<BuiltinUnit> serviceMembers();
+    static void addMainProcess(dbus::Interface<BuiltinUnit>& members);
     void enter(const std::string& active, const std::string& sub);
-    sdbus::Struct<std::uint32_t, sdbus::ObjectPath> job() const;
+    std::tuple<std::uint32_t, dbus::ObjectPath> job() const;
     std::vector<Command> commands() const;
     std::uint64_t timeout() const;
     std::string description() const;
@@ -123,7 +122,6 @@ class BuiltinUnit
     PrivateDirectory directory;
     std::string name;
     std::string instance;
-    std::unique_ptr<sdbus::IObject> object;
 
     std::string activeState = "inactive";
     std::string subState = "dead";
@@ -138,9 +136,13 @@ class BuiltinUnit
     Moment exitTime;
     std::chrono::steady_clock::time_point lastInstant;
     bool isLate = false;
+
+    const dbus::Connection& bus;
+    dbus::Offer unitOffer;
+    dbus::Offer serviceOffer;
 };
 
 /** The object of a job, or "/" for 0. */
-sdbus::ObjectPath jobPath(std::uint32_t job);
+dbus::ObjectPath jobPath(std::uint32_t job);
 
 } // namespace bmcsim

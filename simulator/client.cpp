@@ -55,8 +55,7 @@ static PrivateDirectory meant(const std::string& directory)
     return inside == nullptr ? onlyOneRunning() : PrivateDirectory{inside};
 }
 
-static std::unique_ptr<sdbus::IConnection>
-connectTo(const PrivateDirectory& where)
+static dbus::Connection connectTo(const PrivateDirectory& where)
 {
     if (!std::filesystem::is_socket(where.busSocket()))
     {
@@ -67,22 +66,33 @@ connectTo(const PrivateDirectory& where)
         throw std::runtime_error("the bus of the simulated BMC in " +
                                  shown(where) + " is gone");
     }
-    return sdbus::createSessionBusConnectionWithAddress(where.busAddress());
+    return dbus::Connection(where.busAddress());
 }
 
-/** Calls `ask` with the simulator's control object; the exit status. */
-template <typename Ask>
-static int asked(const std::string& directory, Ask&& ask)
+/** Calls the simulator's control object with texts.
+ *
+ *  @param take  takes a function that calls and returns the answer
+ *  @return the exit status
+ */
+template <typename Take>
+static int asked(const std::string& directory, const char* member,
+                 const std::vector<std::string>& arguments, Take&& take)
 try
 {
     const auto connection = connectTo(meant(directory));
-    ask(*sdbus::createProxy(*connection, control::service, control::path));
+    auto call = connection.newCall(control::service, control::path,
+                                   control::interface, member);
+    for (const auto& argument : arguments)
+    {
+        call.append(argument);
+    }
+    take([&] { return connection.ask(call); });
     return EXIT_SUCCESS;
 }
 
-catch (const sdbus::Error& error)
+catch (const dbus::Error& error)
 {
-    complain(plain::line(error.getMessage()));
+    complain(plain::line(error.what()));
     return exitStatus::refused;
 }
 
@@ -95,17 +105,15 @@ catch (const std::exception& error)
 int setBehaviour(const std::string& directory, const std::string& what,
                  const std::string& value)
 {
-    return asked(directory, [&](sdbus::IProxy& simulator) {
+    return asked(directory, "Set", {what, value}, [&](auto&& answer) {
         try
         {
-            simulator.callMethod("Set")
-                .onInterface(control::interface)
-                .withArguments(what, value);
+            answer();
         }
-        catch (const sdbus::Error& error)
+        catch (const dbus::Error& error)
         {
             // A bus that goes takes the answer along.
-            if (what != "bus" || error.getName() == control::refusal)
+            if (what != "bus" || error.name() == control::refusal)
             {
                 throw;
             }
@@ -173,11 +181,8 @@ static std::string asTable(const json& state)
 
 int printState(const std::string& directory, bool asJson)
 {
-    return asked(directory, [&](sdbus::IProxy& simulator) {
-        std::string text;
-        simulator.callMethod("State")
-            .onInterface(control::interface)
-            .storeResultsTo(text);
+    return asked(directory, "State", {}, [&](auto&& answer) {
+        const auto text = answer().template read<std::string>();
         const auto state = json::parse(text);
         std::cout << (asJson ? state.dump(2, ' ', true) + '\n'
                              : asTable(state));

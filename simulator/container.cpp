@@ -57,63 +57,63 @@ class Loop
 
     void run()
     {
+        auto isMore = false;
         do
         {
-            serveAll();
+            isMore = serveAll();
             board.endBusIfTold();
             reapChildren(children, board.unitManager());
             board.wake();
-        } while (wait());
+        } while (wait(isMore));
     }
 
   private:
-    std::vector<sdbus::IConnection*> connections()
+    std::vector<dbus::Connection*> connections()
     {
         auto connections = board.connections();
-        connections.push_back(control.connection());
-        std::erase_if(connections, [this](auto* connection) {
-            return std::ranges::find(lost, connection) != lost.end();
-        });
+        connections.push_back(&control.connection());
         return connections;
     }
 
-    /** Serving one connection can bring work to another, or silence it. */
-    void serveAll()
+    /** Serves the connections in turn, so that none waits for another: the
+     *  client of one may be faster than this.
+     *
+     *  @return whether there may be more to do
+     */
+    bool serveAll()
     {
-        while (std::ranges::any_of(connections(), [this](auto* connection) {
-            return serve(*connection);
-        }))
+        constexpr auto most = 64;
+        for (auto turn = 0; turn < most; ++turn)
         {
+            auto isAny = false;
+            for (auto* const connection : connections())
+            {
+                isAny = connection->serve() || isAny;
+            }
+            if (!isAny)
+            {
+                return false;
+            }
         }
+        return true;
     }
 
-    /** Processes one event, if there is one. */
-    bool serve(sdbus::IConnection& connection)
-    {
-        try
-        {
-            return connection.processPendingRequest();
-        }
-        catch (const sdbus::Error&)
-        {
-            // The bus is gone; the BMC goes on without.
-            lost.push_back(&connection);
-            return false;
-        }
-    }
-
-    /** False when the lifeline is cut. */
-    bool wait()
+    /** Until there is something to do; false when the lifeline is cut. */
+    bool wait(bool isMore)
     {
         std::vector<pollfd> watched{{lifeline, POLLIN, 0},
                                     {children, POLLIN, 0}};
-        for (auto* connection : connections())
+        auto next = board.deadline();
+        for (const auto* const connection : connections())
         {
-            const auto data = connection->getEventLoopPollData();
-            watched.push_back({data.fd, data.events, 0});
+            watched.push_back(connection->watched());
+            if (const auto due = connection->deadline())
+            {
+                next = std::min(next.value_or(*due), *due);
+            }
         }
         poll(watched.data(), watched.size(),
-             millisecondsUntil(board.deadline()));
+             isMore ? 0 : millisecondsUntil(next));
         return watched[0].revents == 0;
     }
 
@@ -121,7 +121,6 @@ class Loop
     Control& control;
     int lifeline;
     int children;
-    std::vector<sdbus::IConnection*> lost;
 };
 
 void tell(int report, std::string_view text)

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "control.hpp"
 
-#include "bus_name.hpp"
-
 #include <stdexcept>
 
 namespace bmcsim
@@ -18,30 +16,32 @@ try
 
 catch (const std::exception& error)
 {
-    throw sdbus::Error(control::refusal, error.what());
+    throw dbus::Error(control::refusal, error.what());
+}
+
+static dbus::Interface<Board> members()
+{
+    dbus::Interface<Board> members(control::interface);
+    members.method("Set", "ss", "", [](Board& board, dbus::Call& call) {
+        const auto what = call.read<std::string>();
+        const auto value = call.read<std::string>();
+        orRefusal([&] { board.set(what, value); });
+        call.reply();
+    });
+    members.method("State", "", "s", [](const Board& board, dbus::Call& call) {
+        // A path and a flashed file may hold bytes that are not UTF-8.
+        call.reply(orRefusal([&] {
+            return board.state().dump(-1, ' ', true,
+                                      nlohmann::json::error_handler_t::replace);
+        }));
+    });
+    return members;
 }
 
 Control::Control(Board& board, const std::string& busAddress) :
-    bus(sdbus::createSessionBusConnectionWithAddress(busAddress)),
-    object(sdbus::createObject(*bus, control::path))
+    bus(busAddress), object(bus, control::path, members(), board)
 {
-    object->registerMethod("Set")
-        .onInterface(control::interface)
-        .implementedAs(
-            [&board](const std::string& what, const std::string& value) {
-                return orRefusal([&] { board.set(what, value); });
-            });
-    object->registerMethod("State")
-        .onInterface(control::interface)
-        .implementedAs([&board] {
-            // A path and a flashed file may hold bytes that are not UTF-8.
-            return orRefusal([&] {
-                return board.state().dump(
-                    -1, ' ', true, nlohmann::json::error_handler_t::replace);
-            });
-        });
-    object->finishRegistration();
-    takeName(*bus, control::service);
+    bus.takeName(control::service);
 }
 
 } // namespace bmcsim

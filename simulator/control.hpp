@@ -2,10 +2,7 @@
 #pragma once
 
 #include "board.hpp"
-
-#include <sdbus-c++/sdbus-c++.h>
-
-#include <memory>
+#include "dbus/object.hpp"
 
 namespace bmcsim
 {
@@ -26,14 +23,14 @@ class Control
   public:
     Control(Board& board, const std::string& busAddress);
 
-    sdbus::IConnection* connection()
+    dbus::Connection& connection()
     {
-        return bus.get();
+        return bus;
     }
 
   private:
-    std::unique_ptr<sdbus::IConnection> bus;
-    std::unique_ptr<sdbus::IObject> object;
+    dbus::Connection bus;
+    dbus::Offer object;
 };
 
 } // namespace bmcsim

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "systemd_manager.hpp"
 
-#include "bus_name.hpp"
 #include "child.hpp"
 #include "control_group.hpp"
 #include "flash_settings.hpp"
@@ -54,8 +53,7 @@ static Program program(const PrivateDirectory& directory)
 }
 
 SystemdManager::SystemdManager(const PrivateDirectory& directory) :
-    directory(directory),
-    client(sdbus::createSessionBusConnectionWithAddress(directory.busAddress()))
+    directory(directory), client(directory.busAddress())
 {
     if (access("/lib/systemd/systemd", X_OK) != 0)
     {
@@ -63,7 +61,7 @@ SystemdManager::SystemdManager(const PrivateDirectory& directory) :
     }
     if (isOnTheBus())
     {
-        failAsTaken(busName);
+        dbus::failAsTaken(busName);
     }
     launch();
 }
@@ -98,35 +96,34 @@ void SystemdManager::stop()
 bool SystemdManager::isOnTheBus()
 try
 {
-    const auto daemon = sdbus::createProxy(*client, "org.freedesktop.DBus",
-                                           "/org/freedesktop/DBus");
-    bool owned = false;
-    daemon->callMethod("NameHasOwner")
-        .onInterface("org.freedesktop.DBus")
-        .withArguments(busName)
-        .storeResultsTo(owned);
-    return owned;
+    auto call = client.newCall("org.freedesktop.DBus", "/org/freedesktop/DBus",
+                               "org.freedesktop.DBus", "NameHasOwner");
+    call.append(std::string(busName));
+    return client.ask(call).read<bool>();
 }
 
-catch (const sdbus::Error&)
+catch (const dbus::Error&)
 {
     return false;
 }
 
 void SystemdManager::reload()
 {
-    if (behaving != Behaviour::absent && behaving != Behaviour::silent)
+    if (behaving == Behaviour::absent || behaving == Behaviour::silent)
     {
-        const auto manager =
-            sdbus::createProxy(*client, busName, "/org/freedesktop/systemd1");
-        auto call = manager->createMethodCall(
-            "org.freedesktop.systemd1.Manager", "Reload");
-        if (behaving == Behaviour::slow)
-        {
-            // It is done at once, before what others ask later.
-            call.dontExpectReply();
-        }
-        manager->callMethod(call);
+        return;
+    }
+    const auto call =
+        client.newCall(busName, "/org/freedesktop/systemd1",
+                       "org.freedesktop.systemd1.Manager", "Reload");
+    if (behaving == Behaviour::slow)
+    {
+        // It is done at once, before what others ask later.
+        call.sendWithoutAnswer();
+    }
+    else
+    {
+        client.ask(call);
     }
 }
 

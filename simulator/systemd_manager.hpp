@@ -47,7 +47,7 @@ class SystemdManager : public UnitManager
     bool isOnTheBus();
 
     PrivateDirectory directory;
-    std::unique_ptr<sdbus::IConnection> client;
+    dbus::Connection client;
     pid_t process = -1;
     Behaviour behaving = Behaviour::normal;
 };

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "behaviour.hpp"
+#include "dbus/connection.hpp"
 
-#include <sdbus-c++/sdbus-c++.h>
 #include <sys/types.h>
 
 #include <chrono>
@@ -36,7 +36,7 @@ class UnitManager
     virtual void childEnded(pid_t, int /*status*/) {}
 
     /** The connection to be served, for a manager that has one. */
-    virtual sdbus::IConnection* connection()
+    virtual dbus::Connection* connection()
     {
         return nullptr;
     }

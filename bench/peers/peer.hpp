@@ -58,7 +58,6 @@ std::unique_ptr<Peer> plainSdBus(sd_bus* bus);
 std::unique_ptr<Peer> sdbusplusDirectly(sd_bus* bus);
 
 /** Over a connection of their own. */
-std::unique_ptr<Peer> sdbusCpp(const std::string& busAddress);
 std::unique_ptr<Peer> gdbus(const std::string& busAddress);
 std::unique_ptr<Peer> libdbus(const std::string& busAddress);
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // What nearly every file of the simulator includes, compiled once.
 #include <nlohmann/json.hpp>
-#include <sdbus-c++/sdbus-c++.h>
+#include <systemd/sd-bus.h>
 
 #include <chrono>
 #include <filesystem>

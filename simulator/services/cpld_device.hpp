@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <sdbus-c++/sdbus-c++.h>
+#include "../dbus/value.hpp"
 
 #include <cstdint>
 #include <filesystem>
@@ -34,13 +34,20 @@ struct CpldDevice
     bool accepts(const std::string& image) const;
 };
 
-/** Appends the properties of a device (`a{sv}`): one of every type that a
- *  client of the registry must know, and some of others.
+/** What is known of something, by name; some come twice where a client is to
+ *  meet that.
+ */
+using Properties = std::vector<std::pair<
+    std::string, std::variant<std::string, std::uint32_t, std::uint64_t,
+                              std::int32_t, std::int64_t, bool, double,
+                              dbus::ObjectPath, std::vector<std::string>>>>;
+
+/** The properties of a device: one of every type that a client of the registry
+ *  must know, and some of others.
  *
  *  @param twice  whether one comes a second time, with another value
  */
-void appendProperties(sdbus::Message& message, const CpldDevice& device,
-                      bool twice);
+Properties propertiesOf(const CpldDevice& device, bool twice);
 
 /** How the version of an image file is told. */
 enum class VersionTold
@@ -51,11 +58,10 @@ enum class VersionTold
     wrongType,
 };
 
-/** Appends what is known of an image file (`a{sv}`).
+/** What is known of an image file.
  *
- *  @throw sdbus::Error  it is no CPLD image
+ *  @throw dbus::Error  it is no CPLD image
  */
-void appendImageInfo(sdbus::Message& message, const std::string& image,
-                     VersionTold version);
+Properties imageInfo(const std::string& image, VersionTold version);
 
 } // namespace bmcsim

@@ -68,8 +68,9 @@ void CpldManager::set(const std::string& name, const std::string& value)
     {
         bind(value);
         changed();
-        manager->emitSignal(
-            manager->createSignal(managerInterface, "bindedDevicesChanged"));
+        connection()
+            .newSignal(managerPath, managerInterface, "bindedDevicesChanged")
+            .send();
         return;
     }
     choices[name] = chosenFrom(offered().at(name), value, name);
@@ -99,16 +100,7 @@ void CpldManager::changed()
     // what was chosen.
     devices.clear();
     manager.reset();
-    manager = sdbus::createObject(ownConnection(), managerPath);
-    manager->registerMethod(managerInterface, "bindedDevices", "",
-                            registryType(), [this](sdbus::MethodCall call) {
-                                count(call.getMemberName());
-                                answer(call, [this](sdbus::MethodReply& reply) {
-                                    appendRegistry(reply);
-                                });
-                            });
-    manager->registerSignal(managerInterface, "bindedDevicesChanged", "");
-    manager->finishRegistration();
+    offerManager();
     if (choices["cpld-device"] != "absent")
     {
         for (const auto& device : bound)
@@ -118,149 +110,142 @@ void CpldManager::changed()
     }
 }
 
-std::string CpldManager::registryType() const
+template <typename Record>
+auto CpldManager::registry(Record record) const
 {
+    std::vector<std::pair<std::string, decltype(record(bound.front()))>> list;
+    for (const auto& device : bound)
+    {
+        list.emplace_back(device.component, record(device));
+    }
+    return list;
+}
+
+auto CpldManager::fullRegistry() const
+{
+    const auto record = [this](const CpldDevice& device) {
+        const auto& chosen = choices.at("cpld-registry");
+        return std::tuple(told(device), device.driver,
+                          propertiesOf(device, chosen == "duplicate-property"));
+    };
+    auto list = registry(record);
+    if (choices.at("cpld-registry") == "duplicate-component")
+    {
+        for (const auto& [component, again] : registry(record))
+        {
+            list.emplace_back(component, again);
+            std::get<1>(list.back().second) = "second";
+        }
+    }
+    return list;
+}
+
+void CpldManager::offerManager()
+{
+    dbus::Interface<CpldManager> members(managerInterface);
+    const auto offer = [&](auto make) {
+        members.method("bindedDevices", "",
+                       dbus::typeOf<decltype(make(std::as_const(*this)))>(),
+                       [make](CpldManager& self, const dbus::Call& call) {
+                           self.count(call.member());
+                           self.failIfTold(false);
+                           call.reply(make(std::as_const(self)));
+                       });
+    };
     const auto& chosen = choices.at("cpld-registry");
     if (behaviour() == Behaviour::wrongType)
     {
-        return "u";
+        offer([](const CpldManager&) { return std::uint32_t{}; });
     }
-    if (chosen == "wrong-type")
+    else if (chosen == "wrong-type")
     {
-        return "s";
+        offer([](const CpldManager&) { return std::string("no registry"); });
     }
-    if (chosen == "missing-member")
+    else if (chosen == "missing-member")
     {
-        return "a{s(ss)}";
+        offer([](const CpldManager& self) {
+            return self.registry([](const CpldDevice& device) {
+                return std::tuple(device.path(), device.driver);
+            });
+        });
     }
-    return chosen == "other-member" ? "a{s(sua{sv})}" : "a{s(ssa{sv})}";
+    else if (chosen == "other-member")
+    {
+        offer([](const CpldManager& self) {
+            return self.registry([](const CpldDevice& device) {
+                return std::tuple(device.path(), std::uint32_t{1},
+                                  Properties());
+            });
+        });
+    }
+    else
+    {
+        offer([](const CpldManager& self) { return self.fullRegistry(); });
+    }
+    members.signal("bindedDevicesChanged", "");
+    manager.emplace(connection(), managerPath, std::move(members), *this);
 }
 
 void CpldManager::offerDevice(const CpldDevice& device)
 {
-    auto object = sdbus::createObject(ownConnection(), device.path());
-    const auto offer = [&](const std::string& member, const char* input,
-                           const char* output, auto append) {
-        object->registerMethod(
-            deviceInterface, member, input,
-            behaviour() == Behaviour::wrongType ? "u" : output,
-            [this, append](sdbus::MethodCall call) {
-                std::string argument;
-                if (call.getMemberName() != "readMBVersionString")
-                {
-                    call >> argument;
-                }
-                count(call.getMemberName(), argument);
-                if (choices["cpld-device"] == "silent")
-                {
-                    return;
-                }
-                answer(call, [&](sdbus::MethodReply& reply) {
-                    append(reply, argument);
-                });
-            });
+    dbus::Interface<CpldManager> members(deviceInterface);
+    const auto offerAs = [&](const std::string& member, const std::string& in,
+                             auto make) {
+        const auto answer = [in, make](CpldManager& self, dbus::Call& call) {
+            const auto argument =
+                in.empty() ? std::string() : call.read<std::string>();
+            self.count(call.member(), argument);
+            if (self.choices["cpld-device"] != "silent")
+            {
+                self.failIfTold(true);
+                call.reply(make(self, argument));
+            }
+        };
+        members.method(member, in,
+                       dbus::typeOf<decltype(make(*this, member))>(), answer);
     };
-    offer("readMBVersionString", "", "s",
-          [this, device](sdbus::MethodReply& reply, const std::string&) {
-              reply << device.runningVersion(flash);
+    const auto offer = [&](const std::string& member, const std::string& in,
+                           auto make) {
+        if (behaviour() == Behaviour::wrongType)
+        {
+            offerAs(member, in, [](const CpldManager&, const std::string&) {
+                return std::uint32_t{};
+            });
+        }
+        else
+        {
+            offerAs(member, in, make);
+        }
+    };
+    offer("readMBVersionString", "",
+          [device](const CpldManager& self, const std::string&) {
+              return device.runningVersion(self.flash);
           });
-    offer("readImageFileInfo", "s", "a{sv}",
-          [this](sdbus::MethodReply& reply, const std::string& image) {
+    offer("readImageFileInfo", "s",
+          [](const CpldManager& self, const std::string& image) {
               const auto& told = offered().at("cpld-version");
               const auto chosen =
-                  std::ranges::find(told, choices["cpld-version"]);
-              appendImageInfo(reply, image,
-                              static_cast<VersionTold>(chosen - told.begin()));
+                  std::ranges::find(told, self.choices.at("cpld-version"));
+              return imageInfo(image,
+                               static_cast<VersionTold>(chosen - told.begin()));
           });
-    offer("verifyCPLD", "s", "b",
-          [this, device](sdbus::MethodReply& reply, const std::string& image) {
-              reply << (behaviour() != Behaviour::refuse &&
-                        device.accepts(image));
+    offer("verifyCPLD", "s",
+          [device](const CpldManager& self, const std::string& image) {
+              return self.behaviour() != Behaviour::refuse &&
+                     device.accepts(image);
           });
-    object->finishRegistration();
-    devices.push_back(std::move(object));
+    devices.emplace_back(connection(), device.path(), std::move(members),
+                         *this);
 }
 
-void CpldManager::answer(sdbus::MethodCall& call,
-                         const std::function<void(sdbus::MethodReply&)>& append)
+void CpldManager::failIfTold(bool isOfDevice) const
 {
-    const auto isOfDevice = call.getInterfaceName() == deviceInterface;
     if (behaviour() == Behaviour::error ||
-        (isOfDevice && choices["cpld-device"] == "error"))
+        (isOfDevice && choices.at("cpld-device") == "error"))
     {
-        throw sdbus::Error("org.freedesktop.DBus.Error.Failed",
-                           "the simulated service was told to fail");
+        throw dbus::Error("org.freedesktop.DBus.Error.Failed",
+                          "the simulated service was told to fail");
     }
-    auto reply = call.createReply();
-    if (behaviour() == Behaviour::wrongType)
-    {
-        reply << std::uint32_t{};
-    }
-    else
-    {
-        append(reply);
-    }
-    reply.send();
-}
-
-void CpldManager::appendRegistry(sdbus::MethodReply& reply) const
-{
-    const auto& chosen = choices.at("cpld-registry");
-    if (chosen == "wrong-type")
-    {
-        reply << "no registry";
-        return;
-    }
-    if (chosen == "missing-member")
-    {
-        std::map<std::string, sdbus::Struct<std::string, std::string>> records;
-        for (const auto& device : bound)
-        {
-            records[device.component] = {device.path(), device.driver};
-        }
-        reply << records;
-        return;
-    }
-    if (chosen == "other-member")
-    {
-        std::map<std::string,
-                 sdbus::Struct<std::string, std::uint32_t,
-                               std::map<std::string, sdbus::Variant>>>
-            records;
-        for (const auto& device : bound)
-        {
-            records[device.component] = {device.path(), 1, {}};
-        }
-        reply << records;
-        return;
-    }
-    reply.openContainer("{s(ssa{sv})}");
-    for (const auto& device : bound)
-    {
-        appendRecord(reply, device);
-    }
-    if (chosen == "duplicate-component")
-    {
-        for (auto again : bound)
-        {
-            again.driver = "second";
-            appendRecord(reply, again);
-        }
-    }
-    reply.closeContainer();
-}
-
-void CpldManager::appendRecord(sdbus::MethodReply& reply,
-                               const CpldDevice& device) const
-{
-    reply.openDictEntry("s(ssa{sv})");
-    reply << device.component;
-    reply.openStruct("ssa{sv}");
-    reply << told(device) << device.driver;
-    appendProperties(reply, device,
-                     choices.at("cpld-registry") == "duplicate-property");
-    reply.closeStruct();
-    reply.closeDictEntry();
 }
 
 /** The object path that the registry tells. */

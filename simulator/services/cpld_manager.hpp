@@ -23,21 +23,24 @@ class CpldManager final : public Service
     void changed() override;
     std::map<std::string, std::string> values() const override;
 
-    std::string registryType() const;
     void bind(const std::string& components);
+    void offerManager();
     void offerDevice(const CpldDevice& device);
-    void answer(sdbus::MethodCall& call,
-                const std::function<void(sdbus::MethodReply&)>& append);
-    void appendRegistry(sdbus::MethodReply& reply) const;
-    void appendRecord(sdbus::MethodReply& reply,
-                      const CpldDevice& device) const;
+    void failIfTold(bool isOfDevice) const;
+
+    /** The bound devices as the registry tells them: what `record` makes of
+     *  each, by component.
+     */
+    template <typename Record>
+    auto registry(Record record) const;
+    auto fullRegistry() const;
     std::string told(const CpldDevice& device) const;
 
     std::filesystem::path flash;
     std::vector<CpldDevice> bound;
     std::map<std::string, std::string> choices;
-    std::unique_ptr<sdbus::IObject> manager;
-    std::vector<std::unique_ptr<sdbus::IObject>> devices;
+    std::optional<dbus::Offer> manager;
+    std::vector<dbus::Offer> devices;
 };
 
 } // namespace bmcsim

@@ -18,48 +18,29 @@ FirmwareInformation::FirmwareInformation(const std::string& busAddress) :
 
 void FirmwareInformation::changed()
 {
-    // The type of a property is part of the object: a new one has another.
-    object.reset();
-    object = sdbus::createObject(ownConnection(), path);
-    if (behaviour() == Behaviour::wrongType)
-    {
-        offerNumbers();
-    }
-    else
-    {
-        offerTexts();
-    }
-    object->finishRegistration();
-}
-
-void FirmwareInformation::offerTexts()
-{
+    using Self = FirmwareInformation;
+    dbus::Interface<Self> members(interface);
     for (const auto& property : offered.chosen())
     {
-        object->registerProperty(
-            interface, property, "s",
-            [this, property](sdbus::PropertyGetReply& reply) {
-                reply << staged.at(property);
-            },
-            [this, property](sdbus::PropertySetCall& call) {
-                std::string version;
-                call >> version;
+        if (behaviour() == Behaviour::wrongType)
+        {
+            members.property(
+                property, dbus::Changes::told,
+                [](Self&) { return std::uint32_t{}; },
+                [](Self&, std::uint32_t) {});
+            continue;
+        }
+        members.property(
+            property, dbus::Changes::told,
+            [property](Self& self) { return self.staged.at(property); },
+            [property](Self& self, const std::string& version) {
                 auto asked = property;
-                count("Set", asked.append(" ").append(version));
-                stage(property, version);
+                self.count("Set", asked.append(" ").append(version));
+                self.stage(property, version);
             });
     }
-}
-
-void FirmwareInformation::offerNumbers()
-{
-    for (const auto& property : offered.chosen())
-    {
-        object->registerProperty(
-            interface, property, "u",
-            [](sdbus::PropertyGetReply& reply) { reply << std::uint32_t{}; },
-            [](sdbus::PropertySetCall&) {});
-    }
+    object.reset();
+    object.emplace(connection(), path, std::move(members), *this);
 }
 
 void FirmwareInformation::stage(const std::string& property,
@@ -67,7 +48,7 @@ void FirmwareInformation::stage(const std::string& property,
 {
     answerErrorIfTold();
     staged.at(property) = version;
-    object->emitPropertiesChangedSignal(interface, {property});
+    connection().tellChanges(path, interface, {property});
 }
 
 std::vector<std::string> FirmwareInformation::settings() const

@@ -20,13 +20,11 @@ class FirmwareInformation final : public Service
     void changed() override;
     std::map<std::string, std::string> values() const override;
 
-    void offerTexts();
-    void offerNumbers();
     void stage(const std::string& property, const std::string& version);
 
     OfferedMembers offered;
     std::map<std::string, std::string> staged;
-    std::unique_ptr<sdbus::IObject> object;
+    std::optional<dbus::Offer> object;
 };
 
 } // namespace bmcsim

@@ -7,6 +7,8 @@
 namespace bmcsim
 {
 
+constexpr auto property = "BoardId";
+
 Host::Host(const std::string& busAddress) :
     Service("host", "com.WEXA.Host", busAddress)
 {
@@ -15,24 +17,24 @@ Host::Host(const std::string& busAddress) :
 
 void Host::changed()
 {
-    // The type of a property is part of the object: a new one has another.
+    const auto told = [](Host& host) {
+        host.count("Get");
+        host.answerErrorIfTold();
+        return host.board;
+    };
+    dbus::Interface<Host> interface("com.WEXA.Host");
+    if (behaviour() == Behaviour::wrongType)
+    {
+        interface.property(property, dbus::Changes::told, [told](Host& host) {
+            return std::to_string(told(host));
+        });
+    }
+    else
+    {
+        interface.property(property, dbus::Changes::told, told);
+    }
     object.reset();
-    object = sdbus::createObject(ownConnection(), "/com/WEXA/Host");
-    const auto isText = behaviour() == Behaviour::wrongType;
-    object->registerProperty("com.WEXA.Host", "BoardId", isText ? "s" : "q",
-                             [this, isText](sdbus::PropertyGetReply& reply) {
-                                 count("Get");
-                                 answerErrorIfTold();
-                                 if (isText)
-                                 {
-                                     reply << std::to_string(board);
-                                 }
-                                 else
-                                 {
-                                     reply << board;
-                                 }
-                             });
-    object->finishRegistration();
+    object.emplace(connection(), "/com/WEXA/Host", std::move(interface), *this);
 }
 
 void Host::set(const std::string&, const std::string& value)

@@ -26,7 +26,7 @@ class Host final : public Service
     std::map<std::string, std::string> values() const override;
 
     std::uint16_t board = 1;
-    std::unique_ptr<sdbus::IObject> object;
+    std::optional<dbus::Offer> object;
 };
 
 } // namespace bmcsim

@@ -40,47 +40,38 @@ std::map<std::string, std::string> SecurityManager::values() const
 
 void SecurityManager::changed()
 {
-    // The type of an answer is part of the object: a new one has another.
-    object.reset();
-    object =
-        sdbus::createObject(ownConnection(), "/xyz/openbmc_project/security");
+    dbus::Interface<SecurityManager> members(interface);
     for (const auto& member : offered.chosen())
     {
-        offer(member, kinds.at(member));
+        members.method(
+            member, "s", behaviour() == Behaviour::wrongType ? "s" : "b",
+            [kind = kinds.at(member)](SecurityManager& self, dbus::Call& call) {
+                self.answer(call, kind);
+            });
     }
-    object->finishRegistration();
+    object.reset();
+    object.emplace(connection(), "/xyz/openbmc_project/security",
+                   std::move(members), *this);
 }
 
-void SecurityManager::offer(const std::string& member, std::uint16_t kind)
+void SecurityManager::answer(dbus::Call& call, std::uint16_t kind)
 {
-    object->registerMethod(interface, member, "s",
-                           behaviour() == Behaviour::wrongType ? "s" : "b",
-                           [this, kind](sdbus::MethodCall call) {
-                               answer(std::move(call), kind);
-                           });
-}
-
-void SecurityManager::answer(sdbus::MethodCall call, std::uint16_t kind)
-{
-    std::string path;
-    call >> path;
-    count(call.getMemberName(), path);
-    auto reply = call.createReply();
+    const auto path = call.read<std::string>();
+    count(call.member(), path);
     if (behaviour() == Behaviour::wrongType)
     {
-        reply << "authentic";
+        call.reply(std::string("authentic"));
     }
     else if (behaviour() == Behaviour::refuse)
     {
-        reply << false;
+        call.reply(false);
     }
     else
     {
         answerErrorIfTold();
         const auto image = authenticate(path);
-        reply << (image && image->kind == kind);
+        call.reply(image && image->kind == kind);
     }
-    reply.send();
 }
 
 } // namespace bmcsim

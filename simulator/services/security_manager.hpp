@@ -21,11 +21,10 @@ class SecurityManager final : public Service
   private:
     void changed() override;
     std::map<std::string, std::string> values() const override;
-    void offer(const std::string& member, std::uint16_t kind);
-    void answer(sdbus::MethodCall call, std::uint16_t kind);
+    void answer(dbus::Call& call, std::uint16_t kind);
 
     OfferedMembers offered;
-    std::unique_ptr<sdbus::IObject> object;
+    std::optional<dbus::Offer> object;
 };
 
 } // namespace bmcsim

@@ -1,10 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "service.hpp"
 
-#include "../bus_name.hpp"
-
-#include <poll.h>
-
 #include <stdexcept>
 
 namespace bmcsim
@@ -12,67 +8,26 @@ namespace bmcsim
 
 Service::Service(std::string label, std::string busName,
                  const std::string& busAddress) :
-    name(std::move(label)), busName(std::move(busName)),
-    bus(sdbus::createSessionBusConnectionWithAddress(busAddress))
+    name(std::move(label)), busName(std::move(busName)), bus(busAddress)
 {
-    takeName(*bus, this->busName);
+    bus.takeName(this->busName);
 }
 
 void Service::behave(Behaviour behaviour)
 {
     if (behaving != Behaviour::absent && behaviour == Behaviour::absent)
     {
-        bus->releaseName(busName);
+        bus.releaseName(busName);
     }
     if (behaving == Behaviour::absent && behaviour != Behaviour::absent)
     {
-        takeName(*bus, busName);
+        bus.takeName(busName);
     }
     behaving = behaviour;
+    bus.keep(behaviour == Behaviour::silent ? dbus::Pace::never
+             : behaviour == Behaviour::slow ? dbus::Pace::late
+                                            : dbus::Pace::atOnce);
     changed();
-}
-
-using std::chrono::steady_clock;
-
-static bool isReadable(const sdbus::IConnection& connection)
-{
-    pollfd waiting{connection.getEventLoopPollData().fd, POLLIN, 0};
-    return poll(&waiting, 1, 0) > 0;
-}
-
-sdbus::IConnection* Service::connection()
-{
-    const auto waits =
-        behaving == Behaviour::silent || behaving == Behaviour::slow;
-    return waits ? nullptr : bus.get();
-}
-
-void Service::wake()
-{
-    if (behaving != Behaviour::slow)
-    {
-        waitingSince.reset();
-        return;
-    }
-    if (!waitingSince && isReadable(*bus))
-    {
-        waitingSince = steady_clock::now();
-    }
-    if (waitingSince && steady_clock::now() >= *waitingSince + slowness)
-    {
-        waitingSince.reset();
-        while (bus->processPendingRequest())
-        {
-        }
-    }
-}
-
-std::optional<steady_clock::time_point> Service::deadline() const
-{
-    constexpr std::chrono::milliseconds glance{20};
-    return behaving == Behaviour::slow
-               ? std::optional(steady_clock::now() + glance)
-               : std::nullopt;
 }
 
 void Service::count(const std::string& member, const std::string& asked)
@@ -90,13 +45,13 @@ void Service::answerErrorIfTold() const
 {
     if (behaving == Behaviour::refuse)
     {
-        throw sdbus::Error("org.freedesktop.DBus.Error.AccessDenied",
-                           "the simulated service was told to refuse");
+        throw dbus::Error("org.freedesktop.DBus.Error.AccessDenied",
+                          "the simulated service was told to refuse");
     }
     if (behaving == Behaviour::error)
     {
-        throw sdbus::Error("org.freedesktop.DBus.Error.Failed",
-                           "the simulated service was told to fail");
+        throw dbus::Error("org.freedesktop.DBus.Error.Failed",
+                          "the simulated service was told to fail");
     }
 }
 

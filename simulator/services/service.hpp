@@ -2,11 +2,10 @@
 #pragma once
 
 #include "../behaviour.hpp"
+#include "../dbus/object.hpp"
 
 #include <nlohmann/json.hpp>
-#include <sdbus-c++/sdbus-c++.h>
 
-#include <chrono>
 #include <map>
 #include <memory>
 #include <optional>
@@ -38,17 +37,10 @@ class Service
         return name;
     }
 
-    /** The connection to be served now; not while the service is silent: its
-     *  callers' messages wait, as those of a service that hangs. While it is
-     *  slow `wake` serves it.
-     */
-    sdbus::IConnection* connection();
-
-    /** Answers, while it is slow, what has waited for long enough. */
-    void wake();
-
-    /** When to look again, while it is slow. */
-    std::optional<std::chrono::steady_clock::time_point> deadline() const;
+    dbus::Connection& connection()
+    {
+        return bus;
+    }
 
     /** The values that can be changed besides the behaviour. */
     virtual std::vector<std::string> settings() const
@@ -72,11 +64,6 @@ class Service
         return behaving;
     }
 
-    sdbus::IConnection& ownConnection()
-    {
-        return *bus;
-    }
-
     /** Remembers a call.
      *
      *  @param asked  what it was called with, in words; may be empty
@@ -98,10 +85,8 @@ class Service
   private:
     std::string name;
     std::string busName;
-    std::unique_ptr<sdbus::IConnection> bus;
+    dbus::Connection bus;
     Behaviour behaving = Behaviour::normal;
-    /** When the message that waits was first seen, while it is slow. */
-    std::optional<std::chrono::steady_clock::time_point> waitingSince;
     std::map<std::string, int> calls;
     std::map<std::string, std::string> lastAsked;
 };

@@ -4,6 +4,7 @@
 namespace bmcsim
 {
 
+constexpr auto path = "/xyz/openbmc_project/software/apply_time";
 constexpr auto interface = "xyz.openbmc_project.Software.ApplyTime";
 constexpr auto property = "RequestedApplyTime";
 
@@ -16,45 +17,32 @@ Settings::Settings(const std::string& busAddress) :
 
 void Settings::changed()
 {
-    // The type of a property is part of the object: a new one has another.
-    object.reset();
-    object = sdbus::createObject(ownConnection(),
-                                 "/xyz/openbmc_project/software/apply_time");
+    dbus::Interface<Settings> members(interface);
     if (behaviour() == Behaviour::wrongType)
     {
-        offerNumber();
+        members.property(property, dbus::Changes::told, [](Settings& settings) {
+            settings.count("Get");
+            return std::uint32_t{};
+        });
     }
     else
     {
-        offerText();
+        members.property(
+            property, dbus::Changes::told,
+            [](Settings& settings) {
+                settings.count("Get");
+                settings.answerErrorIfTold();
+                return settings.applyTime;
+            },
+            [](Settings& settings, const std::string& value) {
+                settings.count("Set");
+                settings.answerErrorIfTold();
+                settings.applyTime = value;
+                settings.connection().tellChanges(path, interface, {property});
+            });
     }
-    object->finishRegistration();
-}
-
-void Settings::offerText()
-{
-    object->registerProperty(
-        interface, property, "s",
-        [this](sdbus::PropertyGetReply& reply) {
-            count("Get");
-            answerErrorIfTold();
-            reply << applyTime;
-        },
-        [this](sdbus::PropertySetCall& call) {
-            count("Set");
-            answerErrorIfTold();
-            call >> applyTime;
-            object->emitPropertiesChangedSignal(interface, {property});
-        });
-}
-
-void Settings::offerNumber()
-{
-    object->registerProperty(interface, property, "u",
-                             [this](sdbus::PropertyGetReply& reply) {
-                                 count("Get");
-                                 reply << std::uint32_t{};
-                             });
+    object.reset();
+    object.emplace(connection(), path, std::move(members), *this);
 }
 
 void Settings::set(const std::string&, const std::string& value)

@@ -24,11 +24,8 @@ class Settings final : public Service
     void changed() override;
     std::map<std::string, std::string> values() const override;
 
-    void offerText();
-    void offerNumber();
-
     std::string applyTime;
-    std::unique_ptr<sdbus::IObject> object;
+    std::optional<dbus::Offer> object;
 };
 
 } // namespace bmcsim
