@@ -136,6 +136,7 @@ static void printFailure(const Failure& failure)
     {
         printDetail("log:      ", line);
     }
+    printDetail("log:      not known: ", reason.logUnknown);
     printDetail("hint:     ", hint);
     std::cerr.flush();
 }
@@ -155,6 +156,7 @@ int Report::fail(const Failure& failure)
                           {"call", call},
                           {"commands", reason.commands},
                           {"log", reason.log},
+                          {"log_unknown", reason.logUnknown},
                           {"hint", hint}};
         print(value);
     }

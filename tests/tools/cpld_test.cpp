@@ -276,7 +276,8 @@ TEST_F(Cpld, FlashThatFailsIsToldFromOneThatNeverStarted)
     EXPECT_EQ(
         run("update", "MB_CPLD"),
         ended(flashFailed,
-              "the flash failed: its program ended with exit status 1/FAILURE",
+              image + ": the flash failed: its program ended with exit status "
+                      "1/FAILURE",
               {"",
                {},
                "",

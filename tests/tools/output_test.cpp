@@ -117,11 +117,11 @@ TEST(FullDisk, MakesTheFlashFailAndTheToolSayIt)
          "--", fromEnvironment("WEXA_FWMGR"), "update", "bmc", image});
     EXPECT_EQ(done.status, flashFailed);
     EXPECT_EQ(done.out, "");
-    EXPECT_THAT(done.err,
-                testing::MatchesRegex(
-                    "(.*\n)?wexa-fwmgr: the flash failed: its program ended "
-                    "with exit status 1/FAILURE\n  command:  [^\n]*\n"
-                    "  hint:     [^\n]*\n"));
+    EXPECT_THAT(done.err, testing::MatchesRegex(
+                              "(.*\n)?wexa-fwmgr: " + image +
+                              ": the flash failed: its program ended "
+                              "with exit status 1/FAILURE\n  command:  [^\n]*\n"
+                              "  hint:     [^\n]*\n"));
 }
 
 } // namespace

@@ -217,18 +217,19 @@ TEST_F(UpdateOfADevice, IsNotRunWhereSystemdStartsItsUnitTooOften)
     const auto done = fwmgr({"update", "bmc", image});
     const auto unit = " '" + flashUnit("bmc", image) + "'";
     EXPECT_EQ(done,
-              (Completed{flashNotRun, "",
-                         "flashing " + image + "\n" +
-                             failureText(
-                                 "the flash was not run: systemd ended its job "
-                                 "with 'failed' and ran nothing",
-                                 {"",
-                                  {},
-                                  "",
-                                  "see systemctl --user status" + unit +
-                                      "; where it was started too often, "
-                                      "systemctl --user reset-failed" +
-                                      unit})}));
+              (Completed{
+                  flashNotRun, "",
+                  "flashing " + image + "\n" +
+                      failureText(image + ": the flash was not run: systemd "
+                                          "ended its job with 'failed' and ran "
+                                          "nothing",
+                                  {"",
+                                   {},
+                                   "",
+                                   "see systemctl --user status" + unit +
+                                       "; where it was started too often, "
+                                       "systemctl --user reset-failed" +
+                                       unit})}));
 }
 
 } // namespace

@@ -23,6 +23,8 @@ struct Reason
     std::vector<std::string> commands = {};
     /** What it logged last, line by line. */
     std::vector<std::string> log = {};
+    /** Why that is not known; empty where it is. */
+    std::string logUnknown = {};
 };
 
 /** Why a verb did not do what was asked, and how to end. */

@@ -269,7 +269,15 @@ bool Flash::hasEnded()
 
 void Flash::requireDone()
 {
-    requireFlashed(unit, state, job, launch, request.bus);
+    try
+    {
+        requireFlashed(unit, state, job, launch, request.bus);
+    }
+    catch (const Failure& failure)
+    {
+        throw Failure(failure.status, target.image + ": " + failure.what(),
+                      failure.reason);
+    }
     const LibraryLog log(request.verbose);
     kind.succeeded(manager);
 }

@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <fstream>
 #include <memory>
+#include <optional>
 #include <string_view>
 
 constexpr std::size_t mostLines = 5;
@@ -27,7 +28,9 @@ static std::string messageOf(sd_journal* journal)
     return std::string(text.substr(field.size(), mostBytes));
 }
 
-static std::vector<std::string> journalLines(const std::string& invocation)
+/** @return unset where no journal can be read */
+static std::optional<std::vector<std::string>>
+journalLines(const std::string& invocation)
 {
     sd_journal* opened = nullptr;
     if (sd_journal_open(&opened, SD_JOURNAL_LOCAL_ONLY) < 0)
@@ -36,13 +39,19 @@ static std::vector<std::string> journalLines(const std::string& invocation)
     }
     const std::unique_ptr<sd_journal, decltype(&sd_journal_close)> journal(
         opened, sd_journal_close);
+    // A journal without files can be opened.
+    if (sd_journal_has_runtime_files(opened) <= 0 &&
+        sd_journal_has_persistent_files(opened) <= 0)
+    {
+        return {};
+    }
     const auto match = "_SYSTEMD_INVOCATION_ID=" + invocation;
-    std::vector<std::string> lines;
     if (sd_journal_add_match(opened, match.c_str(), 0) < 0 ||
         sd_journal_seek_tail(opened) < 0)
     {
         return {};
     }
+    std::vector<std::string> lines;
     while (lines.size() < mostLines && sd_journal_previous(opened) > 0)
     {
         lines.push_back(messageOf(opened));
@@ -83,18 +92,20 @@ std::uintmax_t logSizeOf(const UnitState& state)
 /** The lines after the first `sizeBefore` bytes. A file that is shorter now was
  *  truncated: then all its lines count.
  */
-static std::vector<std::string> fileLines(const UnitState& state,
-                                          std::uintmax_t sizeBefore)
+static FlashLog fileLines(const std::string& path, std::uintmax_t sizeBefore)
 {
-    const auto path = outputFileOf(state.fragment);
-    std::error_code missing;
-    if (!std::filesystem::is_regular_file(path, missing))
+    std::error_code error;
+    const auto size = std::filesystem::file_size(path, error);
+    std::ifstream file;
+    if (!error)
     {
-        return {};
+        file.open(path);
     }
-    const auto size = logSizeOf(state);
+    if (!file.is_open())
+    {
+        return {{}, path + ", which has the output, cannot be read"};
+    }
     const auto begin = sizeBefore <= size ? sizeBefore : 0;
-    std::ifstream file(path);
     file.seekg(static_cast<std::streamoff>(
         std::max(begin, size - std::min<std::uintmax_t>(size, mostBytes))));
     std::deque<std::string> lines;
@@ -106,16 +117,23 @@ static std::vector<std::string> fileLines(const UnitState& state,
             lines.pop_front();
         }
     }
-    return {lines.begin(), lines.end()};
+    return {{lines.begin(), lines.end()}, ""};
 }
 
-std::vector<std::string> lastLogLines(const UnitState& state,
-                                      std::uintmax_t sizeBefore)
+FlashLog logOf(const UnitState& state, std::uintmax_t sizeBefore)
 {
-    if (state.invocation.empty())
+    const auto journal = journalLines(state.invocation);
+    if (journal && !journal->empty())
     {
-        return {};
+        return {*journal, ""};
     }
-    auto lines = journalLines(state.invocation);
-    return lines.empty() ? fileLines(state, sizeBefore) : lines;
+    const auto path = outputFileOf(state.fragment);
+    if (!path.empty())
+    {
+        return fileLines(path, sizeBefore);
+    }
+    return {{},
+            journal ? ""
+                    : "no journal can be read, and " + state.fragment +
+                          " sends the output to no file"};
 }

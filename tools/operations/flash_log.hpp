@@ -12,11 +12,18 @@
  */
 std::uintmax_t logSizeOf(const UnitState& state);
 
-/** The last lines that the flash program logged in its last run: from the
- *  journal, or from the file to which the template sends its output. Empty
- *  where it logged nothing, or elsewhere.
+/** What a flash program logged last. */
+struct FlashLog
+{
+    /** Line by line; empty where it logged nothing. */
+    std::vector<std::string> lines;
+    /** Why the lines are not known; empty where they are. */
+    std::string unknown;
+};
+
+/** What the flash program logged in its last run: from the journal, or from
+ *  the file to which the template sends its output.
  *
  *  @param sizeBefore  of that file, before the run
  */
-std::vector<std::string> lastLogLines(const UnitState& state,
-                                      std::uintmax_t sizeBefore);
+FlashLog logOf(const UnitState& state, std::uintmax_t sizeBefore);

@@ -166,7 +166,9 @@ class Judge
         reason.commands = state.commands;
         if (isOfThisRun())
         {
-            reason.log = lastLogLines(state, launch ? launch->logSize : 0);
+            const auto log = logOf(state, launch ? launch->logSize : 0);
+            reason.log = log.lines;
+            reason.logUnknown = log.unknown;
         }
         throw Failure(ExitStatus::flashFailed, "the flash failed: " + why,
                       reason);
