@@ -38,8 +38,14 @@ class Installed : public testing::Test
 /** The simulated BMC and its scenarios, as the sources have them. */
 std::set<std::string> simulatorIn(const std::string& prefix)
 {
-    std::set<std::string> files{prefix + "/bin/wexa-bmcsim",
-                                prefix + "/bin/wexa-mkimage"};
+    std::set<std::string> files;
+    for (const std::string program : {"wexa-bmcsim", "wexa-mkimage"})
+    {
+        files.insert(
+            {prefix + "/bin/" + program,
+             prefix + "/share/man/man1/" + program + ".1",
+             prefix + "/share/bash-completion/completions/" + program});
+    }
     for (const auto& entry : std::filesystem::directory_iterator(
              fromEnvironment("WEXA_SOURCES") + "/simulator/scenarios"))
     {

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "help_text.hpp"
+#include "../support/completion.hpp"
+#include "fwmgr_help.hpp"
 #include "scripted_board.hpp"
 
 #include <filesystem>
@@ -8,46 +9,32 @@
 // others. What it offers besides comes from others, and is never expanded.
 
 using namespace test;
-using namespace test::help;
 
 namespace
 {
 
-/** What bash offers for the last of the words after the tool's name. */
+using Words = Help::Words;
+
 Words completions(const std::vector<std::string>& words,
                   const std::vector<std::string>& environment = {})
 {
-    const auto script = "source '" + fromEnvironment("WEXA_SOURCES") +
-                        "/tools/wexa-fwmgr.bash'\n"
-                        "PATH=$(dirname '" +
-                        fromEnvironment("WEXA_FWMGR") +
-                        "'):$PATH\n"
-                        "COMP_WORDS=(\"$0\" \"$@\")\n"
-                        "COMP_CWORD=$#\n"
-                        "_wexa_fwmgr\n"
-                        "printf '%q\\n' \"${COMPREPLY[@]}\"\n";
-    std::vector<std::string> command{"bash", "-c", script, "wexa-fwmgr"};
-    command.insert(command.end(), words.begin(), words.end());
-    const auto done = run(command, environment);
-    EXPECT_EQ(done.err, "");
-    auto offered = matchesIn(done.out, "^(.+)$");
-    offered.erase("''");
-    return offered;
+    return completionsOf("tools/wexa-fwmgr.bash", fromEnvironment("WEXA_FWMGR"),
+                         words, environment);
 }
 
 TEST(Completion, OffersEveryVerb)
 {
-    EXPECT_EQ(completions({""}), verbs());
+    EXPECT_EQ(completions({""}), fwmgrHelp().verbs());
     EXPECT_EQ(completions({"up"}), (Words{"update", "upload"}));
 }
 
 TEST(Completion, OffersTheOptionsOfEachVerbAndThoseOfAll)
 {
-    EXPECT_EQ(completions({"--"}), optionsOf({}));
-    for (const auto& verb : verbs())
+    EXPECT_EQ(completions({"--"}), fwmgrHelp().optionsOf({}));
+    for (const auto& verb : fwmgrHelp().verbs())
     {
-        auto expected = optionsOf({});
-        expected.merge(optionsOf({verb}));
+        auto expected = fwmgrHelp().optionsOf({});
+        expected.merge(fwmgrHelp().optionsOf({verb}));
         EXPECT_EQ(completions({verb, "--"}), expected) << verb;
     }
 }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "../support/bytes.hpp"
-#include "help_text.hpp"
+#include "fwmgr_help.hpp"
 
 #include <gtest/gtest.h>
 
@@ -8,20 +8,9 @@
 // of, and no others.
 
 using namespace test;
-using namespace test::help;
 
 namespace
 {
-
-Words allOptions()
-{
-    auto all = optionsOf({});
-    for (const auto& verb : verbs())
-    {
-        all.merge(optionsOf({verb}));
-    }
-    return all;
-}
 
 std::string source(const std::string& file)
 {
@@ -31,20 +20,20 @@ std::string source(const std::string& file)
 TEST(Manual, ExplainsEveryVerbAndNoOther)
 {
     const auto page = source("wexa-fwmgr.1");
-    EXPECT_EQ(matchesIn(page, "^\\.It Cm ([a-z]+)$"), verbs());
+    EXPECT_EQ(matchesIn(page, "^\\.It Cm ([a-z]+)$"), fwmgrHelp().verbs());
     // In the synopsis as well.
-    EXPECT_EQ(matchesIn(page, "^\\.Nm\n\\.Cm ([a-z]+)"), verbs());
+    EXPECT_EQ(matchesIn(page, "^\\.Nm\n\\.Cm ([a-z]+)"), fwmgrHelp().verbs());
 }
 
 TEST(Manual, ExplainsEveryOptionAndNoOther)
 {
-    Words explained;
+    Help::Words explained;
     for (const auto& option :
          matchesIn(source("wexa-fwmgr.1"), "^\\.It Fl (-[a-z-]+)"))
     {
         explained.insert("-" + option);
     }
-    EXPECT_EQ(explained, allOptions());
+    EXPECT_EQ(explained, fwmgrHelp().allOptions());
 }
 
 TEST(Manual, ExplainsEveryExitStatusOfReadme)
