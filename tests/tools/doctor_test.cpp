@@ -200,6 +200,51 @@ INSTANTIATE_TEST_SUITE_P(
                  std::string(honest) + "ExecStart=/nonexistent/flash \"%I\"\n",
                  {"failure: /nonexistent/flash, which "
                   "obmc-flash-bmc-rot2@.service runs, cannot be executed"}},
+        Template{"WhoseProgramIsNamedWithoutItsPath",
+                 std::string(honest) + "ExecStart=true \"%I\"\n",
+                 {}},
+        Template{"WhoseProgramSystemdFindsNowhere",
+                 std::string(honest) + "ExecStart=flash-nowhere \"%I\"\n",
+                 {"failure: flash-nowhere, which "
+                  "obmc-flash-bmc-rot2@.service runs, cannot be executed"}},
+        Template{"WithASearchPathOfItsOwn",
+                 std::string(honest) +
+                     "ExecSearchPath=/lib/systemd\nExecStart=true \"%I\"\n"
+                     "ExecStartPost=systemd-sysctl\n",
+                 {"failure: true, which obmc-flash-bmc-rot2@.service runs, "
+                  "cannot be executed"}},
+        Template{"WhoseOtherProgramsAreMissing",
+                 std::string(honest) + "ExecCondition=/nonexistent/condition\n"
+                                       "ExecStartPre=/nonexistent/before\n"
+                                       "ExecStart=/bin/true \"%I\"\n"
+                                       "ExecStartPost=/nonexistent/after\n",
+                 {says("failure", "has conditions: where one does not hold, "
+                                  "systemd calls the job done though nothing "
+                                  "was flashed")
+                      .front(),
+                  "failure: /nonexistent/condition, which "
+                  "obmc-flash-bmc-rot2@.service runs, cannot be executed",
+                  "failure: /nonexistent/before, which "
+                  "obmc-flash-bmc-rot2@.service runs, cannot be executed",
+                  "failure: /nonexistent/after, which "
+                  "obmc-flash-bmc-rot2@.service runs, cannot be executed"}},
+        Template{"ThatIgnoresFailuresBeforeAndAfterTheFlash",
+                 std::string(honest) +
+                     "ExecStartPre=-/bin/echo\nExecStart=/bin/true \"%I\"\n"
+                     "ExecStart=-/bin/false\nExecStartPost=-/bin/rm \"%I\"\n",
+                 {says("failure", "ignores a failure of /bin/false: systemd "
+                                  "calls a failed flash done")
+                      .front(),
+                  says("warning",
+                       "ignores a failure of /bin/echo, which runs before the "
+                       "flash: systemd calls the flash done, and update calls "
+                       "it failed")
+                      .front(),
+                  says("warning",
+                       "ignores a failure of /bin/rm, which runs after the "
+                       "flash: systemd calls the flash done, and update calls "
+                       "it failed")
+                      .front()}},
         Template{"ThatKeepsThePathToItself",
                  std::string(honest) + "ExecStart=/bin/true \"%i\"\n",
                  says("warning", "does not give its program the path of the "

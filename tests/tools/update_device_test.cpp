@@ -4,6 +4,7 @@
 #include "tool_test.hpp"
 
 #include <fcntl.h>
+#include <signal.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -190,17 +191,18 @@ TEST_F(UpdateOfADevice, TakesNoEarlierJobOfItsUnitForItsOwn)
     bmc.set("manager", "slow");
     CallGate gate(bmc.busAddress());
     const auto tool = started({"bmc", image});
-    // It listens already, and waits for an answer.
+    // It listens already, waits for an answer, and stands still.
     gate.awaitCall("Subscribe");
+    tool->signal(SIGSTOP);
     for (const auto* member : {"StartUnit", "StopUnit"})
     {
-        bmc.run({"busctl", "--address=" + bmc.busAddress(), "--expect-reply=no",
-                 "call", "org.freedesktop.systemd1",
-                 "/org/freedesktop/systemd1",
-                 "org.freedesktop.systemd1.Manager", member, "ss",
-                 flashUnit("bmc", image), "replace"});
+        bmc.call({"org.freedesktop.systemd1", "/org/freedesktop/systemd1",
+                  "org.freedesktop.systemd1.Manager", member, "ss",
+                  flashUnit("bmc", image), "replace"});
     }
+    bmc.awaitIdle(flashUnit("bmc", image));
     bmc.set("flash", "normal");
+    tool->signal(SIGCONT);
 
     const auto done = tool->wait();
     EXPECT_EQ(done.status, 0) << done.err;

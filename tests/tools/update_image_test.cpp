@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "../support/bytes.hpp"
 #include "../support/call_gate.hpp"
+#include "schema.hpp"
 #include "tool_test.hpp"
 
+#include <nlohmann/json.hpp>
 #include <sys/stat.h>
 
 #include <filesystem>
@@ -10,6 +12,7 @@
 // What is flashed is what was verified.
 
 using namespace test;
+using nlohmann::json;
 
 namespace
 {
@@ -119,8 +122,10 @@ TEST_F(UpdateOfAnImage, FlashesNoneThatWentAwaySinceItWasVerified)
     gate.awaitCall("Subscribe");
     std::filesystem::remove(image);
     EXPECT_EQ(tool.wait(),
-              refusal(imageRefused, image + ": No such file or directory",
-                      "keep the image where it is until it is flashed"));
+              refusal(imageRefused,
+                      image + ": was removed before it could be flashed",
+                      "keep images where no other program writes, and update "
+                      "again"));
     EXPECT_TRUE(nothingWasFlashed());
 }
 
@@ -168,6 +173,92 @@ TEST_F(UpdateOfAnImage, IsNoSuccessWhereADirectoryChangedWhileItWasFlashed)
     bmc.awaitFlash("cpld-MB_CPLD");
     chmod(entry.c_str(), 0600);
     EXPECT_EQ(tool.wait().status, flashFailed);
+}
+
+TEST_F(UpdateOfAnImage, IsASuccessWhereTheUnitRemovesTheImageThatItFlashed)
+{
+    const auto unit = [this](const std::string& last) {
+        bmc.replaceFlashUnit("[Unit]\nDefaultDependencies=no\n[Service]\n"
+                             "Type=oneshot\nExecStart=/bin/cp " +
+                             image + ' ' + bmc.directory() +
+                             "/flash/bmc\nExecStartPost=/bin/" + last + '\n');
+    };
+    const auto expected = bytesOf(image);
+    unit("rm " + image);
+    const auto done = fwmgr({"update", "bmc", image});
+    EXPECT_EQ(done.status, 0) << done.err;
+    EXPECT_THAT(done.out, testing::MatchesRegex(
+                              ".*/bmc: flashed in [0-9.]+ s; the image was "
+                              "removed meanwhile\n"));
+    EXPECT_TRUE(bmc.flash("bmc") == expected);
+
+    image = images.bmc("1");
+    const auto told = fwmgr({"update", "bmc", image, "--json"});
+    EXPECT_EQ(violationsIn(told.out), "");
+    EXPECT_EQ(json::parse(told.out)["result"]["image_removed"], true);
+
+    image = images.bmc("1");
+    unit("true");
+    EXPECT_EQ(json::parse(fwmgr({"update", "bmc", image, "--json"})
+                              .out)["result"]["image_removed"],
+              false);
+}
+
+TEST_F(UpdateOfAnImage, IsNoSuccessWhereAnotherTookItsPlaceAndWasRemoved)
+{
+    const auto other = images.make("new", {"--kind", "bmc", "--version", "2"});
+    const std::vector<std::string> changes{
+        "mv " + other + ' ' + image, "truncate --size=1 " + image,
+        "mv " + images.folder() + ' ' + images.folder() + ".moved"};
+    for (const auto& change : changes)
+    {
+        const auto program = bmc.directory() + "/program";
+        writeBytes(program, change + "; rm --force " + image + '\n');
+        bmc.replaceFlashUnit("[Unit]\nDefaultDependencies=no\n[Service]\n"
+                             "Type=oneshot\nExecStart=/bin/bash " +
+                             program + '\n');
+        EXPECT_EQ(fwmgr({"update", "bmc", image}),
+                  (Completed{flashFailed, "",
+                             "flashing " + image + "\n" +
+                                 failureText(image + ": the image changed "
+                                                     "while it was flashed",
+                                             {"", {}, "", keep})}))
+            << change;
+        if (std::filesystem::exists(images.folder()))
+        {
+            images.bmc("1");
+        }
+    }
+    std::filesystem::rename(images.folder() + ".moved", images.folder());
+}
+
+TEST_F(UpdateOfAnImage, ThatFailsSaysThatTheImageWasRemoved)
+{
+    bmc.set("flash-time", "1000");
+    bmc.set("flash", "fail");
+    auto tool = started({"bmc", image});
+    bmc.awaitFlash("bmc");
+    std::filesystem::remove(image);
+    const auto done = tool.wait();
+    EXPECT_EQ(done.status, flashFailed);
+    EXPECT_THAT(done.err,
+                testing::HasSubstr("wexa-fwmgr: " + image +
+                                   ": the flash failed: its program ended with "
+                                   "exit status 1/FAILURE; the image was "
+                                   "removed meanwhile\n"));
+}
+
+TEST_F(UpdateOfAnImage, NamesTheImageInTheJsonOfEveryFailure)
+{
+    const auto forged = images.make(
+        "forged", {"--kind", "bmc", "--version", "1", "--broken", "digest"});
+    const auto refused = fwmgr({"update", "bmc", forged, "--json"});
+    EXPECT_EQ(violationsIn(refused.out), "");
+    EXPECT_EQ(json::parse(refused.out)["result"],
+              (json{{"image", forged},
+                    {"unit", flashUnit("bmc", forged)},
+                    {"verified", false},
+                    {"started", false}}));
 }
 
 } // namespace

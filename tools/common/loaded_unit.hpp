@@ -68,7 +68,8 @@ class LoadedUnit
     using Properties =
         std::map<std::string,
                  std::variant<bool, std::string, std::int32_t, std::uint64_t,
-                              std::vector<std::uint8_t>, Job, ExitStatusSet,
+                              std::vector<std::uint8_t>,
+                              std::vector<std::string>, Job, ExitStatusSet,
                               std::vector<Condition>, std::vector<Command>>>;
 
     std::string object;

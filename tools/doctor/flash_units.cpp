@@ -119,10 +119,15 @@ class TemplateCheck
             findings.failure(name + " runs nothing",
                              "give it an ExecStart that flashes");
         }
-        for (const auto& command : commands)
+        for (const auto* const property :
+             {"ExecCondition", "ExecStartPre", "ExecStart", "ExecStartPost"})
         {
-            checkCommand(command);
+            for (const auto& command : unit.get<std::vector<Command>>(property))
+            {
+                checkExecutable(std::get<0>(command));
+            }
         }
+        checkIgnoredFailures();
         if (!commands.empty() && !isGivenThePath(commands))
         {
             findings.warning(name + " does not give its program the path of "
@@ -132,21 +137,75 @@ class TemplateCheck
         }
     }
 
-    void checkCommand(const Command& command)
+    void checkIgnoredFailures()
     {
-        const auto& program = std::get<0>(command);
-        if (std::get<2>(command))
+        const auto advice = "take the \"-\" before the command away";
+        for (const auto& program : ignoredOf("ExecStart"))
         {
             findings.failure(name + " ignores a failure of " + program +
                                  ": systemd calls a failed flash done",
-                             "take the \"-\" before the command away");
+                             advice);
         }
-        if (access(program.c_str(), X_OK) != 0)
+        for (const auto& [property, when] :
+             {std::pair("ExecStartPre", "before"),
+              std::pair("ExecStartPost", "after")})
+        {
+            for (const auto& program : ignoredOf(property))
+            {
+                findings.warning(name + " ignores a failure of " + program +
+                                     ", which runs " + when +
+                                     " the flash: systemd calls the flash "
+                                     "done, and update calls it failed",
+                                 advice);
+            }
+        }
+    }
+
+    /** The programs whose failure does not count. */
+    std::vector<std::string> ignoredOf(const std::string& property) const
+    {
+        std::vector<std::string> programs;
+        for (const auto& command : unit.get<std::vector<Command>>(property))
+        {
+            if (std::get<2>(command))
+            {
+                programs.push_back(std::get<0>(command));
+            }
+        }
+        return programs;
+    }
+
+    void checkExecutable(const std::string& program)
+    {
+        if (!std::ranges::any_of(placesOf(program), [](const auto& place) {
+                return access(place.c_str(), X_OK) == 0;
+            }))
         {
             findings.failure(program + ", which " + name +
                                  " runs, cannot be executed",
                              "install it");
         }
+    }
+
+    /** Where systemd looks for a program. */
+    std::vector<std::string> placesOf(const std::string& program) const
+    {
+        if (program.find('/') != std::string::npos)
+        {
+            return {program};
+        }
+        auto places = unit.get<std::vector<std::string>>("ExecSearchPath");
+        if (places.empty())
+        {
+            // Not the PATH of this tool.
+            places = {"/usr/local/sbin", "/usr/local/bin", "/usr/sbin",
+                      "/usr/bin",        "/sbin",          "/bin"};
+        }
+        for (auto& place : places)
+        {
+            place += '/' + program;
+        }
+        return places;
     }
 
     static bool isGivenThePath(const std::vector<Command>& commands)

@@ -6,6 +6,7 @@
 #include "../common/systemd.hpp"
 #include "../common/unit_name.hpp"
 #include "flash_log.hpp"
+#include "image_identity.hpp"
 #include "library_log.hpp"
 #include "progress.hpp"
 
@@ -275,7 +276,11 @@ void Flash::requireDone()
     }
     catch (const Failure& failure)
     {
-        throw Failure(failure.status, target.image + ": " + failure.what(),
+        throw Failure(failure.status,
+                      target.image + ": " + failure.what() +
+                          (isRemoved(target.image)
+                               ? "; the image was removed meanwhile"
+                               : ""),
                       failure.reason);
     }
     const LibraryLog log(request.verbose);

@@ -15,6 +15,13 @@
                   "keep the image where it is until it is flashed");
 }
 
+bool isRemoved(const std::string& path)
+{
+    struct stat status = {};
+    return lstat(path.c_str(), &status) != 0 &&
+           (errno == ENOENT || errno == ENOTDIR);
+}
+
 ImageIdentity::ImageIdentity(const std::string& path)
 {
     add(path);

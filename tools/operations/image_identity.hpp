@@ -8,6 +8,9 @@
 #include <map>
 #include <string>
 
+/** Whether nothing is at the path of an image any more. */
+bool isRemoved(const std::string& path);
+
 /** Which file an image is, and in which state: two of the same path are equal
  *  where neither the file nor its content changed in between.
  */

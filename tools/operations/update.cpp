@@ -9,6 +9,7 @@
 #include "flash.hpp"
 #include "image_identity.hpp"
 #include "image_path.hpp"
+#include "image_watch.hpp"
 #include "iso_time.hpp"
 #include "verbs.hpp"
 #include "verification.hpp"
@@ -83,33 +84,48 @@ void requireVerified(sdbusplus::bus_t& bus, const FirmwareKind& kind,
 
 void requireUnchanged(const ImageIdentity& before, const std::string& image)
 {
-    if (ImageIdentity(image) != before)
+    const auto removed = isRemoved(image);
+    if (removed || ImageIdentity(image) != before)
     {
         throw Failure(ExitStatus::imageRefused,
-                      image + ": changed before it could be flashed",
+                      image + ": " + (removed ? "was removed" : "changed") +
+                          " before it could be flashed",
                       "keep images where no other program writes, and update "
                       "again");
     }
 }
 
-void requireUnchangedByNow(const ImageIdentity& before,
-                           const std::string& image)
+/** Whether an image is still the one that was verified. A flash unit may remove
+ *  the image that it has flashed.
+ */
+bool isUnchanged(const ImageIdentity& before, ImageWatch& watch,
+                 const std::string& image)
 {
+    if (isRemoved(image))
+    {
+        return !watch.sawChange();
+    }
     try
     {
-        if (ImageIdentity(image) == before)
-        {
-            return;
-        }
+        return ImageIdentity(image) == before;
     }
     catch (const Failure&)
     {
-        // It is gone: what was flashed cannot be told.
+        // It is removed just now: what was flashed cannot be told.
+        return false;
     }
-    throw Failure(ExitStatus::flashFailed,
-                  image + ": the image changed while it was flashed",
-                  "keep images where no other program writes, and flash again "
-                  "before the device starts from it");
+}
+
+void requireUnchangedByNow(const ImageIdentity& before, ImageWatch& watch,
+                           const std::string& image)
+{
+    if (!isUnchanged(before, watch, image))
+    {
+        throw Failure(ExitStatus::flashFailed,
+                      image + ": the image changed while it was flashed",
+                      "keep images where no other program writes, and flash "
+                      "again before the device starts from it");
+    }
 }
 
 /** The bus's own name of itself. */
@@ -144,29 +160,19 @@ void addProof(nlohmann::json& data, const UnitState& state)
 }
 
 std::string flashedText(const std::string& image,
-                        std::chrono::duration<double> took, bool verified)
+                        std::chrono::duration<double> took, bool verified,
+                        bool removed)
 {
     std::ostringstream text;
     text << image << ": flashed in " << std::fixed << std::setprecision(1)
          << took.count() << " s" << (verified ? "" : ", without verification")
-         << '\n';
+         << (removed ? "; the image was removed meanwhile" : "") << '\n';
     return text.str();
 }
 
-/** Waits for the end of a flash and judges it.
- *
- *  @param data  gains what proves it, also where the flash failed
- */
-void requireFlashed(Flash& flash, const ImageIdentity& identity,
-                    const std::string& image, nlohmann::json& data)
-{
-    addProof(data, flash.awaitEnd());
-    flash.requireDone();
-    requireUnchangedByNow(identity, image);
-}
-
-Result run(Flash& flash, const ImageIdentity& identity, const Target& target,
-           nlohmann::json data, const Request& request)
+/** @param data  gains what is known of the flash, also where it failed */
+Result run(Flash& flash, const ImageIdentity& identity, ImageWatch& watch,
+           const Target& target, nlohmann::json& data, const Request& request)
 try
 {
     const auto start = steady_clock::now();
@@ -178,21 +184,61 @@ try
         return {data, target.image + ": the flash is started, as " +
                           data["unit"].get<std::string>() + '\n'};
     }
-    requireFlashed(flash, identity, target.image, data);
+    addProof(data, flash.awaitEnd());
+    flash.requireDone();
+    requireUnchangedByNow(identity, watch, target.image);
 
     const std::chrono::duration<double> took = steady_clock::now() - start;
     data["seconds"] = took.count();
-    return {data, flashedText(target.image, took, request.verify)};
+    const auto removed = isRemoved(target.image);
+    data["image_removed"] = removed;
+    return {data, flashedText(target.image, took, request.verify, removed)};
 }
 
-catch (Failure& failure)
+catch (const Failure& failure)
 {
     if (failure.status == ExitStatus::callFailed)
     {
         data["started"] = false;
     }
-    failure.found.data = data;
     throw;
+}
+
+/** @param data  gains what is known, also where it fails */
+Result verifyAndRun(const FirmwareKind& kind, const Target& target,
+                    const Request& request, nlohmann::json& data)
+{
+    requireFaithful(request, target.image, {});
+    const ImageIdentity identity(target.image);
+    ImageWatch watch(target.image);
+    auto bus = connectTo(request.bus);
+    requireComponent(bus, request);
+    if (request.verify)
+    {
+        requireVerified(bus, kind, target, request.verbose);
+        data["verified"] = true;
+    }
+
+    const auto device =
+        request.kind + (target.component.empty() ? "" : "-") + target.component;
+    const DeviceLock lock(request.bus, idOf(bus), device, target.image);
+    Flash flash(bus, kind, target, data["unit"], request);
+    flash.requireIdleDevice();
+    requireUnchanged(identity, target.image);
+    return run(flash, identity, watch, target, data, request);
+}
+
+/** What is verified and what is flashed must not differ by a link. */
+std::string withoutLinks(const std::string& image)
+{
+    std::error_code error;
+    const auto path = std::filesystem::canonical(image, error).string();
+    if (error)
+    {
+        throw Failure(ExitStatus::wrongUsage, image + ": " + error.message(),
+                      "name an image file that can be read");
+    }
+    return path;
 }
 
 } // namespace
@@ -200,10 +246,8 @@ catch (Failure& failure)
 Result update(const Request& request)
 {
     const auto& kind = firmwareKindNamed(request.kind);
-    // What is verified and what is flashed must not differ by a link.
-    const auto image = std::filesystem::canonical(
-                           usableImage(request.image, kind.hasComponents()))
-                           .string();
+    const auto image =
+        withoutLinks(usableImage(request.image, kind.hasComponents()));
     const Target target{image, request.component};
     const auto unit = flashUnitName(request.kind, request.component, image);
     if (request.dryRun)
@@ -212,25 +256,17 @@ Result update(const Request& request)
         requireFaithful(request, image, planned);
         return planned;
     }
-    requireFaithful(request, image, {});
-    const ImageIdentity identity(image);
-    auto bus = connectTo(request.bus);
-    requireComponent(bus, request);
-    if (request.verify)
+    nlohmann::json data{{"image", image},
+                        {"unit", unit},
+                        {"verified", false},
+                        {"started", false}};
+    try
     {
-        requireVerified(bus, kind, target, request.verbose);
+        return verifyAndRun(kind, target, request, data);
     }
-
-    const auto device =
-        request.kind + (target.component.empty() ? "" : "-") + target.component;
-    const DeviceLock lock(request.bus, idOf(bus), device, image);
-    Flash flash(bus, kind, target, unit, request);
-    flash.requireIdleDevice();
-    requireUnchanged(identity, image);
-    return run(flash, identity, target,
-               {{"image", image},
-                {"unit", unit},
-                {"verified", request.verify},
-                {"started", false}},
-               request);
+    catch (Failure& failure)
+    {
+        failure.found.data = data;
+        throw;
+    }
 }
