@@ -6,8 +6,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 using namespace test;
 using testing::HasSubstr;
+using testing::Not;
 
 namespace
 {
@@ -56,6 +59,52 @@ TEST_F(BuildForABoard, NamesTheCoreLibraryWhereItIsMissing)
     install("sdbusplus");
     install("phosphor-dbus-interfaces");
     expectMissing("ERROR: C++ shared or static library 'wexacore' not found");
+}
+
+class BuildForTests : public testing::Test
+{
+  protected:
+    BuildForTests()
+    {
+        for (const auto& program :
+             std::filesystem::directory_iterator("/usr/bin"))
+        {
+            std::filesystem::create_symlink(
+                program.path(), directory.file(program.path().filename()));
+        }
+    }
+
+    Completed configureWithout(const std::vector<std::string>& programs) const
+    {
+        for (const auto& program : programs)
+        {
+            std::filesystem::remove(directory.file(program));
+        }
+        return run({"meson", "setup", directory.file("build"),
+                    fromEnvironment("WEXA_SOURCES")},
+                   {"PATH=" + directory.path().string()});
+    }
+
+    TemporaryDirectory directory;
+};
+
+TEST_F(BuildForTests, SaysWhatIsLeftOutAndWhatIsMissing)
+{
+    const auto configured = configureWithout({"abidw", "dbus-broker"});
+    EXPECT_EQ(configured.status, 0) << configured.out;
+    EXPECT_THAT(
+        configured.out,
+        HasSubstr(
+            "  Left out, for it is not installed\n"
+            "    tests on dbus-broker              : dbus-broker\n"
+            "    comparison of the binary interface: abigail-tools\n"));
+}
+
+TEST_F(BuildForTests, LeavesNothingOutWhereAllIsInstalled)
+{
+    const auto configured = configureWithout({});
+    EXPECT_EQ(configured.status, 0) << configured.out;
+    EXPECT_THAT(configured.out, Not(HasSubstr("Left out")));
 }
 
 } // namespace

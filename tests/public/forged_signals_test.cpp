@@ -82,7 +82,7 @@ TEST_P(Forged, SignalsDoNotChangeHowTheDaemonEnds)
 INSTANTIATE_TEST_SUITE_P(
     Outcomes, Forged,
     testing::Combine(
-        testing::Values("dbus-daemon", "dbus-broker"),
+        testing::ValuesIn(busPrograms()),
         testing::Values(Lie{"OfAFailedFlash", "fail", "done"},
                         Lie{"OfASuccessThatFailed", "normal", "failed"},
                         Lie{"OfASuccessThatWasSkipped", "normal", "skipped"},

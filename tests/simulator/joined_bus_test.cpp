@@ -17,8 +17,8 @@ class JoinedBus : public testing::TestWithParam<std::string>
 {
   protected:
     JoinedBus() :
-        program(GetParam() == "broker" ? startDbusBroker(directory.path())
-                                       : startDbusDaemon(directory.path()))
+        program(GetParam() == "dbus-broker" ? startDbusBroker(directory.path())
+                                            : startDbusDaemon(directory.path()))
     {}
 
     std::string address() const
@@ -30,8 +30,11 @@ class JoinedBus : public testing::TestWithParam<std::string>
     std::unique_ptr<BusProgram> program;
 };
 
-INSTANTIATE_TEST_SUITE_P(Buses, JoinedBus, testing::Values("daemon", "broker"),
-                         [](const auto& row) { return row.param; });
+INSTANTIATE_TEST_SUITE_P(Buses, JoinedBus, testing::ValuesIn(busPrograms()),
+                         [](const auto& row) {
+                             return row.param == "dbus-daemon" ? "OnDbusDaemon"
+                                                               : "OnDbusBroker";
+                         });
 
 TEST_P(JoinedBus, HasTheServicesOfTheBmc)
 {

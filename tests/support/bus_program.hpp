@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace test
 {
@@ -46,5 +47,8 @@ std::unique_ptr<BusProgram> startDbusDaemon(const std::string& directory);
 
 /** dbus-broker, likewise. */
 std::unique_ptr<BusProgram> startDbusBroker(const std::string& directory);
+
+/** The names of these programs, dbus-broker's where it is installed. */
+std::vector<std::string> busPrograms();
 
 } // namespace test

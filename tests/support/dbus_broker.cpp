@@ -10,7 +10,9 @@
 
 #include <cerrno>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
+#include <sstream>
 
 // dbus-broker does not listen, read files or decide anything by itself: a
 // controller hands it sockets and policies, over a connection of their own.
@@ -206,6 +208,19 @@ class DbusBroker : public BusProgram
 std::unique_ptr<BusProgram> startDbusBroker(const std::string& directory)
 {
     return std::make_unique<DbusBroker>(directory);
+}
+
+std::vector<std::string> busPrograms()
+{
+    std::istringstream folders(std::getenv("PATH"));
+    for (std::string folder; std::getline(folders, folder, ':');)
+    {
+        if (access((folder + "/dbus-broker").c_str(), X_OK) == 0)
+        {
+            return {"dbus-daemon", "dbus-broker"};
+        }
+    }
+    return {"dbus-daemon"};
 }
 
 } // namespace test

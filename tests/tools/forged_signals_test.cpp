@@ -82,7 +82,7 @@ TEST_P(Forged, SignalsDoNotChangeHowAnUpdateEnds)
 INSTANTIATE_TEST_SUITE_P(
     Outcomes, Forged,
     testing::Combine(
-        testing::Values("dbus-daemon", "dbus-broker"),
+        testing::ValuesIn(busPrograms()),
         testing::Values(Lie{"OfAFailedFlash", "fail", "done"},
                         Lie{"OfASuccessThatFailed", "normal", "failed"},
                         Lie{"OfASuccessThatWasSkipped", "normal", "skipped"},
@@ -142,7 +142,7 @@ TEST_P(ForgedToMonitor, SignalsAreShownWithVerbose)
 
 INSTANTIATE_TEST_SUITE_P(
     Outcomes, ForgedToMonitor,
-    testing::Combine(testing::Values("dbus-daemon", "dbus-broker"),
+    testing::Combine(testing::ValuesIn(busPrograms()),
                      testing::Values(Lie{"", "normal", "failed"})),
     [](const auto& row) {
         return std::string(std::get<std::string>(row.param) == "dbus-daemon"
