@@ -27,7 +27,8 @@ bool FWManagerInternal::compare_boardID(std::string imagePath)
         return false;
     }
 
-    // Whole integers: an identifier that could not be read equals none.
+    // Compared as int: a value that says "could not be read" is outside of
+    // the 16 bits of a board identifier, and matches no board.
     if (get_bios_board_id(imagePath.data()) != int{hostBoard})
     {
         log::errorUnflushed("boardID is mismatch\n");

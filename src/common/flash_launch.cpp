@@ -22,7 +22,7 @@ std::string flashUnitName(std::string_view unitTemplate,
                           std::initializer_list<std::string_view> words,
                           std::string imagePath)
 {
-    // No unit has a longer name: one allocation.
+    // systemd limits unit names to 255 bytes; reserve that much once.
     constexpr std::size_t longest = 255;
     std::string name;
     name.reserve(longest);

@@ -8,7 +8,8 @@
 #include <string_view>
 
 /** The library's log: whole lines, progress on standard output, errors on
- *  standard error, each flushed as it is written.
+ *  standard error. Each is flushed as it is written, but for those of
+ *  `errorUnflushed`.
  *
  *  Texts are bytes of the interface, newlines included. They are formatted by
  *  fmt and written unformatted, so that neither the streams' flags nor their

@@ -14,7 +14,8 @@ static std::string signedImageIn(const std::string& directory)
 {
     for (const auto& entry : fs::directory_iterator(directory))
     {
-        // Of the whole path: a directory of that name matches at once.
+        // The whole path is searched: in a directory of that name the first
+        // entry matches.
         auto path = entry.path().string();
         if (path.find("image_cpld_signed") != std::string::npos)
         {
@@ -51,8 +52,8 @@ PropertyMap FWManagerInternal::getCPLDImageFileInfo(std::string componentName,
         return {};
     }
 
-    // A component that is not bound is called without a member, which no
-    // method call can be created with.
+    // For a component that is not bound the member stays empty, and the
+    // method call cannot be created.
     auto path = cpldUpdateMgrPath;
     auto interface = cpldUpdateMgrInterface;
     std::string member;

@@ -25,7 +25,7 @@ using CpldDeviceMap = std::map<std::string, CpldDeviceRecord>;
  *
  *  @throw sdbusplus::exception::SdBusError  it cannot be created
  */
-inline auto newBoundDevicesCall(sdbusplus::bus_t& bus)
+static inline auto newBoundDevicesCall(sdbusplus::bus_t& bus)
 {
     return newCall(bus,
                    {cpldUpdateMgrService.c_str(), cpldUpdateMgrPath.c_str(),

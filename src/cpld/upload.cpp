@@ -25,7 +25,7 @@ UploadResult FWManagerInternal::processUploadCpldImage(
         return {};
     }
 
-    // No enumerator: a purpose of its own, which nobody looks at.
+    // Not an enumerator of the platform. VerifyCPLD ignores the purpose.
     constexpr auto cpld = static_cast<VersionPurpose>(7);
     if (VerifyCPLD(imagePath, cpld, componentName) != 0)
     {
