@@ -5,39 +5,48 @@
 
 #include <dirent.h>
 #include <fcntl.h>
-#include <linux/openat2.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
+#include <sys/sysmacros.h>
 
-#include <cerrno>
+#include <cstdint>
 #include <memory>
 
 namespace bmcsim
 {
 
-static dev_t deviceOf(int file)
+/** The mount on which a file lies, where the kernel tells it, and the device.
+ */
+struct Place
 {
-    struct stat status = {};
-    return fstat(file, &status) == 0 ? status.st_dev : 0;
-}
+    explicit Place(int file)
+    {
+        struct statx status = {};
+        isKnown = statx(file, "", AT_EMPTY_PATH, STATX_MNT_ID, &status) == 0;
+        const auto isMountKnown = (status.stx_mask & STATX_MNT_ID) != 0;
+        mount = isMountKnown ? status.stx_mnt_id : 0;
+        device = makedev(status.stx_dev_major, status.stx_dev_minor);
+    }
+
+    bool operator==(const Place&) const = default;
+
+    bool isKnown;
+    /** Bind mounts of one file system share its device. */
+    std::uint64_t mount;
+    dev_t device;
+};
 
 /** A directory in `parent`; none where something is mounted on it. */
 static Descriptor openWithinMount(int parent, const char* name)
 {
-    constexpr int flags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
-    open_how how{};
-    how.flags = flags;
-    how.resolve = RESOLVE_NO_XDEV;
-    const auto opened = syscall(SYS_openat2, parent, name, &how, sizeof(how));
-    if (opened >= 0 || (errno != ENOSYS && errno != EPERM))
+    Descriptor directory(
+        openat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (!directory)
     {
-        return Descriptor(static_cast<int>(opened));
+        return directory;
     }
-    // An old kernel, or a container that forbids new calls.
-    Descriptor directory(openat(parent, name, flags));
-    return directory && deviceOf(directory.get()) == deviceOf(parent)
-               ? std::move(directory)
-               : Descriptor();
+    const Place place(directory.get());
+    return place.isKnown && place == Place(parent) ? std::move(directory)
+                                                   : Descriptor();
 }
 
 static bool removeEntry(int parent, const char* name)

@@ -8,7 +8,7 @@ namespace bmcsim
 
 /** Removes what a directory holds, but for the entry `kept`.
  *
- *  It follows no symbolic link, and enters no other file system: what is
+ *  It follows no symbolic link, and enters no other mount: what is
  *  mounted below the directory stays as it is.
  *
  *  @return whether nothing but `kept` is left
