@@ -1,14 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "child.hpp"
 
+#include "descendants.hpp"
+
 #include <fcntl.h>
 #include <signal.h>
-#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <filesystem>
 #include <fstream>
@@ -44,16 +46,20 @@ std::vector<char*> pointersTo(const std::vector<std::string>& strings)
 
 static void writeTo(const std::string& log)
 {
-    const auto file = open(log.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600);
-    const auto null = open("/dev/null", O_RDONLY);
+    const auto file =
+        open(log.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
+    const auto null = open("/dev/null", O_RDONLY | O_CLOEXEC);
     dup2(null, STDIN_FILENO);
     dup2(file, STDOUT_FILENO);
     dup2(file, STDERR_FILENO);
 }
 
-[[noreturn]] static void become(const Program& program)
+[[noreturn]] static void become(const Program& program, pid_t parent)
 {
-    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (!signalAtEndOf(parent, SIGKILL))
+    {
+        _exit(EXIT_FAILURE);
+    }
     sigset_t none;
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);
@@ -67,6 +73,8 @@ static void writeTo(const std::string& log)
         std::fprintf(stderr, "%s\n", error.what());
         _exit(126);
     }
+    // What this program was given by its own parent is not for others.
+    close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC);
     auto command = pointersTo(program.command);
     auto environment = pointersTo(program.environment);
     execvpe(command[0], command.data(), environment.data());
@@ -76,10 +84,11 @@ static void writeTo(const std::string& log)
 
 pid_t start(const Program& program)
 {
+    const auto parent = getpid();
     const auto child = checked(fork(), "fork");
     if (child == 0)
     {
-        become(program);
+        become(program, parent);
     }
     return child;
 }

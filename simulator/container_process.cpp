@@ -3,11 +3,11 @@
 
 #include "child.hpp"
 #include "control_group.hpp"
+#include "descendants.hpp"
 #include "patience.hpp"
 
 #include <poll.h>
 #include <sched.h>
-#include <sys/prctl.h>
 #include <sys/signalfd.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -23,6 +23,8 @@ namespace bmcsim
 /** Longer than all that the container itself waits for. */
 constexpr std::chrono::seconds reportPatience{60};
 constexpr std::chrono::seconds endPatience{10};
+/** What the command left running has this long to end by itself. */
+constexpr std::chrono::seconds endGrace{1};
 
 /** Why there is no process namespace, by errno. */
 static NoSystemd withoutNamespace()
@@ -55,7 +57,7 @@ static pid_t forkContainer(ManagerKind& manager)
     const auto child = checked(fork(), "fork");
     if (child == 0)
     {
-        prctl(PR_SET_CHILD_SUBREAPER, 1);
+        adoptOrphans();
     }
     return child;
 }
@@ -154,12 +156,15 @@ bool ContainerProcess::endsWithin(std::chrono::seconds time)
 
 void ContainerProcess::takeDown()
 {
+    endDescendants(process, endGrace);
     lifeline.closeEnd(1);
     if (!endsWithin(endPatience))
     {
         kill(process, SIGKILL);
         endsWithin(endPatience);
     }
+    // Without a process namespace its children outlive it for a moment.
+    endDescendants(process, {});
     // What a container that was killed has left.
     controlGroup::removeIfLeft(where());
 }

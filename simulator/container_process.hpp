@@ -21,7 +21,9 @@ struct Interrupted : std::runtime_error
     int number;
 };
 
-/** The processes of a simulated BMC, seen from outside. */
+/** The processes of a simulated BMC, seen from outside. Its owner adopts
+ *  orphans; with the object end all that the owner's children left running.
+ */
 class ContainerProcess
 {
   public:

@@ -5,11 +5,12 @@
 #include "complaint.hpp"
 #include "container_process.hpp"
 #include "control_group.hpp"
+#include "descendants.hpp"
 #include "exit_status.hpp"
+#include "patience.hpp"
 
 #include <plain.hpp>
 #include <signal.h>
-#include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -17,6 +18,7 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <optional>
 #include <stdexcept>
 
 namespace bmcsim
@@ -27,9 +29,12 @@ namespace
 
 [[noreturn]] void become(const std::vector<std::string>& command,
                          const PrivateDirectory& directory,
-                         const sigset_t& signals)
+                         const sigset_t& signals, pid_t parent)
 {
-    prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (!signalAtEndOf(parent, SIGKILL))
+    {
+        _exit(EXIT_FAILURE);
+    }
     sigprocmask(SIG_SETMASK, &signals, nullptr);
     setenv("DBUS_SYSTEM_BUS_ADDRESS", directory.busAddress().c_str(), 1);
     setenv("DBUS_SESSION_BUS_ADDRESS", directory.busAddress().c_str(), 1);
@@ -44,6 +49,7 @@ namespace
     _exit(missing ? 127 : 126);
 }
 
+constexpr auto endedTooEarly = "the simulated BMC ended too early";
 constexpr std::array endSignals{SIGINT, SIGTERM, SIGHUP, SIGQUIT};
 
 /** The signals that the supervisor waits for instead of dying of them. */
@@ -96,10 +102,37 @@ int exitStatusOf(int status)
     return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
 }
 
+/** Reaps all that ended; the command's exit status, if it is among them. */
+std::optional<int> reap(pid_t command)
+{
+    std::optional<int> ofCommand;
+    int status = 0;
+    pid_t child = 0;
+    while ((child = waitpid(-1, &status, WNOHANG)) > 0)
+    {
+        if (child == command)
+        {
+            ofCommand = exitStatusOf(status);
+        }
+    }
+    return ofCommand;
+}
+
+/** Whether a signal is to be handed on. */
+bool isForTheCommand(const siginfo_t& signal)
+{
+    // The terminal sends its own to the command, too.
+    return signal.si_signo != SIGCHLD && signal.si_code <= 0;
+}
+
 /** Waits for the command's end; hands on signals that were meant for it. */
 int supervise(pid_t command, ContainerProcess& container,
-              const sigset_t& signals)
+              const sigset_t& signals, pid_t front)
 {
+    const auto killCommand = [command] {
+        kill(command, SIGKILL);
+        waitpid(command, nullptr, 0);
+    };
     for (;;)
     {
         siginfo_t signal{};
@@ -107,27 +140,84 @@ int supervise(pid_t command, ContainerProcess& container,
         {
             continue;
         }
-        if (signal.si_signo != SIGCHLD)
+        if (getppid() != front)
         {
-            // The terminal sends its own to the command, too.
-            if (signal.si_code <= 0)
-            {
-                kill(command, signal.si_signo);
-            }
-            continue;
+            killCommand();
+            return 128 + SIGKILL;
         }
-        int status = 0;
-        if (waitpid(command, &status, WNOHANG) == command)
+        if (isForTheCommand(signal))
         {
-            return exitStatusOf(status);
+            kill(command, signal.si_signo);
+        }
+        if (const auto status = reap(command))
+        {
+            return *status;
         }
         if (container.hasEnded())
         {
-            kill(command, SIGKILL);
-            waitpid(command, nullptr, 0);
-            throw std::runtime_error("the simulated BMC ended too early");
+            killCommand();
+            throw std::runtime_error(endedTooEarly);
         }
     }
+}
+
+/** What the keeper does: all but to wait for itself.
+ *
+ *  @param before  the signals that the command blocks
+ *  @param front   the keeper's parent, which hands signals on
+ */
+int keep(const Setup& setup, const std::vector<std::string>& command,
+         const sigset_t& before, pid_t front)
+try
+{
+    if (!signalAtEndOf(front, SIGTERM))
+    {
+        return 128 + SIGKILL;
+    }
+    adoptOrphans();
+    checkLimitOfFiles();
+    PrivateDirectory::removeDead(controlGroup::removeIfLeft);
+    ContainerProcess container(setup, signalsThatEnd());
+    const auto keeper = getpid();
+    const auto child = checked(fork(), "fork");
+    if (child == 0)
+    {
+        become(command, container.where(), before, keeper);
+    }
+    return supervise(child, container, awaitedSignals(), front);
+}
+
+catch (const Interrupted& interruption)
+{
+    return 128 + interruption.number;
+}
+
+catch (const std::exception& error)
+{
+    complain(error.what());
+    return exitStatus::noBoard;
+}
+
+/** Waits for the keeper's end; hands on signals that were meant for it. */
+int awaitKeeper(pid_t keeper, const sigset_t& signals)
+{
+    int status = 0;
+    while (waitpid(keeper, &status, WNOHANG) != keeper)
+    {
+        siginfo_t signal{};
+        if (sigwaitinfo(&signals, &signal) > 0 && isForTheCommand(signal))
+        {
+            kill(keeper, signal.si_signo);
+        }
+    }
+    if (WIFEXITED(status))
+    {
+        return WEXITSTATUS(status);
+    }
+    // It was killed, and could not clean up.
+    endDescendants(-1, startPatience);
+    PrivateDirectory::removeDead(controlGroup::removeIfLeft);
+    throw std::runtime_error(endedTooEarly);
 }
 
 } // namespace
@@ -142,20 +232,15 @@ try
     sigset_t before;
     sigprocmask(SIG_BLOCK, &signals, &before);
 
-    checkLimitOfFiles();
-    PrivateDirectory::removeDead(controlGroup::removeIfLeft);
-    ContainerProcess container(setup, signalsThatEnd());
-    const auto child = checked(fork(), "fork");
-    if (child == 0)
+    // Two processes, so that one of them cleans up where the other is killed.
+    adoptOrphans();
+    const auto front = getpid();
+    const auto keeper = checked(fork(), "fork");
+    if (keeper == 0)
     {
-        become(command, container.where(), before);
+        _exit(keep(setup, command, before, front));
     }
-    return supervise(child, container, signals);
-}
-
-catch (const Interrupted& interruption)
-{
-    return 128 + interruption.number;
+    return awaitKeeper(keeper, signals);
 }
 
 catch (const std::exception& error)

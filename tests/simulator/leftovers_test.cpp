@@ -19,38 +19,35 @@ namespace
 class RunLeaves : public Run
 {
   protected:
-    /** Kills a simulated BMC and its supervisor, before either can clean up;
-     *  the directory that is left.
+    /** Kills all processes of a simulated BMC, before any can clean up; the
+     *  directory that is left.
      */
     std::string killedAtOnce() const
     {
         Process simulator(
-            {fromEnvironment("WEXA_BMCSIM"), "run", "--manager", GetParam(),
-             "--", "sh", "-c",
-             tellName + "echo in $WEXA_BMCSIM_DIR.; exec sleep 60"},
+            runningShell("echo in $WEXA_BMCSIM_DIR.; exec sleep 60"),
             environment());
         const auto said = simulator.awaitOutput(".\n");
-        const auto supervisor = std::to_string(simulator.id());
-        const auto container =
-            run({"pgrep", "-P", supervisor, "-x", "wexa-bmcsim"}).out;
-        const auto id = container.substr(0, container.size() - 1);
-        run({"kill", "-STOP", supervisor, id});
-        run({"kill", "-KILL", supervisor, id});
+        const auto all = processes();
+        for (const auto number : {SIGSTOP, SIGKILL})
+        {
+            for (const auto process : all)
+            {
+                kill(process, number);
+            }
+        }
         EXPECT_EQ(simulator.wait().status, 128 + SIGKILL);
+        awaitTrue("no processes", [this] { return processes().empty(); });
         return said.substr(3, said.size() - 5);
     }
 
     Completed state() const
     {
-        return run({fromEnvironment("WEXA_BMCSIM"), "state"}, environment());
+        return run(simulator({"state"}), environment());
     }
 };
 
-INSTANTIATE_TEST_SUITE_P(Managers, RunLeaves,
-                         testing::Values("systemd", "builtin"),
-                         [](const auto& row) {
-                             return std::string(row.param);
-                         });
+INSTANTIATE_TEST_SUITE_P(Conditions, RunLeaves, inAllConditions(), nameOf);
 
 TEST_P(RunLeaves, NothingAfterTheNextStart)
 {
@@ -74,9 +71,7 @@ TEST_P(RunLeaves, NoBmcThatRuns)
 
 TEST_P(RunLeaves, AnotherRunningBmcUntouched)
 {
-    Process other({fromEnvironment("WEXA_BMCSIM"), "run", "--manager",
-                   GetParam(), "--", "sh", "-c", "echo up; exec sleep 60"},
-                  environment());
+    Process other(runningShell("echo up; exec sleep 60"), environment());
     other.awaitOutput("up\n");
 
     EXPECT_EQ(bmcsim({"true"}).status, 0);
@@ -102,7 +97,7 @@ TEST_P(RunLeaves, ForeignDirectoriesAndLinksUntouched)
     writeBytes(foreign + "/lock", "Something else.\n");
     writeBytes(temporary.file("wexa-bmcsim.nobody/lock"),
                "A simulated BMC lives here.\n");
-    ASSERT_EQ(chown(temporary.file("wexa-bmcsim.nobody").c_str(), 65534, 65534),
+    ASSERT_EQ(chown(temporary.file("wexa-bmcsim.nobody").c_str(), 65533, 65533),
               0);
     std::filesystem::create_symlink(target.file("lock"),
                                     temporary.file("wexa-bmcsim.locked/lock"));
@@ -123,13 +118,22 @@ TEST_P(RunLeaves, ForeignDirectoriesAndLinksUntouched)
 
 TEST_P(RunLeaves, WhatIsMountedInItsDirectory)
 {
+    SKIP_WITHOUT_MOUNTS();
     const TemporaryDirectory mounted;
+    // Whoever may remove it must not.
+    std::filesystem::permissions(mounted.path(), std::filesystem::perms::all);
     writeBytes(mounted.file("kept"), "bytes");
-    EXPECT_EQ(
-        bmcsim({"sh", "-c",
-                "mkdir $WEXA_BMCSIM_DIR/mounted && mount --bind " +
-                    mounted.path().string() + " $WEXA_BMCSIM_DIR/mounted"}),
-        (Completed{0, "", ""}));
+    Process simulator(runningShell("mkdir $WEXA_BMCSIM_DIR/mounted; echo in "
+                                   "$WEXA_BMCSIM_DIR.; exec sleep 60"),
+                      environment());
+    const auto said = simulator.awaitOutput(".\n");
+    const auto place = said.substr(3, said.size() - 5) + "/mounted";
+    // A bind mount: both are of the same file system.
+    ASSERT_EQ(
+        mount(mounted.path().c_str(), place.c_str(), nullptr, MS_BIND, nullptr),
+        0);
+    simulator.signal(SIGTERM);
+    EXPECT_EQ(simulator.wait().status, 128 + SIGTERM);
 
     EXPECT_EQ(bytesOf(mounted.file("kept")), "bytes");
 

@@ -24,23 +24,16 @@ class RunFails : public Run
 {
   protected:
     /** A run of `true` by a program that sets its circumstances. */
-    Completed bmcsimUnder(std::vector<std::string> words) const
+    Completed bmcsimUnder(const std::vector<std::string>& circumstances) const
     {
-        for (const auto& word :
-             std::vector<std::string>{fromEnvironment("WEXA_BMCSIM"), "run",
-                                      "--manager", GetParam(), "--", "true"})
-        {
-            words.push_back(word);
-        }
-        return run(words, environment());
+        return run(
+            simulator({"run", "--manager", GetParam().manager, "--", "true"},
+                      circumstances),
+            environment());
     }
 };
 
-INSTANTIATE_TEST_SUITE_P(Managers, RunFails,
-                         testing::Values("systemd", "builtin"),
-                         [](const auto& row) {
-                             return std::string(row.param);
-                         });
+INSTANTIATE_TEST_SUITE_P(Conditions, RunFails, inAllConditions(), nameOf);
 
 TEST_P(RunFails, WithFewFileDescriptors)
 {
@@ -70,7 +63,8 @@ TEST_P(RunFails, WithoutADbusDaemonAtOnce)
 
 TEST_P(RunFails, WhereItsDirectoryCannotBeWrittenTo)
 {
-    run({"mount", "-t", "tmpfs", "-o", "nr_inodes=5", "tmpfs",
+    SKIP_WITHOUT_MOUNTS();
+    run({"mount", "-t", "tmpfs", "-o", "mode=777,nr_inodes=5", "tmpfs",
          temporary.path()});
     const auto done = bmcsimUnder({});
     const auto traces = this->traces();
@@ -87,9 +81,8 @@ TEST_P(RunFails, WhereTheTemporaryFolderHasAnUnusableName)
     {
         const auto folder = temporary.file(name);
         std::filesystem::create_directory(folder);
-        const auto done = run({fromEnvironment("WEXA_BMCSIM"), "run",
-                               "--manager", GetParam(), "--", "true"},
-                              {"TMPDIR=" + folder});
+        std::filesystem::permissions(folder, std::filesystem::perms::all);
+        const auto done = run(running({"true"}), {"TMPDIR=" + folder});
         EXPECT_EQ(done.status, 3);
         EXPECT_THAT(done.err,
                     HasSubstr("holds other characters than letters, digits, "
@@ -138,10 +131,14 @@ TEST_P(RunFails, WithTheSignalThatComesWhileItStarts)
     {
         const TemporaryDirectory folder;
         const SilentSocket bus(folder.file("bus"));
-        Process simulator({fromEnvironment("WEXA_BMCSIM"), "run", "--manager",
-                           GetParam(), "--bus",
-                           "unix:path=" + folder.file("bus"), "--", "true"},
-                          environment());
+        for (const auto& path : {folder.path().string(), folder.file("bus")})
+        {
+            std::filesystem::permissions(path, std::filesystem::perms::all);
+        }
+        Process simulator(
+            this->simulator({"run", "--manager", GetParam().manager, "--bus",
+                             "unix:path=" + folder.file("bus"), "--", "true"}),
+            environment());
         bus.awaitConnection();
         simulator.signal(number);
         EXPECT_EQ(simulator.wait(), (Completed{128 + number, "", ""}));

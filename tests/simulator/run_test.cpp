@@ -4,6 +4,8 @@
 #include <gmock/gmock.h>
 #include <signal.h>
 
+#include <iterator>
+
 // A simulated BMC ends with its command and leaves nothing behind, however it
 // ends.
 
@@ -12,10 +14,7 @@ using namespace test;
 namespace
 {
 
-INSTANTIATE_TEST_SUITE_P(Managers, Run, testing::Values("systemd", "builtin"),
-                         [](const auto& row) {
-                             return std::string(row.param);
-                         });
+INSTANTIATE_TEST_SUITE_P(Conditions, Run, inAllConditions(), nameOf);
 
 TEST_P(Run, EndsWithTheCommandsExitStatus)
 {
@@ -34,9 +33,7 @@ TEST_P(Run, SaysWhichSignalKilledTheCommand)
 TEST_P(Run, SaysThatTheCommandCannotBeRun)
 {
     const auto runs = [this](const std::string& command) {
-        return run({fromEnvironment("WEXA_BMCSIM"), "run", "--manager",
-                    GetParam(), "--", command},
-                   environment());
+        return run(running({command}), environment());
     };
     EXPECT_EQ(runs("/nonexistent"),
               (Completed{127, "",
@@ -61,9 +58,10 @@ TEST_P(Run, GivesTheCommandTheAddressesOfItsBus)
 
 TEST_P(Run, LeavesTheHostsSystemdAlone)
 {
+    // What systemd would make; other programs come and go on the machine.
     const auto listing =
-        "ls -A /run /run/systemd 2>&1; find /sys/fs/cgroup -type d | grep -v "
-        "wexa-bmcsim | wc -l";
+        "ls -A /run/systemd 2>&1; for all in $(findmnt -nro TARGET -t "
+        "cgroup2,cgroup); do ls -d $all/*.scope $all/*.slice 2>&1; done";
     const auto before = run({"sh", "-c", listing});
 
     EXPECT_EQ(bmcsim({"sh", "-c", listing}).out, before.out);
@@ -76,9 +74,7 @@ class RunEnds : public Run
   protected:
     Completed endBy(int number, const std::string& command)
     {
-        Process simulator({fromEnvironment("WEXA_BMCSIM"), "run", "--manager",
-                           GetParam(), "--", "sh", "-c", tellName + command},
-                          environment());
+        Process simulator(runningShell(command), environment());
         simulator.awaitOutput("up\n");
         EXPECT_NE(traces(), "");
         simulator.signal(number);
@@ -86,11 +82,7 @@ class RunEnds : public Run
     }
 };
 
-INSTANTIATE_TEST_SUITE_P(Managers, RunEnds,
-                         testing::Values("systemd", "builtin"),
-                         [](const auto& row) {
-                             return std::string(row.param);
-                         });
+INSTANTIATE_TEST_SUITE_P(Conditions, RunEnds, inAllConditions(), nameOf);
 
 TEST_P(RunEnds, WithTheCommandThatGetsItsSignals)
 {
@@ -124,19 +116,84 @@ TEST_P(RunEnds, EvenWhereItsBusAndThenTheSimulatorIsKilled)
     expectNoTraces();
 }
 
-TEST_P(RunEnds, WhereItsContainerIsKilled)
+/** The children of a process that run this program, too. */
+std::vector<std::string> simulatorsBelow(const std::string& parent)
 {
-    Process simulator({fromEnvironment("WEXA_BMCSIM"), "run", "--manager",
-                       GetParam(), "--", "sh", "-c",
-                       tellName + "echo up; exec sleep 60"},
-                      environment());
+    std::istringstream text(
+        run({"pgrep", "-P", parent, "-x", "wexa-bmcsim"}).out);
+    return {std::istream_iterator<std::string>(text), {}};
+}
+
+TEST_P(RunEnds, WhereItsKeeperIsKilled)
+{
+    Process simulator(runningShell("echo up; exec sleep 60"), environment());
     simulator.awaitOutput("up\n");
-    run({"pkill", "-KILL", "-P", std::to_string(simulator.id()),
-         "wexa-bmcsim"});
+    const auto keeper = simulatorsBelow(std::to_string(simulator.id())).front();
+    run({"kill", "-KILL", keeper});
 
     EXPECT_EQ(simulator.wait(),
               (Completed{3, "up\n",
                          "wexa-bmcsim: the simulated BMC ended too early\n"}));
+    expectNoTraces();
+}
+
+TEST_P(RunEnds, WhereItsContainerIsKilled)
+{
+    Process simulator(runningShell("echo up; exec sleep 60"), environment());
+    simulator.awaitOutput("up\n");
+    const auto keeper = simulatorsBelow(std::to_string(simulator.id())).front();
+    run({"kill", "-KILL", simulatorsBelow(keeper).front()});
+
+    EXPECT_EQ(simulator.wait(),
+              (Completed{3, "up\n",
+                         "wexa-bmcsim: the simulated BMC ended too early\n"}));
+    expectNoTraces();
+}
+
+TEST_P(RunEnds, WhereItsKeeperAndItsContainerAreKilled)
+{
+    Process simulator(runningShell("echo up; exec sleep 60"), environment());
+    simulator.awaitOutput("up\n");
+    const auto keeper = simulatorsBelow(std::to_string(simulator.id())).front();
+    const auto container = simulatorsBelow(keeper).front();
+    run({"kill", "-STOP", keeper, container});
+    run({"kill", "-KILL", keeper, container});
+
+    EXPECT_EQ(simulator.wait().status, 3);
+    expectNoTraces();
+}
+
+/** A program that has put itself into the background, with a session of its
+ *  own, and does not end when it is asked to.
+ */
+constexpr auto daemonise =
+    "(setsid sh -c 'trap \"\" TERM HUP; echo; while :; do sleep 0.1; done' "
+    "</dev/null 2>/dev/null &) | read -r line; ";
+
+TEST_P(RunEnds, WithTheProgramsThatItsCommandPutIntoTheBackground)
+{
+    EXPECT_EQ(bmcsim({"sh", "-c", daemonise + std::string("exit 4")}),
+              (Completed{4, "", ""}));
+    EXPECT_EQ(processes(), std::set<pid_t>{});
+    EXPECT_EQ(traces(), "");
+}
+
+TEST_P(RunEnds, WithThoseProgramsEvenWhereTheSimulatorIsKilled)
+{
+    EXPECT_EQ(endBy(SIGKILL, daemonise + std::string("echo up; exec sleep 60"))
+                  .status,
+              128 + SIGKILL);
+    expectNoTraces();
+}
+
+TEST_P(RunEnds, OnlyWhenThoseProgramsHadTimeToCleanUp)
+{
+    EXPECT_EQ(bmcsim({"sh", "-c",
+                      "(setsid sh -c 'trap \"echo cleaned; exit\" TERM; echo "
+                      "ready >$0; while :; do sleep 0.01; done' "
+                      "$WEXA_BMCSIM_DIR/ready &); until test -s "
+                      "$WEXA_BMCSIM_DIR/ready; do sleep 0.01; done"}),
+              (Completed{0, "cleaned\n", ""}));
     expectNoTraces();
 }
 

@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+/** What tests need of the machine and of the user who runs them. Where it is
+ *  missing they are skipped, and say what it is.
+ */
+namespace test::rights
+{
+
+/** Why there can be no real systemd; empty where there can. */
+std::string missingForSystemd();
+
+/** Why a test can start no program as another user; empty where it can. */
+std::string missingForOtherUsers();
+
+/** Why a test can mount nothing; empty where it can. */
+std::string missingForMounts();
+
+} // namespace test::rights
+
+/** Skips the test, for the reason that is not empty. */
+#define SKIP_BECAUSE(reason)                                    \
+    if (const std::string missing = (reason); !missing.empty()) \
+    GTEST_SKIP() << missing
+
+#define SKIP_WITHOUT_SYSTEMD() SKIP_BECAUSE(test::rights::missingForSystemd())
+#define SKIP_WITHOUT_OTHER_USERS() \
+    SKIP_BECAUSE(test::rights::missingForOtherUsers())
+#define SKIP_WITHOUT_MOUNTS() SKIP_BECAUSE(test::rights::missingForMounts())
