@@ -73,7 +73,6 @@ class Board
   private:
     std::string namesToSet() const;
     void setFlash(const std::string& what, const std::string& value);
-    void setFlashUnit(const std::string& value);
     void setBus(const std::string& value);
     void setManager(Behaviour behaviour);
 

@@ -1,22 +1,20 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "builtin_unit.hpp"
+#include "builtin_engine.hpp"
+#include "dbus/object.hpp"
 #include "private_directory.hpp"
 #include "unit_manager.hpp"
 
-#include <cstdint>
-#include <map>
 #include <memory>
+#include <utility>
+#include <vector>
 
 namespace bmcsim
 {
 
-/** Answers for flash units as systemd's manager does, where there is none.
- *
- *  It offers what is needed to start and stop a flash, to find its unit and to
- *  learn how it ended: methods, the signals JobNew and JobRemoved, and objects
- *  of the units with their properties and PropertiesChanged.
+/** Runs flash units and answers as systemd's manager does, where systemd cannot
+ *  be had.
  */
 class BuiltinManager : public UnitManager
 {
@@ -24,16 +22,14 @@ class BuiltinManager : public UnitManager
     explicit BuiltinManager(const PrivateDirectory& directory);
 
     void behave(Behaviour behaviour) override;
-
-    void reload() override {}
-
+    void reload() override;
     void childEnded(pid_t child, int status) override;
     std::optional<std::chrono::steady_clock::time_point> deadline() override;
     void wake() override;
 
     dbus::Connection* connection() override
     {
-        return &bus;
+        return life ? &life->bus : nullptr;
     }
 
     std::string kind() const override
@@ -47,29 +43,32 @@ class BuiltinManager : public UnitManager
     }
 
   private:
-    using Members = dbus::Interface<BuiltinManager>;
+    /** It ends where the manager is absent: what ran ends with it. */
+    struct Life
+    {
+        Life(const PrivateDirectory& directory, bool answersNumber);
 
-    void offerManager();
-    static void addUnits(Members& members);
-    static void addLists(Members& members);
-    void answerStart(dbus::Call& call);
-    void answerStop(dbus::Call& call);
+        /** @param answersNumber  in place of the paths of started jobs */
+        void offerManager(bool answersNumber);
 
-    /** @throw dbus::Error  as systemd answers for such a name */
-    BuiltinUnit& load(const std::string& name);
-    void begin(BuiltinUnit& unit);
+        dbus::Connection bus;
+        BuiltinEngine engine;
+        std::optional<dbus::Offer> manager;
+        dbus::Offer units;
+        dbus::Offer services;
+        dbus::Offer jobs;
+    };
 
-    /** Ends a job, which is 0 afterwards. */
-    void finish(BuiltinUnit& unit, std::uint32_t& job, const char* result);
-    void announce(const char* signal, std::uint32_t job,
-                  const BuiltinUnit& unit, const char* result = nullptr);
+    bool isSilent() const
+    {
+        return behaving == Behaviour::silent;
+    }
 
     PrivateDirectory directory;
-    dbus::Connection bus;
-    std::optional<dbus::Offer> manager;
-    std::map<std::string, BuiltinUnit> units;
-    std::uint32_t lastJob = 0;
+    std::unique_ptr<Life> life;
     Behaviour behaving = Behaviour::normal;
+    /** Ends of processes that it has not seen: it is silent. */
+    std::vector<std::pair<pid_t, int>> unseen;
 };
 
 } // namespace bmcsim

@@ -1,14 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "dbus/object.hpp"
+#include "moment.hpp"
 #include "private_directory.hpp"
+#include "unit_file.hpp"
 
 #include <sys/types.h>
 
 #include <chrono>
 #include <cstdint>
-#include <memory>
+#include <deque>
 #include <optional>
 #include <string>
 #include <vector>
@@ -16,133 +17,172 @@
 namespace bmcsim
 {
 
-/** When something happened, in microseconds: since 1970, and since the machine
- *  started. Zero before it has.
- */
-struct Moment
-{
-    static Moment now();
-
-    std::uint64_t realtime = 0;
-    std::uint64_t monotonic = 0;
-};
-
-/** An instance of a flash template, and the object on the bus that describes
- *  it as systemd's does.
- *
- *  What it does is to be followed by `tellChanges`, at the place that the
- *  signal has among those of the manager.
+/** A service that the built-in manager runs as systemd does. It knows neither
+ *  jobs nor the bus.
  */
 class BuiltinUnit
 {
   public:
-    BuiltinUnit(const dbus::Connection& bus, PrivateDirectory place,
-                std::string id);
+    /** A condition or an assertion, and how it came out last: 1: it held,
+     *  -1: it did not, 0: it was not looked at.
+     */
+    struct Check
+    {
+        UnitFile::Condition condition;
+        std::int32_t state = 0;
+    };
+
+    /** A command, and how it ran last. */
+    struct Command
+    {
+        UnitFile::Command command;
+        Moment start;
+        Moment exit;
+        std::uint32_t process = 0;
+        /** CLD_EXITED, CLD_KILLED or CLD_DUMPED; 0 where it has not ended. */
+        std::int32_t code = 0;
+        /** Its exit status, or the signal's number. */
+        std::int32_t status = 0;
+    };
+
+    /** What systemd tells of a unit. */
+    struct State
+    {
+        std::string active = "inactive";
+        std::string sub = "dead";
+        std::string result = "success";
+        bool conditionResult = false;
+        bool assertResult = false;
+        std::vector<std::uint8_t> invocation;
+        Command main;
+        Moment change;
+        Moment inactiveExit;
+        Moment activeEnter;
+        Moment activeExit;
+        Moment inactiveEnter;
+        Moment conditionTime;
+        Moment assertTime;
+        std::vector<Check> conditions;
+        std::vector<Check> asserts;
+        std::vector<Command> execCondition;
+        std::vector<Command> execStartPre;
+        std::vector<Command> execStart;
+    };
+
+    /** What became of a start. */
+    enum class Start
+    {
+        begun,
+        already,      /**< it is active */
+        later,        /**< it must stop first */
+        skipped,      /**< a condition does not hold */
+        assertFailed, /**< an assertion does not hold */
+        failed,       /**< it was started too often, or no process is left */
+    };
+
+    BuiltinUnit(const PrivateDirectory& directory, std::string name);
     ~BuiltinUnit();
 
     BuiltinUnit(const BuiltinUnit&) = delete;
     BuiltinUnit& operator=(const BuiltinUnit&) = delete;
 
-    /** Starts the flash program.
-     *
-     *  @return false where there can be no process; the unit has failed then
-     */
-    bool start();
+    /** Reads its file anew. */
+    void reload();
 
-    /** Asks the flash program to end. */
+    Start start();
+
+    /** Begins to stop it, if it runs. */
     void stop();
 
-    /** The same where it has taken longer than it may; whether it has. */
+    /** As `stop`, where it has taken longer than it may; whether it has. */
     bool stopIfLate();
 
-    /** The flash program has ended. */
+    /** When to call `stopIfLate`, if ever. */
+    std::optional<std::chrono::steady_clock::time_point> deadline() const
+    {
+        return limit;
+    }
+
+    /** One of its processes has ended. */
     void ended(int status);
 
-    /** When to call `stopIfLate`, if at all. */
-    std::optional<std::chrono::steady_clock::time_point> deadline() const;
-
-    /** Signals the properties that can change. */
-    void tellChanges() const;
-
-    bool runs() const
-    {
-        return process > 0;
-    }
+    /** Forgets that it failed. */
+    void reset();
 
     bool isProcess(pid_t candidate) const
     {
-        return runs() && process == candidate;
+        return process > 0 && process == candidate;
     }
 
-    bool hasSucceeded() const
+    bool isIdle() const
     {
-        return result == "success";
+        return now.active == "inactive" || now.active == "failed";
     }
 
-    const std::string& id() const
+    bool isStopping() const
     {
-        return name;
+        return now.active == "deactivating";
     }
 
-    dbus::ObjectPath path() const;
+    const std::string& name() const
+    {
+        return id;
+    }
 
-    /** As the manager lists it. */
-    using Entry = std::tuple<std::string, std::string, std::string, std::string,
-                             std::string, std::string, dbus::ObjectPath,
-                             std::uint32_t, std::string, dbus::ObjectPath>;
-    Entry entry() const;
+    const UnitFile& file() const
+    {
+        return unitFile;
+    }
 
-    /** Whether it is in one of these states, and whether its name matches one
-     *  of these patterns. An empty list matches every unit.
-     */
-    bool isIn(const std::vector<std::string>& states) const;
-    bool isNamed(const std::vector<std::string>& patterns) const;
+    const State& state() const
+    {
+        return now;
+    }
 
-    /** The job that waits for the unit to start, and the one that waits for it
-     *  to stop; 0 for no job.
-     */
-    std::uint32_t startJob = 0;
-    std::uint32_t stopJob = 0;
+    std::uint32_t mainProcess() const;
+    std::uint32_t controlProcess() const;
+
+    /** Its job, 0 for no job. */
+    std::uint32_t job = 0;
 
   private:
-    using Command =
-        std::tuple<std::string, std::vector<std::string>, bool, std::uint64_t,
-                   std::uint64_t, std::uint64_t, std::uint64_t, std::uint32_t,
-                   std::int32_t, std::int32_t>;
+    enum class Step
+    {
+        condition,
+        pre,
+        main,
+    };
 
-    static dbus::Interface<BuiltinUnit> unitMembers();
-    static dbus::Interface<BuiltinUnit> serviceMembers();
-    static void addMainProcess(dbus::Interface<BuiltinUnit>& members);
+    std::vector<Command>& commandsOf(Step step);
+    Command& current();
+
+    bool isMain() const
+    {
+        return step == Step::main;
+    }
+
+    bool areMet(std::vector<Check>& checks);
+    bool isTooOften();
     void enter(const std::string& active, const std::string& sub);
-    std::tuple<std::uint32_t, dbus::ObjectPath> job() const;
-    std::vector<Command> commands() const;
-    std::uint64_t timeout() const;
-    std::string description() const;
+    void end();
+    void runNext();
+    void run(Command& command);
+    void afterSuccess();
+    void note(const std::string& failure);
+    std::string failureOf(int status) const;
+    void signalAll(int number) const;
+    void limitTo(const UnitFile::Limit& time);
 
     PrivateDirectory directory;
-    std::string name;
-    std::string instance;
+    std::string id;
+    UnitFile unitFile;
+    State now;
 
-    std::string activeState = "inactive";
-    std::string subState = "dead";
-    Moment stateChange;
-    std::vector<std::uint8_t> invocation;
-    std::string result = "success";
     pid_t process = -1;
-    std::uint32_t mainProcess = 0;
-    std::int32_t exitCode = 0;
-    std::int32_t exitStatus = 0;
-    Moment startTime;
-    Moment exitTime;
-    std::chrono::steady_clock::time_point lastInstant;
-    bool isLate = false;
-
-    const dbus::Connection& bus;
-    dbus::Offer unitOffer;
-    dbus::Offer serviceOffer;
+    Step step = Step::condition;
+    std::size_t index = 0;
+    std::optional<std::chrono::steady_clock::time_point> limit;
+    std::deque<std::chrono::steady_clock::time_point> starts;
 };
-
-/** The object of a job, or "/" for 0. */
-dbus::ObjectPath jobPath(std::uint32_t job);
 
 } // namespace bmcsim

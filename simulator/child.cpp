@@ -79,7 +79,7 @@ static void writeTo(const std::string& log)
     auto environment = pointersTo(program.environment);
     execvpe(command[0], command.data(), environment.data());
     std::perror(command[0]);
-    _exit(127);
+    _exit(program.notExecutable);
 }
 
 pid_t start(const Program& program)

@@ -24,6 +24,9 @@ struct Program
 
     /** Runs in the new process first; what it throws goes to the log. */
     std::function<void()> prepare = [] {};
+
+    /** Its exit status where the program cannot be executed. */
+    int notExecutable = 127;
 };
 
 /** The path of this program's file, as it was at the first call. */

@@ -71,6 +71,7 @@ class Loop
     std::vector<dbus::Connection*> connections()
     {
         auto connections = board.connections();
+        // Last, since its clients can end others.
         connections.push_back(&control.connection());
         return connections;
     }

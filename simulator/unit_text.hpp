@@ -13,6 +13,9 @@ bool isValidName(const std::string& name);
 /** The path of a unit's D-Bus object. */
 std::string objectPath(const std::string& name);
 
+/** The name of the unit that an object's path stands for; empty for none. */
+std::string nameOf(const std::string& objectPath);
+
 /** An instance name without its escapes, as %I in a unit file: "-" becomes
  *  "/", "\x20" a blank.
  */

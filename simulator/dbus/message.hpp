@@ -79,6 +79,13 @@ class Call : public Message
         return sd_bus_message_get_member(get());
     }
 
+    /** The unique name of the caller. */
+    std::string sender() const
+    {
+        const auto* const name = sd_bus_message_get_sender(get());
+        return name == nullptr ? "" : name;
+    }
+
     /** An answer to be filled and sent. */
     Message answer() const
     {

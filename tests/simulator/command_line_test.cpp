@@ -85,10 +85,6 @@ TEST(BmcsimCommandLine, SaysWhatCanBeSetFromTheStart)
     EXPECT_EQ(runBmcsim({"run", "--set", "security=odd", "--", "true"}),
               refusal(noBoard, "no behaviour 'odd'; there are normal, absent, "
                                "refuse, error, wrong-type, silent and slow"));
-    EXPECT_EQ(runBmcsim({"run", "--manager", "builtin", "--set",
-                         "flash-unit=condition", "--", "true"}),
-              refusal(noBoard, "only a real systemd can be deceived by a flash "
-                               "unit; run with --manager systemd"));
     EXPECT_EQ(runBmcsim({"run", "--set", "bus=slow", "--", "true"}),
               refusal(noBoard, "no state of the bus 'slow'; there are gone"));
 }

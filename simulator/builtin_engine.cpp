@@ -1,0 +1,518 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "builtin_engine.hpp"
+
+#include "unit_text.hpp"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+
+namespace bmcsim
+{
+
+constexpr auto managerPath = "/org/freedesktop/systemd1";
+constexpr auto managerInterface = "org.freedesktop.systemd1.Manager";
+constexpr auto invalidArgs = "org.freedesktop.DBus.Error.InvalidArgs";
+constexpr auto noSuchUnit = "org.freedesktop.systemd1.NoSuchUnit";
+
+static const std::string jobFolder = "/org/freedesktop/systemd1/job/";
+
+dbus::ObjectPath BuiltinJob::pathOf(std::uint32_t id)
+{
+    return {id == 0 ? "/" : jobFolder + std::to_string(id)};
+}
+
+BuiltinEngine::BuiltinEngine(PrivateDirectory directory,
+                             const dbus::Connection& bus) :
+    directory(std::move(directory)), bus(bus),
+    leavingClients(
+        bus,
+        "type='signal',sender='org.freedesktop.DBus',"
+        "interface='org.freedesktop.DBus',"
+        "member='NameOwnerChanged',arg2=''",
+        [this](dbus::Message& signal) { forget(signal.read<std::string>()); })
+{}
+
+static void requireName(const std::string& name)
+{
+    if (!unitText::isValidName(name))
+    {
+        throw dbus::Error(invalidArgs, "Unit name " + name + " is not valid.");
+    }
+    if (name.find("@.") != std::string::npos)
+    {
+        throw dbus::Error(invalidArgs, "Unit name " + name +
+                                           " is missing the instance name.");
+    }
+}
+
+BuiltinUnit& BuiltinEngine::load(const std::string& name)
+{
+    requireName(name);
+    const auto [unit, isNew] = allUnits.try_emplace(name, directory, name);
+    if (isNew && !subscribers.empty())
+    {
+        announce("UnitNew", name, dbus::ObjectPath(unitText::objectPath(name)));
+    }
+    return unit->second;
+}
+
+BuiltinUnit& BuiltinEngine::loaded(const std::string& name)
+{
+    const auto unit = allUnits.find(name);
+    if (unit == allUnits.end())
+    {
+        throw dbus::Error(noSuchUnit, "Unit " + name + " not loaded.");
+    }
+    return unit->second;
+}
+
+BuiltinUnit* BuiltinEngine::unitAt(const std::string& path)
+{
+    const auto name = unitText::nameOf(path);
+    if (name.empty())
+    {
+        return nullptr;
+    }
+    if (!unitText::isValidName(name) || name.find("@.") != std::string::npos)
+    {
+        throw dbus::Error(invalidArgs,
+                          "Unit name " + name +
+                              " is neither a valid invocation ID nor unit "
+                              "name.");
+    }
+    return &load(name);
+}
+
+BuiltinJob* BuiltinEngine::jobAt(const std::string& path)
+{
+    std::uint32_t id = 0;
+    const auto* const last = path.data() + path.size();
+    const auto* const first =
+        path.data() + std::min(path.size(), jobFolder.size());
+    const auto [read, error] = std::from_chars(first, last, id);
+    const auto found =
+        error == std::errc() && read == last ? allJobs.find(id) : allJobs.end();
+    return found == allJobs.end() ? nullptr : &found->second;
+}
+
+std::optional<dbus::Error> loadErrorOf(const BuiltinUnit& unit)
+{
+    const auto& file = unit.file();
+    const auto beginning = "Unit " + unit.name();
+    if (file.loadState == "not-found")
+    {
+        return dbus::Error(noSuchUnit, beginning + " not found.");
+    }
+    if (file.loadState == "masked")
+    {
+        return dbus::Error("org.freedesktop.systemd1.UnitMasked",
+                           beginning + " is masked.");
+    }
+    if (file.loadState == "bad-setting")
+    {
+        return dbus::Error("org.freedesktop.systemd1.BadUnitSetting",
+                           beginning +
+                               " has a bad unit file setting: " + file.error);
+    }
+    return {};
+}
+
+/** @throw dbus::Error  it cannot be started */
+static void requireUsable(const BuiltinUnit& unit)
+{
+    if (const auto error = loadErrorOf(unit))
+    {
+        throw *error;
+    }
+}
+
+static void requireMode(const std::string& mode)
+{
+    static const std::set<std::string> modes{"fail",
+                                             "replace",
+                                             "replace-irreversibly",
+                                             "isolate",
+                                             "flush",
+                                             "ignore-dependencies",
+                                             "triggering",
+                                             "ignore-requirements",
+                                             "restart-dependencies"};
+    if (!modes.contains(mode))
+    {
+        throw dbus::Error(invalidArgs, "Job mode " + mode + " invalid");
+    }
+}
+
+static void addClient(BuiltinJob& job, const std::string& client)
+{
+    if (!client.empty())
+    {
+        job.clients.insert(client);
+    }
+}
+
+BuiltinJob& BuiltinEngine::queue(BuiltinUnit& unit, bool isStop,
+                                 const std::string& mode,
+                                 const std::string& client)
+{
+    requireMode(mode);
+    if (!isStop)
+    {
+        requireUsable(unit);
+        for (const auto& name : unit.file().requirements)
+        {
+            requireUsable(load(name));
+        }
+    }
+    else if (unit.file().path.empty() && unit.isIdle())
+    {
+        throw dbus::Error(noSuchUnit, "Unit " + unit.name() + " not loaded.");
+    }
+    if (unit.job != 0)
+    {
+        auto& present = allJobs.at(unit.job);
+        if (present.isStop == isStop)
+        {
+            addClient(present, client);
+            return present;
+        }
+        if (mode == "fail")
+        {
+            const std::string type = isStop ? "stop" : "start";
+            throw dbus::Error(
+                "org.freedesktop.systemd1.TransactionIsDestructive",
+                "Transaction for " + unit.name() + '/' + type +
+                    " is destructive (" + unit.name() + " has '" +
+                    present.type() + "' job queued, but '" + type +
+                    "' is included in transaction).");
+        }
+        finish(present.id, "canceled");
+    }
+    auto& job = install(unit, isStop);
+    for (const auto& name :
+         isStop ? std::vector<std::string>() : unit.file().requirements)
+    {
+        auto& required = load(name);
+        if (required.state().active != "active")
+        {
+            job.after.insert(queue(required, false, mode, "").id);
+        }
+    }
+    addClient(job, client);
+    tell(unit);
+    if (isHeard(job))
+    {
+        announce("JobNew", job.id, BuiltinJob::pathOf(job.id), job.unit);
+    }
+    return job;
+}
+
+BuiltinJob& BuiltinEngine::install(BuiltinUnit& unit, bool isStop)
+{
+    unit.job = ++lastJob;
+    return allJobs
+        .try_emplace(unit.job,
+                     BuiltinJob{unit.job, unit.name(), isStop, false, {}, {}})
+        .first->second;
+}
+
+void BuiltinEngine::runJobs()
+{
+    while (runNext())
+    {
+    }
+}
+
+/** Runs the first job that can be run; false where there is none. */
+bool BuiltinEngine::runNext()
+{
+    const auto ready = std::ranges::find_if(allJobs, [this](const auto& entry) {
+        const auto& job = entry.second;
+        return !job.isRunning && job.after.empty() &&
+               (job.isStop || !allUnits.at(job.unit).isStopping());
+    });
+    if (ready == allJobs.end())
+    {
+        return false;
+    }
+    run(ready->second);
+    return true;
+}
+
+void BuiltinEngine::run(BuiltinJob& job)
+{
+    auto& unit = allUnits.at(job.unit);
+    job.isRunning = true;
+    if (job.isStop)
+    {
+        if (!unit.isIdle())
+        {
+            unit.stop();
+            tell(unit);
+            tellState(job);
+        }
+        settle(unit);
+        return;
+    }
+    switch (unit.start())
+    {
+        case BuiltinUnit::Start::begun:
+        case BuiltinUnit::Start::later:
+            tell(unit);
+            tellState(job);
+            settle(unit);
+            break;
+        case BuiltinUnit::Start::failed:
+            tell(unit);
+            finish(job.id, "failed");
+            break;
+        case BuiltinUnit::Start::assertFailed:
+            tell(unit);
+            finish(job.id, "assert");
+            break;
+        case BuiltinUnit::Start::skipped:
+            tell(unit);
+            finish(job.id, "done");
+            break;
+        case BuiltinUnit::Start::already:
+            finish(job.id, "done");
+            break;
+    }
+}
+
+/** Ends the job of a unit where the unit has come to where the job wants it.
+ */
+void BuiltinEngine::settle(BuiltinUnit& unit)
+{
+    if (unit.job == 0)
+    {
+        return;
+    }
+    const auto& job = allJobs.at(unit.job);
+    const auto isThere =
+        unit.isIdle() || (!job.isStop && unit.state().active == "active");
+    if (job.isRunning && isThere)
+    {
+        const auto hasFailed = !job.isStop && unit.state().active == "failed";
+        finish(job.id, hasFailed ? "failed" : "done");
+    }
+}
+
+void BuiltinEngine::finish(std::uint32_t id, const std::string& result)
+{
+    const auto job = std::move(allJobs.extract(id).mapped());
+    auto& unit = allUnits.at(job.unit);
+    unit.job = 0;
+    if (isHeard(job))
+    {
+        announce("JobRemoved", job.id, BuiltinJob::pathOf(job.id), job.unit,
+                 result);
+    }
+    tell(unit);
+    std::vector<std::uint32_t> failed;
+    for (auto& [other, waiting] : allJobs)
+    {
+        if (waiting.after.erase(id) > 0 && result != "done")
+        {
+            failed.push_back(other);
+        }
+    }
+    for (const auto other : failed)
+    {
+        if (allJobs.contains(other))
+        {
+            finish(other, "dependency");
+        }
+    }
+}
+
+BuiltinJob& BuiltinEngine::job(std::uint32_t id)
+{
+    const auto found = allJobs.find(id);
+    if (found == allJobs.end())
+    {
+        throw dbus::Error("org.freedesktop.systemd1.NoSuchJob",
+                          "Job " + std::to_string(id) + " does not exist.");
+    }
+    return found->second;
+}
+
+void BuiltinEngine::cancel(std::uint32_t id)
+{
+    finish(job(id).id, "canceled");
+    runJobs();
+}
+
+void BuiltinEngine::subscribe(const std::string& client)
+{
+    if (!subscribers.insert(client).second)
+    {
+        throw dbus::Error("org.freedesktop.systemd1.AlreadySubscribed",
+                          "Client is already subscribed.");
+    }
+}
+
+void BuiltinEngine::unsubscribe(const std::string& client)
+{
+    if (subscribers.erase(client) == 0)
+    {
+        throw dbus::Error("org.freedesktop.systemd1.NotSubscribed",
+                          "Client is not subscribed.");
+    }
+}
+
+void BuiltinEngine::refer(const BuiltinUnit& unit, const std::string& client)
+{
+    requireUsable(unit);
+    ++references[unit.name()][client];
+}
+
+void BuiltinEngine::release(const BuiltinUnit& unit, const std::string& client)
+{
+    auto& clients = references[unit.name()];
+    const auto found = clients.find(client);
+    if (found == clients.end())
+    {
+        throw dbus::Error("org.freedesktop.systemd1.NotReferenced",
+                          "Unit has not been referenced yet.");
+    }
+    if (--found->second == 0)
+    {
+        clients.erase(found);
+    }
+}
+
+void BuiltinEngine::forget(const std::string& client)
+{
+    subscribers.erase(client);
+    for (auto& [unit, clients] : references)
+    {
+        clients.erase(client);
+    }
+    for (auto& [id, job] : allJobs)
+    {
+        job.clients.erase(client);
+    }
+}
+
+void BuiltinEngine::reset(BuiltinUnit& unit)
+{
+    unit.reset();
+    tell(unit);
+}
+
+void BuiltinEngine::resetAll()
+{
+    for (auto& [name, unit] : allUnits)
+    {
+        reset(unit);
+    }
+}
+
+void BuiltinEngine::reload()
+{
+    for (auto& [name, unit] : allUnits)
+    {
+        unit.reload();
+    }
+}
+
+void BuiltinEngine::childEnded(pid_t child, int status)
+{
+    const auto found =
+        std::ranges::find_if(allUnits, [child](const auto& entry) {
+            return entry.second.isProcess(child);
+        });
+    if (found == allUnits.end())
+    {
+        return;
+    }
+    found->second.ended(status);
+    tell(found->second);
+    settle(found->second);
+    runJobs();
+}
+
+std::optional<std::chrono::steady_clock::time_point>
+BuiltinEngine::deadline() const
+{
+    std::optional<std::chrono::steady_clock::time_point> first;
+    for (const auto& [name, unit] : allUnits)
+    {
+        if (const auto last = unit.deadline())
+        {
+            first = std::min(first.value_or(*last), *last);
+        }
+    }
+    return first;
+}
+
+void BuiltinEngine::wake()
+{
+    for (auto& [name, unit] : allUnits)
+    {
+        if (unit.stopIfLate())
+        {
+            tell(unit);
+            settle(unit);
+        }
+    }
+    runJobs();
+    collect();
+}
+
+/** Forgets the units that nothing needs, as systemd does. */
+void BuiltinEngine::collect()
+{
+    std::erase_if(references,
+                  [](const auto& entry) { return entry.second.empty(); });
+    std::erase_if(allUnits, [this](const auto& entry) {
+        const auto& [name, unit] = entry;
+        const auto isDead = unit.job == 0 && unit.state().active == "inactive";
+        if (!isDead || references.contains(name))
+        {
+            return false;
+        }
+        if (!subscribers.empty())
+        {
+            announce("UnitRemoved", name,
+                     dbus::ObjectPath(unitText::objectPath(name)));
+        }
+        return true;
+    });
+}
+
+void BuiltinEngine::tell(const BuiltinUnit& unit) const
+{
+    if (!subscribers.empty() || references.contains(unit.name()))
+    {
+        const auto path = unitText::objectPath(unit.name());
+        bus.tellChanges(path, "org.freedesktop.systemd1.Service");
+        bus.tellChanges(path, "org.freedesktop.systemd1.Unit");
+    }
+}
+
+void BuiltinEngine::tellState(const BuiltinJob& job) const
+{
+    if (isHeard(job))
+    {
+        bus.tellChanges(BuiltinJob::pathOf(job.id).text,
+                        "org.freedesktop.systemd1.Job", {"State"});
+    }
+}
+
+bool BuiltinEngine::isHeard(const BuiltinJob& job) const
+{
+    return !subscribers.empty() || !job.clients.empty();
+}
+
+template <typename... Values>
+void BuiltinEngine::announce(const char* signal, const Values&... values) const
+{
+    auto message = bus.newSignal(managerPath, managerInterface, signal);
+    message.append(values...);
+    message.send();
+}
+
+} // namespace bmcsim

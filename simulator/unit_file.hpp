@@ -1,0 +1,74 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <chrono>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace bmcsim
+{
+
+/** A unit file as the built-in manager reads it: of a service, or the template
+ *  of one. It knows the settings of flash units; a file with others is
+ *  refused, for it would not do what it says.
+ */
+struct UnitFile
+{
+    /** ConditionPathExists= or AssertPathExists=. */
+    struct Condition
+    {
+        std::string type;
+        bool triggers = false;
+        bool isNegated = false;
+        std::string parameter;
+
+        bool holds() const;
+    };
+
+    struct Command
+    {
+        std::vector<std::string> words;
+        bool ignoresFailure = false;
+    };
+
+    /** No limit where it is not set. */
+    using Limit = std::optional<std::chrono::microseconds>;
+
+    /** loaded, masked, not-found or bad-setting. */
+    std::string loadState = "loaded";
+
+    /** What is wrong with a bad setting. */
+    std::string error;
+
+    /** Empty where there is no file. */
+    std::filesystem::path path;
+
+    std::string description;
+    std::vector<Condition> conditions;
+    std::vector<Condition> asserts;
+    std::vector<std::string> requirements;
+    std::string type;
+    std::vector<Command> execCondition;
+    std::vector<Command> execStartPre;
+    std::vector<Command> execStart;
+    bool remainsAfterExit = false;
+    Limit timeoutStart;
+    Limit timeoutStop;
+    std::vector<std::int32_t> successStatuses;
+    std::vector<std::string> environment;
+
+    /** As in the file: "append:/path"; or empty. */
+    std::string standardOutput;
+    std::string standardError;
+
+    /** The file of a unit, with the specifiers of its instance replaced.
+     *
+     *  @param folder  where all unit files are
+     */
+    static UnitFile load(const std::filesystem::path& folder,
+                         const std::string& unit);
+};
+
+} // namespace bmcsim
