@@ -94,10 +94,9 @@ TEST_F(BuildForTests, SaysWhatIsLeftOutAndWhatIsMissing)
     EXPECT_EQ(configured.status, 0) << configured.out;
     EXPECT_THAT(
         configured.out,
-        HasSubstr(
-            "  Left out, for it is not installed\n"
-            "    tests on dbus-broker              : dbus-broker\n"
-            "    comparison of the binary interface: abigail-tools\n"));
+        HasSubstr("  Left out, for it is not installed\n"
+                  "    tests on dbus-broker              : dbus-broker\n"
+                  "    comparison of the binary interface: abigail-tools\n"));
 }
 
 TEST_F(BuildForTests, LeavesNothingOutWhereAllIsInstalled)
