@@ -25,19 +25,26 @@ class BuildForABoard : public testing::Test
                    "Name: " + package + "\nDescription: none\nVersion: 9\n");
     }
 
-    Completed configure() const
+    void installStandIn(const std::string& package) const
     {
-        return run({"meson", "setup", "-Dstand-ins=false",
-                    directory.file("build"), fromEnvironment("WEXA_SOURCES")},
-                   {"PKG_CONFIG_PATH=",
-                    "PKG_CONFIG_LIBDIR=" + directory.path().string()});
+        writeBytes(directory.file(package + ".pc"),
+                   "stand_in=true\nName: " + package +
+                       "\nDescription: none\nVersion: 9\n");
     }
 
-    void expectMissing(const std::string& error) const
+    void expectError(const std::string& error,
+                     const std::vector<std::string>& options = {
+                         "-Dstand-ins=false"}) const
     {
-        const auto configured = configure();
+        std::vector<std::string> command{"meson", "setup",
+                                         directory.file("build"),
+                                         fromEnvironment("WEXA_SOURCES")};
+        command.insert(command.end(), options.begin(), options.end());
+        const auto configured =
+            run(command, {"PKG_CONFIG_PATH=",
+                          "PKG_CONFIG_LIBDIR=" + directory.path().string()});
         EXPECT_NE(configured.status, 0);
-        EXPECT_THAT(configured.out, HasSubstr(error));
+        EXPECT_THAT(configured.out, HasSubstr("ERROR: " + error));
     }
 
     TemporaryDirectory directory;
@@ -45,20 +52,44 @@ class BuildForABoard : public testing::Test
 
 TEST_F(BuildForABoard, NamesSdbusplusWhereItIsMissing)
 {
-    expectMissing("ERROR: Dependency \"sdbusplus\" not found");
+    expectError("Dependency \"sdbusplus\" not found");
 }
 
 TEST_F(BuildForABoard, NamesThePhosphorInterfacesWhereTheyAreMissing)
 {
     install("sdbusplus");
-    expectMissing("ERROR: Dependency \"phosphor-dbus-interfaces\" not found");
+    expectError("Dependency \"phosphor-dbus-interfaces\" not found");
 }
 
 TEST_F(BuildForABoard, NamesTheCoreLibraryWhereItIsMissing)
 {
     install("sdbusplus");
     install("phosphor-dbus-interfaces");
-    expectMissing("ERROR: C++ shared or static library 'wexacore' not found");
+    expectError("C++ shared or static library 'wexacore' not found");
+}
+
+TEST_F(BuildForABoard, RefusesStandInsThatAreInstalled)
+{
+    const std::string why =
+        " is a stand-in, with which no board works: install the real one, or "
+        "take the stand-in out of the path of pkg-config";
+    installStandIn("sdbusplus");
+    expectError("sdbusplus" + why);
+    install("sdbusplus");
+    installStandIn("phosphor-dbus-interfaces");
+    expectError("phosphor-dbus-interfaces" + why);
+}
+
+TEST_F(BuildForABoard, InstallsNoStandIns)
+{
+    writeBytes(directory.file("board.ini"),
+               "[binaries]\ncpp = 'c++'\npkgconfig = 'pkg-config'\n"
+               "[host_machine]\nsystem = 'linux'\ncpu_family = 'arm'\n"
+               "cpu = 'arm'\nendian = 'little'\n");
+    expectError(
+        "a cross build is for a board, and -Dstand-ins=install for a "
+        "desk: leave it out",
+        {"-Dstand-ins=install", "--cross-file", directory.file("board.ini")});
 }
 
 class BuildForTests : public testing::Test

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+// Of the stand-in of sdbusplus, for a machine that is no BMC.
 #pragma once
 
 #include <cstddef>

@@ -1,0 +1,3 @@
+// SPDX-License-Identifier: Apache-2.0
+#error \
+    "the stand-in of phosphor-dbus-interfaces has no asynchronous clients: build with OpenBMC's phosphor-dbus-interfaces"
