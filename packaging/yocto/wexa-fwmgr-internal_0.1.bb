@@ -31,9 +31,25 @@ EXTRA_OEMESON = " \
 PACKAGECONFIG ??= "tools"
 PACKAGECONFIG[tools] = "-Dtools=enabled,-Dtools=disabled,cli11 nlohmann-json libtinyxml2"
 
+# For the build machine: the simulated BMC and the tool, on stand-ins of the
+# platform's libraries. These lie in folders of their own, where no other recipe
+# finds them. openembedded-core has no systemd-native: a layer has to offer
+# libsystemd under that name.
+BBCLASSEXTEND = "native"
+DEPENDS:class-native = "cli11 fmt nlohmann-json openssl systemd"
+EXTRA_OEMESON:class-native = " \
+    -Dstand-ins=install \
+    -Dtests=disabled \
+    -Dsimulator=enabled \
+    -Dbenchmarks=disabled \
+    -Dfuzzing=disabled \
+    --includedir=${includedir}/wexa-desk \
+    --libdir=${libdir}/wexa-desk \
+"
+
 # The bus policy is needed on every board. The unit is an example: the recipe of
 # the daemon installs it, with the daemon's program in it.
-do_install:append() {
+do_install:append:class-target() {
     install -D -m 0644 ${S}/packaging/dbus/com.WEXA.FirmwareManager.conf \
         ${D}${datadir}/dbus-1/system.d/com.WEXA.FirmwareManager.conf
     install -D -m 0644 ${S}/packaging/systemd/firmware-manager.service \
@@ -43,7 +59,8 @@ FILES:${PN} += "${datadir}/dbus-1/system.d/com.WEXA.FirmwareManager.conf"
 
 # The library, -dev and -doc are split as ever; the tool is a package of its
 # own, for boards that are updated by hand.
-PACKAGE_BEFORE_PN = "${PN}-tools"
+# bash-completion has put a package of its own there already.
+PACKAGE_BEFORE_PN += "${PN}-tools"
 FILES:${PN}-tools = " \
     ${bindir}/wexa-fwmgr \
     ${libdir}/wexa-fwmgr/wexa-fwmgr-operations.so \

@@ -74,10 +74,10 @@ TEST_F(BuildForABoard, RefusesStandInsThatAreInstalled)
         " is a stand-in, with which no board works: install the real one, or "
         "take the stand-in out of the path of pkg-config";
     installStandIn("sdbusplus");
-    expectError("sdbusplus" + why);
+    expectError("Problem encountered: sdbusplus" + why);
     install("sdbusplus");
     installStandIn("phosphor-dbus-interfaces");
-    expectError("phosphor-dbus-interfaces" + why);
+    expectError("Problem encountered: phosphor-dbus-interfaces" + why);
 }
 
 TEST_F(BuildForABoard, InstallsNoStandIns)
@@ -87,8 +87,8 @@ TEST_F(BuildForABoard, InstallsNoStandIns)
                "[host_machine]\nsystem = 'linux'\ncpu_family = 'arm'\n"
                "cpu = 'arm'\nendian = 'little'\n");
     expectError(
-        "a cross build is for a board, and -Dstand-ins=install for a "
-        "desk: leave it out",
+        "Problem encountered: a cross build is for a board, and "
+        "-Dstand-ins=install for a desk: leave it out",
         {"-Dstand-ins=install", "--cross-file", directory.file("board.ini")});
 }
 
