@@ -149,6 +149,10 @@ class Grammar
             ->check(CLI::IsMember(kinds()))
             ->option_text(" ");
         doctor
+            ->add_option("--daemon", command.request.daemon,
+                         "Look whether this daemon fits the library, too")
+            ->option_text("PROGRAM");
+        doctor
             ->add_option("--images", command.request.imageDirectory,
                          "Look at this directory of images, too")
             ->option_text("DIRECTORY");

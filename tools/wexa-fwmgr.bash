@@ -51,10 +51,14 @@ _wexa_fwmgr() {
     case "$verb" in
         upload | verify) options+=(--component) ;;
         update) options+=(--component --dry-run --no-verify --no-wait --timeout) ;;
-        doctor) options+=(--images) ;;
+        doctor) options+=(--daemon --images) ;;
     esac
 
     case "$before" in
+        --daemon)
+            _wexa_fwmgr_offer_paths -f "$word"
+            return
+            ;;
         --images)
             _wexa_fwmgr_offer_paths -d "$word"
             return

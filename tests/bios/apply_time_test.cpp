@@ -78,6 +78,8 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(
         OtherAnswer{"WhereItIsUnheardOf",
                     reply::textVariant(enumeration + "AtMaintenanceWindow")},
+        OtherAnswer{"WhereNewerPlatformsAloneKnowIt",
+                    reply::textVariant(enumeration + "OnActivationRequest")},
         OtherAnswer{"WhereItIsAShortName", reply::textVariant("OnReset")},
         OtherAnswer{"WhereItIsTheEnumerationAlone",
                     reply::textVariant(enumeration)},

@@ -48,6 +48,8 @@ TEST(Completion, OffersKindsFilesDirectoriesAndComponents)
     EXPECT_EQ(completions({"components", ""}), Words());
     EXPECT_EQ(completions({"verify", "bmc", "/etc/os-rel"}),
               (Words{"/etc/os-release"}));
+    EXPECT_EQ(completions({"doctor", "--daemon", "/etc/os-rel"}),
+              (Words{"/etc/os-release"}));
     EXPECT_EQ(completions({"doctor", "--images", "/etc/default"}),
               (Words{"/etc/default"}));
     EXPECT_EQ(completions({"update", "bmc", "x", "--timeout", ""}), Words());
@@ -122,6 +124,7 @@ TEST_F(CompletionOnAScriptedBoard, DoesNotExpandWhatIsTyped)
              {std::vector<std::string>{},
               {"verify"},
               {"verify", "bmc"},
+              {"doctor", "--daemon"},
               {"doctor", "--images"},
               {"--bus"},
               {"verify", "cpld", "x", "--component"}})

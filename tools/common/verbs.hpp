@@ -18,6 +18,8 @@ struct Request
     std::string component;
     /** Where a daemon would keep uploaded images; may be empty. */
     std::string imageDirectory;
+    /** The program of a daemon that the doctor looks at; may be empty. */
+    std::string daemon;
     bool verbose = false;
     bool json = false;
     bool dryRun = false;

@@ -15,6 +15,12 @@ using Kinds = std::set<std::string>;
 /** The core library, its routines, and the library itself. */
 void checkLibraries(Findings& findings, const Kinds& kinds);
 
+/** Whether a daemon finds in the library what it was built to use.
+ *
+ *  @param program  path of the daemon, or of a library of it
+ */
+void checkDaemon(Findings& findings, const std::string& program);
+
 /** The services that judge images and keep what is known of them. */
 void checkSecurityManager(Findings& findings, sdbusplus::bus_t& bus,
                           const Kinds& kinds);

@@ -141,6 +141,10 @@ Result examineBoard(const Request& request)
     const auto kinds = kindsOf(request);
     Findings findings;
     checkLibraries(findings, kinds);
+    if (!request.daemon.empty())
+    {
+        checkDaemon(findings, request.daemon);
+    }
     const auto components = checkSections(findings, kinds, request);
     checkImagePaths(findings, kinds, components, request.imageDirectory);
 

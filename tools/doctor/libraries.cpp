@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "../operations/operations.hpp"
 #include "checks.hpp"
+#include "loaded_library.hpp"
 
 #include <dlfcn.h>
 
 #include <array>
-#include <memory>
+#include <string>
 
 namespace
 {
@@ -32,23 +33,9 @@ constexpr std::array routines{
             "_ZN4wexa4core30get_capsule_version_from_imageEPcS1_ii"},
 };
 
-struct Unload
-{
-    void operator()(void* library) const
-    {
-        dlclose(library);
-    }
-};
-
-/** Bound lazily: what is missing in it is another finding. */
-std::unique_ptr<void, Unload> load(const char* name)
-{
-    return std::unique_ptr<void, Unload>(dlopen(name, RTLD_LAZY | RTLD_LOCAL));
-}
-
 void checkCoreLibrary(Findings& findings, const Kinds& kinds)
 {
-    const auto library = load(coreLibrary);
+    const auto library = loadLibrary(coreLibrary);
     if (!library)
     {
         findings.failure(std::string("the core library cannot be loaded: ") +
@@ -84,7 +71,7 @@ void checkLibraries(Findings& findings, const Kinds& kinds)
 {
     findings.area("libraries");
     // The module is linked with the library, and so fails where it does.
-    const auto module = load(operationsModule);
+    const auto module = loadLibrary(operationsModule);
     if (!module)
     {
         findings.failure(std::string("the library cannot be loaded: ") +
@@ -93,7 +80,7 @@ void checkLibraries(Findings& findings, const Kinds& kinds)
     }
     else
     {
-        findings.ok("libwexa_fwmgr_internal.so.0 can be loaded");
+        findings.ok(std::string(updateLibrary) + " can be loaded");
     }
     // While the module is loaded this is the one that it uses.
     checkCoreLibrary(findings, kinds);
