@@ -48,7 +48,14 @@ static void requireName(const std::string& name)
 
 BuiltinUnit& BuiltinEngine::load(const std::string& name)
 {
+    constexpr std::size_t most = 1000;
     requireName(name);
+    if (allUnits.size() >= most && !allUnits.contains(name))
+    {
+        throw dbus::Error("org.freedesktop.DBus.Error.LimitsExceeded",
+                          "No more than " + std::to_string(most) +
+                              " units can be loaded.");
+    }
     const auto [unit, isNew] = allUnits.try_emplace(name, directory, name);
     if (isNew && !subscribers.empty())
     {
@@ -112,8 +119,8 @@ std::optional<dbus::Error> loadErrorOf(const BuiltinUnit& unit)
     if (file.loadState == "bad-setting")
     {
         return dbus::Error("org.freedesktop.systemd1.BadUnitSetting",
-                           beginning +
-                               " has a bad unit file setting: " + file.error);
+                           beginning + " has a bad unit file setting" +
+                               (file.error.empty() ? "." : ": " + file.error));
     }
     return {};
 }
@@ -187,7 +194,9 @@ BuiltinJob& BuiltinEngine::queue(BuiltinUnit& unit, bool isStop,
                     present.type() + "' job queued, but '" + type +
                     "' is included in transaction).");
         }
-        finish(present.id, "canceled");
+        const auto replaced = present.id;
+        remove(replaced, "canceled");
+        failWaiting(replaced, "canceled");
     }
     auto& job = install(unit, isStop);
     for (const auto& name :
@@ -301,15 +310,27 @@ void BuiltinEngine::settle(BuiltinUnit& unit)
 
 void BuiltinEngine::finish(std::uint32_t id, const std::string& result)
 {
+    const auto unit = job(id).unit;
+    remove(id, result);
+    tell(allUnits.at(unit));
+    failWaiting(id, result);
+}
+
+/** As `finish`, where another job follows and the unit is told of then. */
+void BuiltinEngine::remove(std::uint32_t id, const std::string& result)
+{
     const auto job = std::move(allJobs.extract(id).mapped());
-    auto& unit = allUnits.at(job.unit);
-    unit.job = 0;
+    allUnits.at(job.unit).job = 0;
     if (isHeard(job))
     {
         announce("JobRemoved", job.id, BuiltinJob::pathOf(job.id), job.unit,
                  result);
     }
-    tell(unit);
+}
+
+/** Fails the jobs that wait for one that is not done. */
+void BuiltinEngine::failWaiting(std::uint32_t id, const std::string& result)
+{
     std::vector<std::uint32_t> failed;
     for (auto& [other, waiting] : allJobs)
     {

@@ -101,6 +101,8 @@ class BuiltinEngine
     void run(BuiltinJob& job);
     void settle(BuiltinUnit& unit);
     void finish(std::uint32_t id, const std::string& result);
+    void remove(std::uint32_t id, const std::string& result);
+    void failWaiting(std::uint32_t id, const std::string& result);
     void collect();
     void forget(const std::string& client);
     void tell(const BuiltinUnit& unit) const;

@@ -212,6 +212,12 @@ class Properties
     }
 
     template <typename Get>
+    void untold(const char* name, Get get)
+    {
+        members.property(name, Changes::untold, get);
+    }
+
+    template <typename Get>
     void told(const char* name, Get get)
     {
         members.property(name, Changes::told, get);
@@ -299,13 +305,13 @@ void addNature(Properties& all)
 {
     all.fixed("Id", [](const Unit& unit) { return unit.name(); });
     all.fixed("Names", [](const Unit& unit) { return Texts{unit.name()}; });
-    all.always("Following", "");
+    all.untold("Following", [](const Unit&) { return std::string(); });
     all.always("Documentation", Texts());
     all.always("TriggeredBy", Texts());
     all.always("DropInPaths", Texts());
     all.always("SourcePath", "");
     all.always("Transient", false);
-    all.always("CanStart", true);
+    all.fixed("CanStart", [](const Unit& unit) { return !loadErrorOf(unit); });
     all.always("CanStop", true);
     all.always("CanReload", false);
     all.always("CanIsolate", false);
@@ -411,7 +417,8 @@ dbus::Interface<BuiltinUnit> service()
     all.fixed("Environment",
               [](const Unit& unit) { return unit.file().environment; });
     all.fixed("StandardOutput", [](const Unit& unit) {
-        return kindOf(unit.file().standardOutput, "journal");
+        return kindOf(unit.file().standardOutput,
+                      loadErrorOf(unit) ? "inherit" : "journal");
     });
     all.fixed("StandardError", [](const Unit& unit) {
         return kindOf(unit.file().standardError, "inherit");

@@ -373,6 +373,7 @@ void BuiltinUnit::ended(int status)
         command.status < worst)
     {
         failure = "exec-condition";
+        now.conditionResult = false;
     }
     if (isStopping() || failure != "success")
     {

@@ -30,12 +30,6 @@ UnitName::UnitName(const std::string& unit)
     }
 }
 
-std::vector<std::string> flashCommand(const PrivateDirectory& directory,
-                                      const std::string& instance)
-{
-    return {ownProgram(), "write-flash", directory.path(), instance};
-}
-
 /** A word of a command line in a unit file. */
 static std::string quotedWord(std::string_view word)
 {
@@ -66,10 +60,9 @@ static void writeTemplate(const PrivateDirectory& directory,
                           const std::string& name,
                           const FlashSettings& settings)
 {
-    auto command = flashCommand(directory, "");
-    command.pop_back();
     std::string line;
-    for (const auto& word : command)
+    for (const auto& word :
+         {ownProgram(), std::string("write-flash"), directory.path().string()})
     {
         line += quotedWord(word) + ' ';
     }

@@ -24,10 +24,6 @@ struct UnitName
     std::string instance;
 };
 
-/** The command that a flash unit runs for an unescaped instance. */
-std::vector<std::string> flashCommand(const PrivateDirectory& directory,
-                                      const std::string& instance);
-
 /** Writes the units of the simulated BMC for systemd.
  *
  *  They are honest: oneshot, so that a job ends when the flash has ended; no

@@ -37,7 +37,7 @@ bool within(std::chrono::milliseconds time, Condition&& condition)
         {
             return false;
         }
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     return true;
 }

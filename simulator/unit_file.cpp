@@ -141,6 +141,20 @@ UnitFile::Limit limitFrom(const std::string& value)
                        : UnitFile::Limit(number * unit->second);
 }
 
+std::int32_t exitStatusFrom(const std::string& word)
+{
+    constexpr auto most = 255;
+    std::int32_t number = 0;
+    const auto* const last = word.data() + word.size();
+    const auto [rest, error] = std::from_chars(word.data(), last, number);
+    if (error != std::errc() || rest != last || number < 0 || number > most)
+    {
+        throw std::invalid_argument("'" + word +
+                                    "' is no exit status from 0 to 255");
+    }
+    return number;
+}
+
 /** Puts one setting after the other into a unit file. */
 class Reader
 {
@@ -186,7 +200,7 @@ class Reader
         known->second(*this, value);
     }
 
-    /** Checks as systemd does, and sets what is set without a word. */
+    /** Sets what is set without a word, and checks as systemd does. */
     void complete()
     {
         if (file.type.empty())
@@ -199,22 +213,14 @@ class Reader
             throw std::invalid_argument(
                 "the built-in manager does not know Type=" + file.type);
         }
-        if (file.execStart.empty())
+        if (isOneshot && !hasTimeoutStart)
         {
-            throw std::invalid_argument("Service has no ExecStart=");
+            file.timeoutStart.reset();
         }
-        if (!isOneshot && file.execStart.size() > 1)
+        if (file.execStart.empty() || (!isOneshot && file.execStart.size() > 1))
         {
-            throw std::invalid_argument("Service has more than one ExecStart=");
-        }
-        constexpr std::chrono::seconds usual{90};
-        if (!hasTimeoutStart && !isOneshot)
-        {
-            file.timeoutStart = usual;
-        }
-        if (!hasTimeoutStop)
-        {
-            file.timeoutStop = usual;
+            // systemd says no more than that the file is bad.
+            throw std::invalid_argument("");
         }
     }
 
@@ -266,7 +272,6 @@ class Reader
     UnitFile& file;
     const std::string& unit;
     bool hasTimeoutStart = false;
-    bool hasTimeoutStop = false;
 };
 
 const std::map<std::string, Reader::Set> Reader::settings{
@@ -284,11 +289,13 @@ const std::map<std::string, Reader::Set> Reader::settings{
      }},
     {"[Unit]ConditionPathExists",
      [](Reader& r, const std::string& v) {
-         r.file.conditions.push_back(r.condition("ConditionPathExists", v));
+         r.file.conditions.insert(r.file.conditions.begin(),
+                                  r.condition("ConditionPathExists", v));
      }},
     {"[Unit]AssertPathExists",
      [](Reader& r, const std::string& v) {
-         r.file.asserts.push_back(r.condition("AssertPathExists", v));
+         r.file.asserts.insert(r.file.asserts.begin(),
+                               r.condition("AssertPathExists", v));
      }},
     {"[Service]Type", [](Reader& r, const std::string& v) { r.file.type = v; }},
     {"[Service]ExecCondition",
@@ -315,13 +322,12 @@ const std::map<std::string, Reader::Set> Reader::settings{
     {"[Service]TimeoutStopSec",
      [](Reader& r, const std::string& v) {
          r.file.timeoutStop = limitFrom(v);
-         r.hasTimeoutStop = true;
      }},
     {"[Service]SuccessExitStatus",
      [](Reader& r, const std::string& v) {
          for (const auto& word : wordsOf(v))
          {
-             r.file.successStatuses.push_back(std::stoi(word));
+             r.file.successStatuses.push_back(exitStatusFrom(word));
          }
      }},
     {"[Service]Environment",

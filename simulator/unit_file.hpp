@@ -39,13 +39,14 @@ struct UnitFile
     /** loaded, masked, not-found or bad-setting. */
     std::string loadState = "loaded";
 
-    /** What is wrong with a bad setting. */
+    /** What is wrong with a bad setting, where systemd would not refuse it. */
     std::string error;
 
     /** Empty where there is no file. */
     std::filesystem::path path;
 
     std::string description;
+    /** As systemd, the last of the file first. */
     std::vector<Condition> conditions;
     std::vector<Condition> asserts;
     std::vector<std::string> requirements;
@@ -54,8 +55,8 @@ struct UnitFile
     std::vector<Command> execStartPre;
     std::vector<Command> execStart;
     bool remainsAfterExit = false;
-    Limit timeoutStart;
-    Limit timeoutStop;
+    Limit timeoutStart = std::chrono::seconds(90);
+    Limit timeoutStop = std::chrono::seconds(90);
     std::vector<std::int32_t> successStatuses;
     std::vector<std::string> environment;
 

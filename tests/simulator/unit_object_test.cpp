@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "managed_flash.hpp"
+#include "manager_signals.hpp"
 
-#include <cstring>
 #include <functional>
 #include <sstream>
 
@@ -213,133 +213,26 @@ TEST_P(UnitObject, IsNotFoundBeforeItIsLoaded)
     EXPECT_EQ(client.call("GetUnit", {unit}), "");
 }
 
-/** Keeps what the manager signals of one unit, in order: its jobs, and each
- *  new state.
- */
-class Signals
-{
-  public:
-    Signals(const Simulation& bmc, std::string unit, const std::string& path) :
-        unit(std::move(unit)), connection(connectTo(bmc.busAddress()))
-    {
-        check(sd_bus_match_signal(connection.get(), nullptr, nullptr,
-                                  path.c_str(),
-                                  "org.freedesktop.DBus.Properties",
-                                  "PropertiesChanged", changed, this),
-              "match");
-        for (const auto* member : {"JobNew", "JobRemoved"})
-        {
-            check(sd_bus_match_signal(connection.get(), nullptr, nullptr,
-                                      nullptr, managerInterface, member, job,
-                                      this),
-                  "match");
-        }
-        check(sd_bus_call_method(connection.get(), "org.freedesktop.systemd1",
-                                 "/org/freedesktop/systemd1", managerInterface,
-                                 "Subscribe", nullptr, nullptr, nullptr),
-              "Subscribe");
-    }
-
-    std::vector<std::string> next(std::size_t count)
-    {
-        processUntil(connection.get(), [&] { return heard.size() >= count; });
-        return heard;
-    }
-
-  private:
-    static int job(sd_bus_message* signal, void* self, sd_bus_error*)
-    {
-        auto& signals = *static_cast<Signals*>(self);
-        std::uint32_t id = 0;
-        const char* object = nullptr;
-        const char* name = nullptr;
-        check(sd_bus_message_read(signal, "uos", &id, &object, &name), "job");
-        if (signals.unit == name)
-        {
-            signals.heard.emplace_back(sd_bus_message_get_member(signal));
-        }
-        return 0;
-    }
-
-    static int changed(sd_bus_message* signal, void* self, sd_bus_error*)
-    {
-        auto& signals = *static_cast<Signals*>(self);
-        const char* interface = nullptr;
-        check(sd_bus_message_read(signal, "s", &interface), "interface");
-        if (std::strcmp(interface, "org.freedesktop.systemd1.Unit") == 0)
-        {
-            const auto state = stateIn(signal);
-            if (state != signals.last)
-            {
-                signals.heard.push_back(state);
-                signals.last = state;
-            }
-        }
-        return 0;
-    }
-
-    /** ActiveState, SubState and whether there is a job. */
-    static std::string stateIn(sd_bus_message* signal)
-    {
-        std::map<std::string, std::string> values;
-        check(sd_bus_message_enter_container(signal, 'a', "{sv}"), "enter");
-        while (check(sd_bus_message_enter_container(signal, 'e', "sv"), "e") >
-               0)
-        {
-            const char* name = nullptr;
-            check(sd_bus_message_read(signal, "s", &name), "name");
-            values[name] = valueIn(signal);
-            check(sd_bus_message_exit_container(signal), "exit");
-        }
-        return values["ActiveState"] + ' ' + values["SubState"] +
-               (values["Job"].empty() ? "" : ", has a job");
-    }
-
-    /** A text, "job" for a job, and nothing for others. */
-    static std::string valueIn(sd_bus_message* signal)
-    {
-        const char* text = "";
-        std::uint32_t id = 0;
-        if (sd_bus_message_verify_type(signal, 'v', "s") > 0)
-        {
-            check(sd_bus_message_read(signal, "v", "s", &text), "text");
-            return text;
-        }
-        if (sd_bus_message_verify_type(signal, 'v', "(uo)") > 0)
-        {
-            check(sd_bus_message_read(signal, "v", "(uo)", &id, &text), "job");
-            return id == 0 ? "" : "job";
-        }
-        check(sd_bus_message_skip(signal, "v"), "skip");
-        return "";
-    }
-
-    std::string unit;
-    Connection connection;
-    std::vector<std::string> heard;
-    std::string last;
-};
-
 TEST_P(UnitObject, SignalsItsStatesAroundItsJob)
 {
-    Signals signals(bmc, unit, path);
+    ManagerSignals signals(bmc.busAddress(), unit, path);
     client.call("StartUnit", {unit, "replace"});
     EXPECT_THAT(signals.next(6),
                 ElementsAre("inactive dead, has a job", "JobNew",
                             "activating start, has a job",
-                            "inactive dead, has a job", "JobRemoved",
+                            "inactive dead, has a job", "JobRemoved done",
                             "inactive dead"));
 }
 
 TEST_P(UnitObject, SignalsThatItFailedBeforeItsJobEnds)
 {
     bmc.set("flash", "fail");
-    Signals signals(bmc, unit, path);
+    ManagerSignals signals(bmc.busAddress(), unit, path);
     client.call("StartUnit", {unit, "replace"});
     EXPECT_THAT(signals.next(6),
                 ElementsAre("inactive dead, has a job", "JobNew",
                             "activating start, has a job",
-                            "failed failed, has a job", "JobRemoved",
+                            "failed failed, has a job", "JobRemoved failed",
                             "failed failed"));
 }
 

@@ -43,14 +43,27 @@ TEST(UnitText, KnowsValidNames)
     EXPECT_FALSE(isValidName("a@b/c.service"));
     EXPECT_FALSE(isValidName("a@\xc3\xa4.service"));
     EXPECT_FALSE(isValidName("@a.service"));
+    EXPECT_TRUE(isValidName("default.target"));
+    EXPECT_FALSE(isValidName(".service"));
+    EXPECT_FALSE(isValidName("a.odd"));
     EXPECT_FALSE(isValidName("a"));
     EXPECT_FALSE(isValidName(""));
 }
 
 TEST(UnitText, MakesObjectPathsOfNames)
 {
-    EXPECT_EQ(objectPath("a@b.service"),
-              "/org/freedesktop/systemd1/unit/a_40b_2eservice");
+    const std::string folder = "/org/freedesktop/systemd1/unit/";
+    for (const auto& [name, path] :
+         {std::pair("a@b.service", "a_40b_2eservice"),
+          std::pair(R"(a_b\x20-1.service)", "a_5fb_5cx20_2d1_2eservice")})
+    {
+        EXPECT_EQ(objectPath(name), folder + path);
+        EXPECT_EQ(nameOf(folder + path), name);
+    }
+    EXPECT_EQ(nameOf(folder + "a_4"), "a_4");
+    EXPECT_EQ(nameOf(folder + "a_zz"), "a_zz");
+    EXPECT_EQ(nameOf(folder), "");
+    EXPECT_EQ(nameOf("/"), "");
 }
 
 } // namespace

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "../support/rights.hpp"
 #include "doctor_findings.hpp"
 #include "schema.hpp"
 #include "tool_test.hpp"
@@ -7,6 +8,7 @@
 #include <regex>
 #include <set>
 #include <sstream>
+#include <tuple>
 
 // The doctor finds exactly what is wrong in each scenario of the simulator.
 
@@ -151,27 +153,37 @@ std::string withoutAddress(const std::string& text)
     return std::regex_replace(text, address, "ADDRESS");
 }
 
-class DoctorFinds : public testing::TestWithParam<Scenario>
+/** Under either manager. */
+class DoctorFinds :
+    public testing::TestWithParam<std::tuple<std::string, Scenario>>
 {};
 
 TEST_P(DoctorFinds, ExactlyWhatIsWrong)
 {
-    const auto done = run({fromEnvironment("WEXA_BMCSIM"), "run", "--scenario",
-                           GetParam().name, "--", fromEnvironment("WEXA_FWMGR"),
-                           "doctor", "--json"});
+    const auto& [manager, scenario] = GetParam();
+    if (manager == "systemd")
+    {
+        SKIP_WITHOUT_SYSTEMD();
+    }
+    const auto done = run({fromEnvironment("WEXA_BMCSIM"), "run", "--manager",
+                           manager, "--scenario", scenario.name, "--",
+                           fromEnvironment("WEXA_FWMGR"), "doctor", "--json"});
     EXPECT_EQ(done.err, "");
     ASSERT_EQ(violationsIn(done.out), "") << done.out;
-    EXPECT_EQ(wrongIn(withoutAddress(done.out)), GetParam().wrong);
+    EXPECT_EQ(wrongIn(withoutAddress(done.out)), scenario.wrong);
     const auto failures =
-        std::ranges::count_if(GetParam().wrong, [](const auto& line) {
+        std::ranges::count_if(scenario.wrong, [](const auto& line) {
             return line.starts_with("failure");
         });
     EXPECT_EQ(done.status, failures == 0 ? 0 : notReady);
 }
 
-INSTANTIATE_TEST_SUITE_P(Scenarios, DoctorFinds, testing::ValuesIn(scenarios()),
+INSTANTIATE_TEST_SUITE_P(Scenarios, DoctorFinds,
+                         testing::Combine(testing::Values("systemd", "builtin"),
+                                          testing::ValuesIn(scenarios())),
                          [](const auto& row) {
-                             auto name = row.param.name;
+                             auto name = std::get<0>(row.param) + '_' +
+                                         std::get<1>(row.param).name;
                              std::ranges::replace(name, '-', '_');
                              return name;
                          });

@@ -1,0 +1,503 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "../support/rights.hpp"
+#include "managed_flash.hpp"
+#include "manager_signals.hpp"
+
+#include <regex>
+#include <set>
+#include <sstream>
+#include <thread>
+
+// A flash unit looks the same under a real systemd and under the built-in
+// manager: what is answered, what is signalled, and each property that a client
+// reads before, during and after the flash, but for identifiers and times.
+
+using namespace test;
+
+namespace
+{
+
+/** A flash unit that does something of its own. */
+struct Case
+{
+    std::string name;
+    /** Of the simulated BMC, from the start: "flash=fail". */
+    std::vector<std::string> settings = {};
+    /** In place of the flash unit's file; empty for none. */
+    std::string unitFile = {};
+    /** Whether it is stopped in the middle. */
+    bool isStopped = false;
+    /** How the manager behaves, unless it is normal. */
+    std::string manager = {};
+};
+
+void PrintTo(const Case& each, std::ostream* stream)
+{
+    *stream << each.name;
+}
+
+/** What a client of one manager saw. */
+class Observation
+{
+  public:
+    Observation(const char* manager, const Case& each,
+                const std::string& image) :
+        each(each), unit(ManagedFlash::unitOf(image)),
+        bmc(optionsOf(manager, each)), client(bmc)
+    {
+        if (!each.unitFile.empty())
+        {
+            // What may be required.
+            bmc.replaceUnit("failing.service",
+                            "[Unit]\nDefaultDependencies=no\n[Service]\n"
+                            "Type=oneshot\nExecStart=/bin/false\n");
+            bmc.replaceFlashUnit(each.unitFile);
+        }
+        if (!each.manager.empty())
+        {
+            bmc.set("manager", each.manager);
+        }
+    }
+
+    std::vector<std::string> all()
+    {
+        seen.push_back("RefUnit: " + client.call("RefUnit", {unit}));
+        path = ManagerClient::pathOf(bmc, unit);
+        ManagerSignals signals(bmc.busAddress(), unit, path);
+        look("before");
+        const auto answer = client.call("StartUnit", {unit, "replace"});
+        seen.push_back("StartUnit: " + answer);
+        if (answer.empty())
+        {
+            watch(signals);
+            look("after");
+        }
+        return withoutNames();
+    }
+
+  private:
+    static std::vector<std::string> optionsOf(const char* manager,
+                                              const Case& each)
+    {
+        std::vector<std::string> options{"--manager", manager, "--set",
+                                         "flash-time=100"};
+        for (const auto& setting : each.settings)
+        {
+            options.insert(options.end(), {"--set", setting});
+        }
+        return options;
+    }
+
+    void watch(ManagerSignals& signals)
+    {
+        if (each.isStopped)
+        {
+            bmc.awaitFlash("bmc");
+            look("during");
+            seen.push_back("StopUnit: " +
+                           client.call("StopUnit", {unit, "replace"}));
+        }
+        for (const auto& signal : signals.untilIdle(each.isStopped ? 2 : 1))
+        {
+            seen.push_back(signal);
+        }
+    }
+
+    /** Each property, as busctl prints it. */
+    void look(const std::string& when)
+    {
+        lookAt(when, "Unit",
+               {"Id",
+                "Names",
+                "Description",
+                "LoadState",
+                "LoadError",
+                "FragmentPath",
+                "ActiveState",
+                "SubState",
+                "Job",
+                "ConditionResult",
+                "AssertResult",
+                "Conditions",
+                "Asserts",
+                "InvocationID",
+                "StateChangeTimestamp",
+                "StateChangeTimestampMonotonic",
+                "InactiveExitTimestamp",
+                "ActiveEnterTimestamp",
+                "ActiveExitTimestamp",
+                "InactiveEnterTimestamp",
+                "ConditionTimestamp",
+                "AssertTimestamp",
+                "CanStart",
+                "CanStop",
+                "Following",
+                "TriggeredBy",
+                "Transient",
+                "DropInPaths"});
+        lookAt(when, "Service",
+               {"Type",
+                "RemainAfterExit",
+                "TimeoutStartUSec",
+                "TimeoutStopUSec",
+                "SuccessExitStatus",
+                "Environment",
+                "StandardOutput",
+                "StandardError",
+                "Result",
+                "ExecCondition",
+                "ExecStartPre",
+                "ExecStart",
+                "MainPID",
+                "ControlPID",
+                "ExecMainPID",
+                "ExecMainCode",
+                "ExecMainStatus",
+                "ExecMainStartTimestamp",
+                "ExecMainStartTimestampMonotonic",
+                "ExecMainExitTimestamp",
+                "ExecMainExitTimestampMonotonic",
+                "Restart",
+                "KillMode",
+                "KillSignal"});
+    }
+
+    void lookAt(const std::string& when, const std::string& interface,
+                const std::vector<std::string>& names)
+    {
+        std::vector<std::string> words{
+            "busctl",       "--address=" + bmc.busAddress(),
+            "get-property", "org.freedesktop.systemd1",
+            path,           "org.freedesktop.systemd1." + interface};
+        words.insert(words.end(), names.begin(), names.end());
+        const auto done = bmc.run(words);
+        EXPECT_EQ(done.err, "");
+        std::istringstream lines(done.out);
+        std::string line;
+        for (const auto& name : names)
+        {
+            std::getline(lines, line);
+            seen.push_back(when + ' ' + name + ": " + withoutTimes(name, line));
+        }
+    }
+
+    /** Only whether there is one, of what is another each time. */
+    static std::string withoutTimes(const std::string& name,
+                                    const std::string& line)
+    {
+        static const std::regex number("\\b[1-9][0-9]*");
+        static const std::regex ran(
+            "(true|false)( [0-9]+ [0-9]+ [0-9]+ [0-9]+ [0-9]+)( [0-9]+ "
+            "[0-9]+)");
+        static const std::set<std::string> identifiers{
+            "MainPID", "ControlPID", "ExecMainPID", "InvocationID", "Job"};
+        if (name.find("Timestamp") != std::string::npos ||
+            identifiers.contains(name))
+        {
+            return line.find_first_of("123456789") == std::string::npos ? line
+                                                                        : "one";
+        }
+        std::string text;
+        auto rest = line;
+        for (std::smatch match; std::regex_search(rest, match, ran);)
+        {
+            text += match.prefix().str() + match[1].str() +
+                    std::regex_replace(match[2].str(), number, "N") +
+                    match[3].str();
+            rest = match.suffix();
+        }
+        return text + rest;
+    }
+
+    /** The directory of the simulated BMC is another one each time. */
+    std::vector<std::string> withoutNames() const
+    {
+        auto lines = seen;
+        for (auto& line : lines)
+        {
+            for (auto at = line.find(bmc.directory()); at != std::string::npos;
+                 at = line.find(bmc.directory()))
+            {
+                line.replace(at, bmc.directory().size(), "DIRECTORY");
+            }
+        }
+        return lines;
+    }
+
+    const Case& each;
+    std::string unit;
+    Simulation bmc;
+    ManagerClient client;
+    std::string path;
+    std::vector<std::string> seen;
+};
+
+class ManagersAgree : public testing::TestWithParam<Case>
+{
+  protected:
+    Images images;
+    std::string image = images.bmc("2.14.0");
+};
+
+TEST_P(ManagersAgree, OnAllThatAClientSees)
+{
+    SKIP_WITHOUT_SYSTEMD();
+    const auto systemd = Observation("systemd", GetParam(), image).all();
+    EXPECT_EQ(Observation("builtin", GetParam(), image).all(), systemd);
+}
+
+/** A unit file whose [Service] begins so. */
+std::string oneshot(const std::string& service, const std::string& unit = "")
+{
+    return "[Unit]\nDefaultDependencies=no\n" + unit +
+           "[Service]\nType=oneshot\nTimeoutStartSec=60\n" + service;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Units, ManagersAgree,
+    testing::Values(
+        Case{"Flashes"}, Case{"Fails", {"flash=fail"}},
+        Case{"Corrupts", {"flash=corrupt"}}, Case{"Crashes", {"flash=crash"}},
+        Case{"TimesOut", {"flash=hang", "flash-timeout=300"}},
+        Case{"IsStopped", {"flash=hang"}, "", true},
+        Case{"HasAConditionThatDoesNotHold", {"flash-unit=condition"}},
+        Case{"IgnoresAFailure", {"flash-unit=ignored-failure", "flash=fail"}},
+        Case{"IsNotWaitedFor", {"flash-unit=simple"}},
+        Case{"FailsUnwaited", {"flash-unit=simple", "flash=fail"}},
+        Case{
+            "IsStoppedUnwaited", {"flash-unit=simple", "flash=hang"}, "", true},
+        Case{"HasNoTimeOut", {"flash-unit=no-timeout"}},
+        Case{"HasNoTimeOutAndIsStopped",
+             {"flash-unit=no-timeout", "flash=hang"},
+             "",
+             true},
+        Case{"IsMasked", {}, "", false, "refuse"},
+        Case{"IsMissing", {}, "", false, "error"},
+        Case{"HasAnAssertionThatDoesNotHold",
+             {},
+             oneshot("ExecStart=/bin/true\n",
+                     "AssertPathExists=/nonexistent\n")},
+        Case{"HasAConditionThatHolds",
+             {},
+             oneshot("ExecStart=/bin/true\n",
+                     "ConditionPathExists=/\n"
+                     "ConditionPathExists=!/nonexistent\n")},
+        Case{"HasAConditionOfWhichOneMustHold",
+             {},
+             oneshot("ExecStart=/bin/true\n",
+                     "ConditionPathExists=|/nonexistent\n"
+                     "ConditionPathExists=|/\n")},
+        Case{"RequiresAUnitThatFails",
+             {},
+             oneshot("ExecStart=/bin/true\n",
+                     "Requires=failing.service\nAfter=failing.service\n")},
+        Case{"RequiresAUnitThatIsMissing",
+             {},
+             oneshot("ExecStart=/bin/true\n", "Requires=missing.service\n")},
+        Case{"HasAnExecConditionThatDoesNotHold",
+             {},
+             oneshot("ExecCondition=/bin/false\nExecStart=/bin/true\n")},
+        Case{"FailsBeforeItsProgramRuns",
+             {},
+             oneshot("ExecStartPre=/bin/false\nExecStart=/bin/true\n")},
+        Case{"HasNoProgram", {}, oneshot("ExecStart=/nonexistent/flash\n")},
+        Case{"RunsSeveralPrograms",
+             {},
+             oneshot("ExecStart=/bin/true \"a b\" %%i\n"
+                     "ExecStart=-/bin/false\nExecStart=/bin/true\n")},
+        Case{"CallsAnotherStatusSuccess",
+             {},
+             oneshot("SuccessExitStatus=1\nExecStart=/bin/false\n")},
+        Case{"RemainsAfterExit",
+             {},
+             oneshot("RemainAfterExit=yes\nExecStart=/bin/true\n")}),
+    [](const auto& row) { return row.param.name; });
+
+TEST(Managers, AgreeOnOddRequests)
+{
+    SKIP_WITHOUT_SYSTEMD();
+    const std::vector<std::vector<std::string>> requests{
+        {"StartUnit", "missing.service", "replace"},
+        {"StartUnit", "a@.service", "replace"},
+        {"StartUnit", "a.odd", "replace"},
+        {"StartUnit", "failing.service", "odd"},
+        {"StopUnit", "missing.service", "replace"},
+        {"LoadUnit", "a@.service"},
+        {"LoadUnit", "missing.service"},
+        {"GetUnit", "odd"},
+        {"GetUnit", "missing@x.service"},
+        {"RefUnit", "missing.service"},
+        {"UnrefUnit", "missing@x.service"},
+        {"ResetFailedUnit", "missing@x.service"},
+        {"Subscribe"},
+        {"Unsubscribe"},
+        {"Unsubscribe"},
+    };
+    const auto answers = [&](const char* manager) {
+        const Simulation bmc({"--manager", manager});
+        bmc.replaceUnit("failing.service", oneshot("ExecStart=/bin/false\n"));
+        ManagerClient client(bmc);
+        std::vector<std::string> list;
+        for (const auto& request : requests)
+        {
+            auto words = request;
+            words.erase(words.begin());
+            list.push_back(client.call(request.front().c_str(), words));
+        }
+        return list;
+    };
+    EXPECT_EQ(answers("builtin"), answers("systemd"));
+}
+
+TEST(Managers, AgreeOnTheMembersThatBothOffer)
+{
+    SKIP_WITHOUT_SYSTEMD();
+    const auto offered = [](const char* manager) {
+        const Simulation bmc({"--manager", manager});
+        const auto unit = ManagedFlash::unitOf("/image");
+        std::set<std::string> members;
+        for (const auto& path : {std::string("/org/freedesktop/systemd1"),
+                                 ManagerClient::pathOf(bmc, unit)})
+        {
+            std::istringstream lines(
+                bmc.run({"busctl", "--address=" + bmc.busAddress(),
+                         "introspect", "--full", "org.freedesktop.systemd1",
+                         path})
+                    .out);
+            for (std::string line; std::getline(lines, line);)
+            {
+                std::istringstream words(line);
+                std::string name;
+                std::string kind;
+                std::string type;
+                std::string result;
+                words >> name >> kind >> type >> result;
+                // Values differ; the flags are the last word.
+                for (std::string next; words >> next;)
+                {
+                    result = kind == "property" ? next : result;
+                }
+                members.insert(name + ' ' + kind + ' ' + type + ' ' + result);
+            }
+        }
+        return members;
+    };
+    const auto systemd = offered("systemd");
+    for (const auto& member : offered("builtin"))
+    {
+        EXPECT_TRUE(systemd.contains(member)) << member;
+    }
+}
+
+class Manager : public ManagedFlash
+{
+  protected:
+    bool isLoaded()
+    {
+        return client.call("GetUnit", {unit}).empty();
+    }
+};
+
+INSTANTIATE_TEST_SUITE_P(Managers, Manager,
+                         testing::Values("systemd", "builtin"),
+                         [](const auto& row) {
+                             return std::string(row.param);
+                         });
+
+TEST_P(Manager, ForgetsAUnitWhenItsLastClientHasLeft)
+{
+    {
+        ManagerClient other(bmc);
+        other.call("RefUnit", {unit});
+        expectEnd("done");
+        EXPECT_TRUE(isLoaded());
+    }
+    awaitTrue("that the unit is forgotten", [&] { return !isLoaded(); });
+}
+
+TEST_P(Manager, KeepsAUnitThatFailedUntilItIsReset)
+{
+    bmc.set("flash", "fail");
+    expectEnd("failed");
+    EXPECT_TRUE(isLoaded());
+    EXPECT_EQ(client.call("ResetFailedUnit", {unit}), "");
+    awaitTrue("that the unit is forgotten", [&] { return !isLoaded(); });
+}
+
+TEST_P(Manager, StartsAUnitAtMostFiveTimesInTenSeconds)
+{
+    client.call("RefUnit", {unit});
+    bmc.set("flash-time", "1");
+    for (auto start = 0; start < 5; ++start)
+    {
+        expectEnd("done");
+    }
+    expectEnd("failed");
+    EXPECT_EQ(unitResult(), "v s \"start-limit-hit\"\n");
+    EXPECT_EQ(client.call("ResetFailedUnit", {unit}), "");
+    expectEnd("done");
+}
+
+TEST_P(Manager, TellsTheEndOfAJobToTheClientThatQueuedIt)
+{
+    // It has no subscription any more, and nobody else has one.
+    EXPECT_EQ(client.call("Unsubscribe", {}), "");
+    expectEnd("done");
+}
+
+/** Sends calls to a service, without a pause, until it is told to end. */
+void flood(const std::string& busAddress, const std::stop_token& end)
+{
+    const auto connection = connectTo(busAddress);
+    while (!end.stop_requested())
+    {
+        sd_bus_message* call = nullptr;
+        check(sd_bus_message_new_method_call(
+                  connection.get(), &call, "com.WEXA.Host", "/com/WEXA/Host",
+                  "org.freedesktop.DBus.Peer", "Ping"),
+              "call");
+        const Message owned(call, sd_bus_message_unref);
+        check(sd_bus_message_set_expect_reply(call, 0), "expect no reply");
+        check(sd_bus_send(connection.get(), call, nullptr), "send");
+        check(sd_bus_flush(connection.get()), "flush");
+    }
+}
+
+TEST_P(Manager, EndsAFlashWhileAClientFloodsAService)
+{
+    const std::jthread flooding(
+        [this](const std::stop_token& end) { flood(bmc.busAddress(), end); });
+    expectEnd("done");
+    EXPECT_EQ(bmc.state()["manager"]["kind"], GetParam());
+}
+
+TEST_P(Manager, EndsAFlashThatRunsWhereItLeavesTheBus)
+{
+    bmc.set("flash", "hang");
+    EXPECT_EQ(client.call("StartUnit", {unit, "replace"}), "");
+    bmc.awaitFlash("bmc");
+    bmc.set("manager", "absent");
+    bmc.set("flash", "normal");
+    bmc.set("manager", "normal");
+    EXPECT_FALSE(isLoaded());
+    client.call("Subscribe", {});
+    expectEnd("done");
+}
+
+TEST(BuiltinManager, KeepsAThousandUnitsAtMost)
+{
+    const Simulation bmc({"--manager", "builtin"});
+    ManagerClient client(bmc);
+    for (auto i = 0; i < 1000; ++i)
+    {
+        ASSERT_EQ(client.call("RefUnit",
+                              {ManagedFlash::unitOf('/' + std::to_string(i))}),
+                  "");
+    }
+    const auto another = ManagedFlash::unitOf("/another");
+    EXPECT_EQ(client.call("RefUnit", {another}),
+              "org.freedesktop.DBus.Error.LimitsExceeded: No more than 1000 "
+              "units can be loaded.");
+}
+
+} // namespace

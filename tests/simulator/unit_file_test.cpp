@@ -1,0 +1,103 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "../../simulator/unit_file.hpp"
+#include "../support/bytes.hpp"
+#include "../support/temporary_directory.hpp"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+// How the built-in manager reads a unit file.
+
+using bmcsim::UnitFile;
+using std::chrono::microseconds;
+using testing::ElementsAre;
+
+namespace
+{
+
+class UnitFileTest : public testing::Test
+{
+  protected:
+    UnitFile loaded(const std::string& service,
+                    const std::string& unit = R"(a@x\x20-y.service)")
+    {
+        test::writeBytes(folder.file("a@.service"), service);
+        return UnitFile::load(folder.path(), unit);
+    }
+
+    /** What is wrong with a setting. */
+    std::string wrong(const std::string& setting)
+    {
+        const auto file =
+            loaded("[Service]\nExecStart=/bin/true\n" + setting + '\n');
+        EXPECT_EQ(file.loadState, "bad-setting");
+        return file.error;
+    }
+
+    /** What a time is read as. */
+    UnitFile::Limit time(const std::string& text)
+    {
+        return loaded("[Service]\nExecStart=/bin/true\nTimeoutStopSec=" + text +
+                      '\n')
+            .timeoutStop;
+    }
+
+    test::TemporaryDirectory folder;
+};
+
+TEST_F(UnitFileTest, PutsTheInstanceInForSpecifiers)
+{
+    const auto file = loaded("# A comment\n; another\n\n"
+                             "[Unit]\nDescription=%p of %I, %%i\n"
+                             "[Service]\nExecStart=-/bin/true \"%i b\" '%n'\n");
+    EXPECT_EQ(file.loadState, "loaded");
+    EXPECT_EQ(file.description, "a of x /y, %i");
+    ASSERT_EQ(file.execStart.size(), 1);
+    EXPECT_TRUE(file.execStart.front().ignoresFailure);
+    EXPECT_THAT(
+        file.execStart.front().words,
+        ElementsAre("/bin/true", R"(x\x20-y b)", R"(a@x\x20-y.service)"));
+}
+
+TEST_F(UnitFileTest, ReadsTimes)
+{
+    EXPECT_EQ(time("2"), microseconds(2000000));
+    EXPECT_EQ(time("2s"), microseconds(2000000));
+    EXPECT_EQ(time("300ms"), microseconds(300000));
+    EXPECT_EQ(time("1min"), microseconds(60000000));
+    EXPECT_EQ(time("infinity"), UnitFile::Limit());
+    EXPECT_EQ(time("0"), UnitFile::Limit());
+}
+
+TEST_F(UnitFileTest, TellsMaskedAndMissingUnits)
+{
+    EXPECT_EQ(UnitFile::load(folder.path(), "a@b.service").loadState,
+              "not-found");
+    EXPECT_EQ(loaded("").loadState, "masked");
+    std::filesystem::remove(folder.file("a@.service"));
+    std::filesystem::create_symlink("/dev/null", folder.file("a@.service"));
+    const auto masked = UnitFile::load(folder.path(), "a@b.service");
+    EXPECT_EQ(masked.loadState, "masked");
+    EXPECT_EQ(masked.path, folder.file("a@.service"));
+    EXPECT_EQ(masked.description, "a@b.service");
+}
+
+TEST_F(UnitFileTest, RefusesWhatItWouldNotDo)
+{
+    EXPECT_EQ(wrong("ExecStopPost=/bin/true"),
+              "the built-in manager does not know ExecStopPost=");
+    EXPECT_EQ(wrong("Type=notify"),
+              "the built-in manager does not know Type=notify");
+    EXPECT_EQ(wrong("ExecStartPre=true"), "'true' does not begin with a path");
+    EXPECT_EQ(wrong("ExecStartPre=/bin/echo \"a"),
+              "a quotation mark is not closed");
+    EXPECT_EQ(wrong("TimeoutStartSec=soon"), "'soon' is no time");
+    EXPECT_EQ(wrong("RemainAfterExit=maybe"), "'maybe' is neither yes nor no");
+    EXPECT_EQ(wrong("SuccessExitStatus=TEMPFAIL"),
+              "'TEMPFAIL' is no exit status from 0 to 255");
+    EXPECT_EQ(wrong("no setting"), "'no setting' is no setting");
+}
+
+} // namespace
