@@ -235,6 +235,7 @@ std::optional<std::chrono::steady_clock::time_point> Board::deadline()
 std::vector<dbus::Connection*> Board::connections()
 {
     std::vector<dbus::Connection*> list;
+    list.reserve(services.size() + 1);
     for (const auto& service : services)
     {
         list.push_back(&service->connection());

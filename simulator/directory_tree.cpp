@@ -72,7 +72,8 @@ bool removeContents(int directory, const std::string& kept)
 {
     // Reading moves the position of a descriptor: this one is its own.
     const auto list = openat(directory, ".", O_RDONLY | O_CLOEXEC);
-    const std::unique_ptr<DIR, CloseDirectory> entries(fdopendir(list));
+    const std::unique_ptr<DIR, CloseDirectory> entries(
+        list < 0 ? nullptr : fdopendir(list));
     if (!entries)
     {
         return false;

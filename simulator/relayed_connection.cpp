@@ -153,7 +153,8 @@ bool RelayedStream::sendSome(Piece& piece)
 void RelayedStream::send(milliseconds late)
 {
     const auto now = steady_clock::now();
-    while (!pieces.empty() && *due(late) <= now && sendSome(pieces.front()))
+    for (auto first = due(late);
+         first && *first <= now && sendSome(pieces.front()); first = due(late))
     {
         if (pieces.front().bytes.empty())
         {

@@ -114,6 +114,7 @@ template <typename Record>
 auto CpldManager::registry(Record record) const
 {
     std::vector<std::pair<std::string, decltype(record(bound.front()))>> list;
+    list.reserve(bound.size());
     for (const auto& device : bound)
     {
         list.emplace_back(device.component, record(device));

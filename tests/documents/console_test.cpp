@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "../support/rights.hpp"
 #include "../support/temporary_directory.hpp"
 #include "document.hpp"
 
@@ -181,6 +182,10 @@ class Console : public testing::TestWithParam<std::string>
 
 TEST_P(Console, ShowsWhatComes)
 {
+    if (textOf(GetParam()).find("$ wexa-bmcsim run") != std::string::npos)
+    {
+        SKIP_WITHOUT_SYSTEMD();
+    }
     const auto steps = stepsOf(GetParam());
     const auto outputs = carriedOut(steps);
     ASSERT_EQ(outputs.size(), steps.size());
