@@ -173,11 +173,11 @@ readDictionary(sd_bus_message* message, const std::string& entryType,
             break;
         }
         step(sd_bus_message_enter_container(message, 'e', entryType.c_str()),
-             "sd_bus_message_enter_container pair");
+             "sd_bus_message_enter_container " WEXA_PAIR);
         const auto key = readText(message);
         const auto value = readValue(message);
         step(sd_bus_message_exit_container(message),
-             "sd_bus_message_exit_container pair");
+             "sd_bus_message_exit_container " WEXA_PAIR);
         if (entries.count(key) == 0)
         {
             entries[key] = value;

@@ -7,6 +7,7 @@
 
 #include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace test
@@ -95,7 +96,7 @@ std::vector<CallSite> uploadSites();
 std::vector<CallSite> cpldSites();
 
 /** One of them; it must be there. */
-const CallSite& siteNamed(const std::string& name);
+const CallSite& siteNamed(std::string_view name);
 
 /** The device of the one CPLD that is bound, MB. */
 constexpr auto cpldDevice = "/xyz/openbmc_project/cpld_update_mgr/mb";

@@ -21,12 +21,12 @@ const std::vector<CallSite>& callSites()
     return sites;
 }
 
-const CallSite& siteNamed(const std::string& name)
+const CallSite& siteNamed(std::string_view name)
 {
     const auto found = std::ranges::find(callSites(), name, &CallSite::name);
     if (found == callSites().end())
     {
-        throw std::logic_error("no call site " + name);
+        throw std::logic_error("no call site " + std::string(name));
     }
     return *found;
 }
