@@ -8,11 +8,15 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
 #include <memory>
 #include <regex>
+#include <stdexcept>
 
 // The bus policy and the unit that a platform gives to its daemon. The unit
 // runs without what needs a mount namespace, which a simulated BMC has not.
@@ -39,11 +43,44 @@ const std::string everything = R"(
     <allow own="*"/>
     <allow send_destination="*"/>)";
 
-/** A dbus-daemon with our policy after another. */
+/** Where the launcher of dbus-broker writes its log; it does not start where
+ *  there is none.
+ */
+class LogSocket
+{
+  public:
+    explicit LogSocket(const std::string& path) :
+        number(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0))
+    {
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        path.copy(address.sun_path, sizeof(address.sun_path) - 1);
+        if (bind(number, reinterpret_cast<const sockaddr*>(&address),
+                 sizeof(address)) != 0)
+        {
+            throw std::runtime_error("cannot make " + path);
+        }
+    }
+
+    ~LogSocket()
+    {
+        close(number);
+    }
+
+    LogSocket(const LogSocket&) = delete;
+    LogSocket& operator=(const LogSocket&) = delete;
+
+  private:
+    int number;
+};
+
+/** A bus with our policy after another. */
 class BusWithPolicy
 {
   public:
-    explicit BusWithPolicy(const std::string& allowed)
+    /** @param program  "dbus-daemon" or "dbus-broker" */
+    explicit BusWithPolicy(const std::string& allowed,
+                           const std::string& program = "dbus-daemon")
     {
         const auto configuration = directory.file("bus.conf");
         writeBytes(configuration, R"(<!DOCTYPE busconfig PUBLIC
@@ -72,12 +109,11 @@ class BusWithPolicy
                                       R"(</include>
 </busconfig>
 )");
-        daemon = std::make_unique<Process>(std::vector<std::string>{
-            "dbus-daemon", "--nofork", "--config-file=" + configuration,
-            "--print-address=1"});
-        daemon->awaitOutput("\n");
+        start(program, configuration);
         std::filesystem::permissions(directory.path(),
                                      std::filesystem::perms(0711));
+        std::filesystem::permissions(directory.file("bus"),
+                                     std::filesystem::perms(0666));
     }
 
     std::string address() const
@@ -86,11 +122,62 @@ class BusWithPolicy
     }
 
   private:
+    void start(const std::string& program, const std::string& configuration)
+    {
+        if (program == "dbus-daemon")
+        {
+            daemon = std::make_unique<Process>(std::vector<std::string>{
+                "dbus-daemon", "--nofork", "--config-file=" + configuration,
+                "--print-address=1"});
+            daemon->awaitOutput("\n");
+            return;
+        }
+        const auto log = directory.file("log");
+        journal = std::make_unique<LogSocket>(log);
+        daemon = std::make_unique<Process>(
+            std::vector<std::string>{
+                "unshare", "--mount", "sh", "-c",
+                "mount -t tmpfs tmpfs /run && mkdir -p /run/systemd/journal && "
+                "touch /run/systemd/journal/socket && "
+                "mount --bind \"$0\" /run/systemd/journal/socket && "
+                "exec systemd-socket-activate --listen=\"$1\" "
+                "--setenv=DBUS_SYSTEM_BUS_ADDRESS dbus-broker-launch "
+                "--scope=system --config-file=\"$2\"",
+                log, directory.file("bus"), configuration},
+            std::vector<std::string>{"DBUS_SYSTEM_BUS_ADDRESS=" + address()});
+        awaitTrue("the socket of the bus", [this] {
+            return std::filesystem::exists(directory.file("bus"));
+        });
+    }
+
     TemporaryDirectory directory;
+    std::unique_ptr<LogSocket> journal;
     std::unique_ptr<Process> daemon;
 };
 
-class Policy : public testing::Test
+bool isInstalled(const std::string& program)
+{
+    return run({"sh", "-c", "command -v \"$0\"", program}).status == 0;
+}
+
+class OnBus : public testing::TestWithParam<std::string>
+{
+  protected:
+    void SetUp() override
+    {
+        if (GetParam() == "dbus-broker" && !isInstalled("dbus-broker-launch"))
+        {
+            GTEST_SKIP() << "dbus-broker-launch is not installed";
+        }
+    }
+};
+
+std::string busName(const testing::TestParamInfo<std::string>& row)
+{
+    return row.param == "dbus-daemon" ? "OnDbusDaemon" : "OnDbusBroker";
+}
+
+class Policy : public OnBus
 {
   protected:
     /** `busctl call` by a user who is not root. */
@@ -99,18 +186,44 @@ class Policy : public testing::Test
         std::vector<std::string> command{
             "setpriv",       "--reuid=65534",
             "--regid=65534", "--clear-groups",
-            "busctl",        "--address=" + bus.address(),
+            "busctl",        "--address=" + bus().address(),
             "call"};
         command.insert(command.end(), words.begin(), words.end());
         return run(command);
     }
 
-    BusWithPolicy bus{everything};
+    void SetUp() override
+    {
+        OnBus::SetUp();
+        if (!IsSkipped())
+        {
+            started = std::make_unique<BusWithPolicy>(everything, GetParam());
+        }
+    }
+
+    const BusWithPolicy& bus() const
+    {
+        return *started;
+    }
+
+  private:
+    std::unique_ptr<BusWithPolicy> started;
 };
 
-TEST(PolicyOfTheSystemBus, LetsTheDaemonFlash)
+INSTANTIATE_TEST_SUITE_P(Buses, Policy,
+                         testing::Values("dbus-daemon", "dbus-broker"),
+                         busName);
+
+class PolicyOfTheSystemBus : public OnBus
+{};
+
+INSTANTIATE_TEST_SUITE_P(Buses, PolicyOfTheSystemBus,
+                         testing::Values("dbus-daemon", "dbus-broker"),
+                         busName);
+
+TEST_P(PolicyOfTheSystemBus, LetsTheDaemonFlash)
 {
-    const BusWithPolicy bus(nothingAsTheSystemBus);
+    const BusWithPolicy bus(nothingAsTheSystemBus, GetParam());
     const Simulation bmc({"--bus", bus.address()});
     const Images images;
     const auto image = images.bmc("2.14.0");
@@ -129,7 +242,7 @@ const std::vector<std::string> names{"com.WEXA.FirmwareManager",
                                      "xyz.openbmc_project.Settings"};
 const Completed refused{1, "", "Call failed: Access denied\n"};
 
-TEST_F(Policy, LetsNoOtherUserBeAServiceOrTheDaemon)
+TEST_P(Policy, LetsNoOtherUserBeAServiceOrTheDaemon)
 {
     const auto asked = [&](const std::string& name) {
         return callAsAnother({"org.freedesktop.DBus", "/org/freedesktop/DBus",
@@ -143,24 +256,26 @@ TEST_F(Policy, LetsNoOtherUserBeAServiceOrTheDaemon)
     EXPECT_EQ(asked("com.example.Other"), (Completed{0, "u 1\n", ""}));
 }
 
-TEST_F(Policy, LetsNoOtherUserCallAServiceOrTheDaemon)
+TEST_P(Policy, LetsNoOtherUserCallAServiceOrTheDaemon)
 {
     const auto asked = [&](const std::string& name) {
         return callAsAnother({name, "/", "org.freedesktop.DBus.Peer", "Ping"});
     };
     for (const auto& name : names)
     {
-        const auto service = connectTo(bus.address());
+        const auto service = connectTo(bus().address());
         check(sd_bus_request_name(service.get(), name.c_str(), 0), "name");
         EXPECT_EQ(asked(name), refused) << name;
     }
     EXPECT_THAT(asked("com.example.Other").err,
-                HasSubstr("was not provided by any .service files"));
+                HasSubstr(GetParam() == "dbus-daemon"
+                              ? "was not provided by any .service files"
+                              : "The name is not activatable"));
 }
 
-TEST_F(Policy, LetsRootAloneTellOfJobsAndOwners)
+TEST_P(Policy, LetsRootAloneTellOfJobsAndOwners)
 {
-    const auto hearer = connectTo(bus.address());
+    const auto hearer = connectTo(bus().address());
     std::vector<std::string> heard;
     const auto note = [](sd_bus_message* signal, void* members, sd_bus_error*) {
         if (sd_bus_message_get_sender(signal) != "org.freedesktop.DBus"s)
@@ -178,9 +293,10 @@ TEST_F(Policy, LetsRootAloneTellOfJobsAndOwners)
     auto other = forgedJobNew("any");
     other.interface = "com.example.Other";
     other.member = "Other";
-    forge(bus.address(), {forgedJobRemoved("any", "done"), forgedJobNew("any"),
-                          forgedNameOwnerChanged("a.b", "", ":1.1"), other});
-    check(sd_bus_emit_signal(connectTo(bus.address()).get(),
+    forge(bus().address(),
+          {forgedJobRemoved("any", "done"), forgedJobNew("any"),
+           forgedNameOwnerChanged("a.b", "", ":1.1"), other});
+    check(sd_bus_emit_signal(connectTo(bus().address()).get(),
                              "/org/freedesktop/systemd1",
                              "org.freedesktop.systemd1.Manager", "JobRemoved",
                              "uoss", 1U, "/job", "any", "done"),

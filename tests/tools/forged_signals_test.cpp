@@ -1,12 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "../support/bytes.hpp"
-#include "../support/forger.hpp"
-#include "../support/open_bus.hpp"
+#include "../support/forged_flash.hpp"
 #include "tool_test.hpp"
 
 #include <signal.h>
-
-#include <ostream>
 
 // Any local user may send signals to the tool's connection. Here a user sends
 // false ones, from the tool's start to its end.
@@ -16,20 +13,7 @@ using namespace test;
 namespace
 {
 
-/** How a flash ends, and how another user says that it does. */
-struct Lie
-{
-    std::string name;
-    std::string flash;
-    std::string jobResult;
-};
-
-void PrintTo(const Lie& lie, std::ostream* stream)
-{
-    *stream << lie.name;
-}
-
-class Forged : public testing::TestWithParam<std::tuple<std::string, Lie>>
+class Forged : public ForgedFlash
 {
   protected:
     /** All that the tool listens to, as it should not be. */
@@ -60,11 +44,6 @@ class Forged : public testing::TestWithParam<std::tuple<std::string, Lie>>
         return command;
     }
 
-    const Lie& lie = std::get<Lie>(GetParam());
-    OpenBus bus{std::get<std::string>(GetParam())};
-    Simulation bmc{{"--bus", bus.address(), "--set", "flash=" + lie.flash}};
-    Images images;
-    std::string image = images.bmc("1");
     std::string unit = flashUnit("bmc", image);
 };
 
@@ -74,26 +53,12 @@ TEST_P(Forged, SignalsDoNotChangeHowAnUpdateEnds)
     forgeUntilItEnds(update);
 
     const auto done = update.wait();
-    const auto flashes = lie.flash == "normal";
-    EXPECT_EQ(done.status, flashes ? 0 : flashFailed) << done.err;
-    EXPECT_EQ(bmc.flash("bmc") == bytesOf(image), flashes);
+    EXPECT_EQ(done.status, flashes() ? 0 : flashFailed) << done.err;
+    EXPECT_EQ(bmc.flash("bmc") == bytesOf(image), flashes());
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Outcomes, Forged,
-    testing::Combine(
-        testing::ValuesIn(busPrograms()),
-        testing::Values(Lie{"OfAFailedFlash", "fail", "done"},
-                        Lie{"OfASuccessThatFailed", "normal", "failed"},
-                        Lie{"OfASuccessThatWasSkipped", "normal", "skipped"},
-                        Lie{"OfASuccessThatWasCanceled", "normal",
-                            "canceled"})),
-    [](const auto& row) {
-        return std::get<Lie>(row.param).name +
-               (std::get<std::string>(row.param) == "dbus-daemon"
-                    ? "OnDbusDaemon"
-                    : "OnDbusBroker");
-    });
+INSTANTIATE_TEST_SUITE_P(Outcomes, Forged, ForgedFlash::withEveryLie(),
+                         ForgedFlash::name);
 
 class ForgedToMonitor : public Forged
 {};
@@ -140,14 +105,8 @@ TEST_P(ForgedToMonitor, SignalsAreShownWithVerbose)
             "which is not the bus\n(.*\n)?"));
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Outcomes, ForgedToMonitor,
-    testing::Combine(testing::ValuesIn(busPrograms()),
-                     testing::Values(Lie{"", "normal", "failed"})),
-    [](const auto& row) {
-        return std::string(std::get<std::string>(row.param) == "dbus-daemon"
-                               ? "OnDbusDaemon"
-                               : "OnDbusBroker");
-    });
+INSTANTIATE_TEST_SUITE_P(Outcomes, ForgedToMonitor,
+                         ForgedFlash::with({{"", "normal", "failed"}}),
+                         ForgedFlash::name);
 
 } // namespace

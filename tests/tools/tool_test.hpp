@@ -90,6 +90,15 @@ class ToolTest : public testing::Test
         return bmc.run(command);
     }
 
+    /** `update`, started and left to run. */
+    Process startedUpdate(const std::vector<std::string>& arguments) const
+    {
+        std::vector<std::string> command{fromEnvironment("WEXA_FWMGR"),
+                                         "update"};
+        command.insert(command.end(), arguments.begin(), arguments.end());
+        return {command, bmc.environment()};
+    }
+
     Simulation bmc;
     Images images;
 };

@@ -10,7 +10,6 @@
 #include <unistd.h>
 
 #include <filesystem>
-#include <memory>
 
 // A device is flashed by one image at a time, by one tool at a time.
 
@@ -22,15 +21,6 @@ namespace
 class UpdateOfADevice : public ToolTest
 {
   protected:
-    std::unique_ptr<Process>
-    started(const std::vector<std::string>& arguments) const
-    {
-        std::vector<std::string> command{fromEnvironment("WEXA_FWMGR"),
-                                         "update"};
-        command.insert(command.end(), arguments.begin(), arguments.end());
-        return std::make_unique<Process>(command, bmc.environment());
-    }
-
     /** The hint below the refusal. */
     static std::string waitOrStop(const std::string& unit)
     {
@@ -113,14 +103,14 @@ TEST_F(UpdateOfADevice, RefusesTheSameComponentAndFlashesOtherDevices)
 TEST_F(UpdateOfADevice, OfTwoToolsAtTheSameMomentFlashesOneImage)
 {
     bmc.set("flash", "hang");
-    const auto one = started({"bmc", image});
-    const auto two = started({"bmc", other});
+    auto one = startedUpdate({"bmc", image});
+    auto two = startedUpdate({"bmc", other});
     // The one that flashes waits until it is asked to end.
     bmc.awaitFlash("bmc");
     const auto flashed = bmc.flash("bmc");
     const auto isFirst = bytesOf(image).starts_with(flashed);
     ASSERT_NE(isFirst, bytesOf(other).starts_with(flashed));
-    EXPECT_EQ((isFirst ? two : one)->wait().status, flashNotRun);
+    EXPECT_EQ((isFirst ? two : one).wait().status, flashNotRun);
 }
 
 TEST_F(UpdateOfADevice, IsRefusedWhileAnotherToolHasItsLock)
@@ -190,10 +180,10 @@ TEST_F(UpdateOfADevice, TakesNoEarlierJobOfItsUnitForItsOwn)
     bmc.set("flash", "hang");
     bmc.set("manager", "slow");
     CallGate gate(bmc.busAddress());
-    const auto tool = started({"bmc", image});
+    auto tool = startedUpdate({"bmc", image});
     // It listens already, waits for an answer, and stands still.
     gate.awaitCall("Subscribe");
-    tool->signal(SIGSTOP);
+    tool.signal(SIGSTOP);
     for (const auto* member : {"StartUnit", "StopUnit"})
     {
         bmc.call({"org.freedesktop.systemd1", "/org/freedesktop/systemd1",
@@ -202,9 +192,9 @@ TEST_F(UpdateOfADevice, TakesNoEarlierJobOfItsUnitForItsOwn)
     }
     bmc.awaitIdle(flashUnit("bmc", image));
     bmc.set("flash", "normal");
-    tool->signal(SIGCONT);
+    tool.signal(SIGCONT);
 
-    const auto done = tool->wait();
+    const auto done = tool.wait();
     EXPECT_EQ(done.status, 0) << done.err;
     EXPECT_TRUE(bmc.flash("bmc") == bytesOf(image));
 }

@@ -84,8 +84,7 @@ TEST_F(UpdateThatFails, SaysThatTimeIsUpAndThatTheFlashMayStillRun)
 TEST_F(UpdateThatFails, CountsTheFirstOutcomeOfAFlashThatIsStopped)
 {
     bmc.set("flash", "hang");
-    Process tool({fromEnvironment("WEXA_FWMGR"), "update", "bmc", image},
-                 bmc.environment());
+    auto tool = startedUpdate({"bmc", image});
     bmc.awaitFlash("bmc");
     bmc.call({"org.freedesktop.systemd1", "/org/freedesktop/systemd1",
               "org.freedesktop.systemd1.Manager", "StopUnit", "ss", unit(),

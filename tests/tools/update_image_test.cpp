@@ -20,12 +20,18 @@ namespace
 class UpdateOfAnImage : public ToolTest
 {
   protected:
-    Process started(const std::vector<std::string>& arguments) const
+    /** @param arguments  of update; the second is the image */
+    void expectNothingFlashed(const std::vector<std::string>& arguments,
+                              int status, const std::string& why) const
     {
-        std::vector<std::string> command{fromEnvironment("WEXA_FWMGR"),
-                                         "update"};
+        std::vector<std::string> command{"update"};
         command.insert(command.end(), arguments.begin(), arguments.end());
-        return {command, bmc.environment()};
+        const auto done = fwmgr(command);
+        EXPECT_EQ(done.status, status);
+        EXPECT_THAT(done.err,
+                    testing::StartsWith("wexa-fwmgr: " + arguments.at(1) +
+                                        ": " + why + '\n'));
+        EXPECT_TRUE(nothingWasFlashed());
     }
 
     bool nothingWasFlashed() const
@@ -44,44 +50,28 @@ TEST_F(UpdateOfAnImage, FlashesNoneThatIsNotAuthentic)
 {
     const auto forged = images.make(
         "forged", {"--kind", "bmc", "--version", "1", "--broken", "digest"});
-    const auto done = fwmgr({"update", "bmc", forged});
-    EXPECT_EQ(done.status, imageRefused);
-    EXPECT_THAT(done.err, testing::StartsWith("wexa-fwmgr: " + forged +
-                                              ": not authentic\n"));
-    EXPECT_TRUE(nothingWasFlashed());
+    expectNothingFlashed({"bmc", forged}, imageRefused, "not authentic");
 }
 
 TEST_F(UpdateOfAnImage, FlashesNoneThatCannotBeVerified)
 {
     bmc.set("security", "absent");
-    const auto done = fwmgr({"update", "bmc", image});
-    EXPECT_EQ(done.status, callFailed);
-    EXPECT_THAT(done.err, testing::StartsWith("wexa-fwmgr: " + image +
-                                              ": could not be verified\n"));
-    EXPECT_TRUE(nothingWasFlashed());
+    expectNothingFlashed({"bmc", image}, callFailed, "could not be verified");
 }
 
 TEST_F(UpdateOfAnImage, FlashesNoneForAnotherBoard)
 {
     const auto bios = images.make(
         "bios", {"--kind", "bios", "--version", "1", "--board", "8"});
-    const auto done = fwmgr({"update", "bios", bios});
-    EXPECT_EQ(done.status, imageRefused);
-    EXPECT_THAT(done.err, testing::StartsWith("wexa-fwmgr: " + bios +
-                                              ": is not for this board\n"));
-    EXPECT_TRUE(nothingWasFlashed());
+    expectNothingFlashed({"bios", bios}, imageRefused, "is not for this board");
 }
 
 TEST_F(UpdateOfAnImage, FlashesNoneThatTheCpldRefuses)
 {
     const auto cpld = images.make(
         "cpld", {"--kind", "cpld", "--version", "1", "--board", "1"});
-    const auto done =
-        fwmgr({"update", "cpld", cpld, "--component", "FAN_CPLD"});
-    EXPECT_EQ(done.status, imageRefused);
-    EXPECT_THAT(done.err, testing::StartsWith("wexa-fwmgr: " + cpld +
-                                              ": not authentic\n"));
-    EXPECT_TRUE(nothingWasFlashed());
+    expectNothingFlashed({"cpld", cpld, "--component", "FAN_CPLD"},
+                         imageRefused, "not authentic");
 }
 
 TEST_F(UpdateOfAnImage, FlashesAnyImageWithNoVerify)
@@ -102,7 +92,7 @@ TEST_F(UpdateOfAnImage, FlashesNoneThatChangedSinceItWasVerified)
     // So slow that this test is faster, when systemd is asked the first time.
     bmc.set("manager", "slow");
     CallGate gate(bmc.busAddress());
-    auto tool = started({"bmc", image});
+    auto tool = startedUpdate({"bmc", image});
     gate.awaitCall("Subscribe");
     chmod(image.c_str(), 0600);
     EXPECT_EQ(tool.wait(),
@@ -118,7 +108,7 @@ TEST_F(UpdateOfAnImage, FlashesNoneThatWentAwaySinceItWasVerified)
     // So slow that this test is faster, when systemd is asked the first time.
     bmc.set("manager", "slow");
     CallGate gate(bmc.busAddress());
-    auto tool = started({"bmc", image});
+    auto tool = startedUpdate({"bmc", image});
     gate.awaitCall("Subscribe");
     std::filesystem::remove(image);
     EXPECT_EQ(tool.wait(),
@@ -137,7 +127,7 @@ TEST_F(UpdateOfAnImage, FlashesWhatALinkNamedWhenItWasVerified)
     std::filesystem::create_symlink(image, link);
     bmc.set("manager", "slow");
     CallGate gate(bmc.busAddress());
-    auto tool = started({"bmc", link});
+    auto tool = startedUpdate({"bmc", link});
     gate.awaitCall("Subscribe");
     std::filesystem::remove(link);
     std::filesystem::create_symlink(forged, link);
@@ -149,7 +139,7 @@ TEST_F(UpdateOfAnImage, FlashesWhatALinkNamedWhenItWasVerified)
 TEST_F(UpdateOfAnImage, IsNoSuccessWhereItChangedWhileItWasFlashed)
 {
     bmc.set("flash-time", "1000");
-    auto tool = started({"bmc", image});
+    auto tool = startedUpdate({"bmc", image});
     bmc.awaitFlash("bmc");
     std::filesystem::rename(
         images.make("new", {"--kind", "bmc", "--version", "2"}), image);
@@ -169,7 +159,7 @@ TEST_F(UpdateOfAnImage, IsNoSuccessWhereADirectoryChangedWhileItWasFlashed)
     const auto entry =
         images.make("cpld/image_cpld_signed.bin",
                     {"--kind", "cpld", "--version", "1", "--board", "1"});
-    auto tool = started({"cpld", directory, "--component", "MB_CPLD"});
+    auto tool = startedUpdate({"cpld", directory, "--component", "MB_CPLD"});
     bmc.awaitFlash("cpld-MB_CPLD");
     chmod(entry.c_str(), 0600);
     EXPECT_EQ(tool.wait().status, flashFailed);
@@ -236,7 +226,7 @@ TEST_F(UpdateOfAnImage, ThatFailsSaysThatTheImageWasRemoved)
 {
     bmc.set("flash-time", "1000");
     bmc.set("flash", "fail");
-    auto tool = started({"bmc", image});
+    auto tool = startedUpdate({"bmc", image});
     bmc.awaitFlash("bmc");
     std::filesystem::remove(image);
     const auto done = tool.wait();

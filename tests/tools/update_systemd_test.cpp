@@ -42,8 +42,7 @@ TEST_F(UpdateBySystemd, SaysThatSystemdIsAbsent)
 TEST_F(UpdateBySystemd, FlashesWhileSystemdExecutesItselfAnew)
 {
     bmc.set("flash-time", "1000");
-    Process tool({fromEnvironment("WEXA_FWMGR"), "update", "bmc", image},
-                 bmc.environment());
+    auto tool = startedUpdate({"bmc", image});
     bmc.awaitFlash("bmc");
     bmc.call({"org.freedesktop.systemd1", "/org/freedesktop/systemd1",
               "org.freedesktop.systemd1.Manager", "Reexecute"});
@@ -56,8 +55,7 @@ TEST_F(UpdateBySystemd, FlashesWhileSystemdExecutesItselfAnew)
 TEST_F(UpdateBySystemd, SaysThatSystemdCameBackWithoutTheFlash)
 {
     bmc.set("flash", "hang");
-    Process tool({fromEnvironment("WEXA_FWMGR"), "update", "bmc", image},
-                 bmc.environment());
+    auto tool = startedUpdate({"bmc", image});
     bmc.awaitFlash("bmc");
     bmc.set("manager", "absent");
     bmc.set("manager", "normal");
@@ -71,9 +69,7 @@ TEST_F(UpdateBySystemd, SaysThatSystemdCameBackWithoutTheFlash)
 TEST_F(UpdateBySystemd, WaitsForSystemdUntilTheTimeIsUp)
 {
     bmc.set("flash", "hang");
-    Process tool({fromEnvironment("WEXA_FWMGR"), "update", "bmc", image,
-                  "--timeout", "2"},
-                 bmc.environment());
+    auto tool = startedUpdate({"bmc", image, "--timeout", "2"});
     bmc.awaitFlash("bmc");
     bmc.set("manager", "absent");
 
@@ -85,8 +81,7 @@ TEST_F(UpdateBySystemd, WaitsForSystemdUntilTheTimeIsUp)
 TEST_F(UpdateBySystemd, SaysThatTheBusWentAwayWhileItWaited)
 {
     bmc.set("flash", "hang");
-    Process tool({fromEnvironment("WEXA_FWMGR"), "update", "bmc", image},
-                 bmc.environment());
+    auto tool = startedUpdate({"bmc", image});
     bmc.awaitFlash("bmc");
     run({"pkill", "-KILL", "-f", bmc.directory() + "/bus.conf"});
 

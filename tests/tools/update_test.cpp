@@ -53,8 +53,7 @@ TEST_F(Update, LeavesTheFlashAndNoLockWhereItIsKilled)
 {
     bmc.set("flash-time", "500");
     {
-        Process tool({fromEnvironment("WEXA_FWMGR"), "update", "bmc", image},
-                     bmc.environment());
+        auto tool = startedUpdate({"bmc", image});
         bmc.awaitFlash("bmc");
         tool.signal(SIGKILL);
         EXPECT_EQ(tool.wait().status, 128 + SIGKILL);
