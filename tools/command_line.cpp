@@ -50,6 +50,9 @@ class Grammar
         auto& request = command.request;
         app.add_option("--bus", request.bus,
                        "Address of the bus, or system, which is the default")
+            ->check([](const std::string& address) {
+                return address.empty() ? std::string("is no address") : "";
+            })
             ->option_text("ADDRESS");
         app.add_flag("--json", request.json,
                      "Print one JSON value on standard output, also on "

@@ -9,8 +9,10 @@
 #include "report.hpp"
 #include "trace.hpp"
 
+#include <fcntl.h>
 #include <sdbusplus/exception.hpp>
 #include <signal.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
@@ -49,8 +51,23 @@ static Failure orInterruption(const Failure& failure)
             failure.found};
 }
 
+/** Keeps the number of a closed stream from a file that is opened later, which
+ *  would be written to. To write to this fails, as to a closed stream.
+ */
+static void holdClosedStreams()
+{
+    for (auto stream = 0; stream <= STDERR_FILENO; ++stream)
+    {
+        if (fcntl(stream, F_GETFD) < 0)
+        {
+            open("/dev/null", O_RDONLY | O_CLOEXEC);
+        }
+    }
+}
+
 int main(int argc, char** argv)
 {
+    holdClosedStreams();
     // A closed pipe is an error to report; it must not end the tool while the
     // flash runs.
     signal(SIGPIPE, SIG_IGN);
@@ -61,7 +78,7 @@ int main(int argc, char** argv)
         auto command = parse(argc, argv);
         if (!command)
         {
-            return static_cast<int>(ExitStatus::success);
+            return report.ended(ExitStatus::success, "success\n");
         }
         report = Report(command->verb, command->request.json);
         command->request.tell = [&](const auto& event) { report.tell(event); };

@@ -31,10 +31,16 @@ class Report
     /** @return the exit status */
     int fail(const Failure& failure);
 
+    /** Sees that all was written.
+     *
+     *  @param outcome  is shown where it was not
+     *  @return the exit status
+     */
+    static int ended(ExitStatus status, const std::string& outcome);
+
   private:
     nlohmann::json closing(ExitStatus status) const;
     void print(const nlohmann::json& value);
-    int ended(ExitStatus status, const std::string& outcome);
 
     std::string verb;
     bool json;

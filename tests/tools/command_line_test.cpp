@@ -1,5 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "../support/temporary_directory.hpp"
 #include "tool_test.hpp"
+
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <unistd.h>
 
 #include <sstream>
 
@@ -116,6 +122,49 @@ TEST_F(CommandLine, SaysThatTheBusCannotBeReached)
         EXPECT_EQ(fwmgr({"--bus", address, "verify", "bmc", images.bmc("1")}),
                   unreachable(std::string(address) + ": " + why));
     }
+}
+
+TEST_F(CommandLine, RefusesAnEmptyAddressOfABus)
+{
+    EXPECT_EQ(fwmgr({"--bus", "", "components"}),
+              refusal("--bus: is no address"));
+}
+
+TEST_F(CommandLine, SaysThatABusSaysNothing)
+{
+    // It listens, and accepts no connection.
+    const TemporaryDirectory directory;
+    const auto path = directory.file("bus");
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    path.copy(address.sun_path, sizeof(address.sun_path) - 1);
+    const auto listener = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    ASSERT_EQ(bind(listener, reinterpret_cast<const sockaddr*>(&address),
+                   sizeof(address)),
+              0);
+    ASSERT_EQ(listen(listener, 1), 0);
+
+    EXPECT_EQ(run({fromEnvironment("WEXA_FWMGR"), "components", "--bus",
+                   "unix:path=" + path},
+                  {"SYSTEMD_BUS_TIMEOUT=50ms"}),
+              test::refusal(callFailed,
+                            "cannot reach the bus unix:path=" + path +
+                                ": Connection timed out",
+                            "start it, or name another with --bus"));
+    close(listener);
+}
+
+TEST_F(CommandLine, SaysThatABusIsAPipe)
+{
+    const TemporaryDirectory directory;
+    const auto path = directory.file("pipe");
+    ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+
+    EXPECT_EQ(fwmgr({"components", "--bus", "unix:path=" + path}),
+              test::refusal(callFailed,
+                            "cannot reach the bus unix:path=" + path +
+                                ": Connection refused",
+                            "start it, or name another with --bus"));
 }
 
 TEST_F(CommandLine, NamesTheAddressOfASystemBusThatCannotBeReached)

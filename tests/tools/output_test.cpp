@@ -65,6 +65,37 @@ TEST_F(Output, OntoAFullDiskIsToldOf)
                                     "output: No space left on device\n"));
 }
 
+TEST_F(Output, OfHelpAndVersionOntoAFullDiskIsToldOf)
+{
+    for (const std::string words : {"--help", "--version", "update --help"})
+    {
+        EXPECT_EQ(shell("$TOOL " + words + " >/dev/full"),
+                  (Completed{1, "",
+                             "wexa-fwmgr: cannot write to standard output: No "
+                             "space left on device\n  outcome:  success\n"}))
+            << words;
+    }
+}
+
+TEST_F(Output, IntoAClosedStreamIsToldOfAndWritesToNoOtherFile)
+{
+    bmc.set("flash-time", "50");
+    for (const std::string closed : {">&-", "<&- >&-"})
+    {
+        const auto done = shell("$TOOL update bmc $IMAGE " + closed);
+        EXPECT_EQ(done.status, 1);
+        EXPECT_THAT(done.err, testing::MatchesRegex(
+                                  "flashing [^\n]*\nwexa-fwmgr: cannot write "
+                                  "to standard output: Bad file descriptor\n"
+                                  "  outcome:  " +
+                                  image + ": flashed in [0-9.]+ s\n"));
+    }
+    EXPECT_EQ(shell("$TOOL update bmc $IMAGE <&- >&- 2>&-"),
+              (Completed{1, "", ""}));
+    EXPECT_EQ(shell("$TOOL verify bmc $IMAGE <&-"),
+              (Completed{0, image + ": authentic BMC image\n", ""}));
+}
+
 TEST_F(Output, OfAMonitorIntoAClosedPipeEndsIt)
 {
     bmc.set("flash-time", "50");

@@ -6,8 +6,13 @@
 
 #include <systemd/sd-bus.h>
 
+#include <cerrno>
+#include <chrono>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
+
+using std::chrono::steady_clock;
 
 static int openAddress(sd_bus** bus, const std::string& address)
 {
@@ -21,6 +26,32 @@ static int openAddress(sd_bus** bus, const std::string& address)
         result = sd_bus_set_bus_client(*bus, 1);
     }
     return result < 0 ? result : sd_bus_start(*bus);
+}
+
+/** Lets the handshake pass, within the time that a call may take: sd-bus itself
+ *  waits for a bus that says nothing a minute and a half.
+ */
+static int awaitHandshake(sd_bus* bus)
+{
+    using std::chrono::microseconds;
+    std::uint64_t limit = 0;
+    auto result = sd_bus_get_method_call_timeout(bus, &limit);
+    const auto deadline = steady_clock::now() + microseconds(limit);
+    while (result >= 0 && sd_bus_is_ready(bus) == 0)
+    {
+        result = sd_bus_process(bus, nullptr);
+        const auto left = std::chrono::duration_cast<microseconds>(
+            deadline - steady_clock::now());
+        if (left.count() <= 0)
+        {
+            return -ETIMEDOUT;
+        }
+        if (result == 0)
+        {
+            result = sd_bus_wait(bus, static_cast<std::uint64_t>(left.count()));
+        }
+    }
+    return result;
 }
 
 /** A bus in words. */
@@ -52,10 +83,9 @@ sdbusplus::bus_t connectTo(const std::string& address)
     auto result = address == "system" ? sd_bus_open_system(&bus)
                                       : openAddress(&bus, address);
     // Only a connection that knows its name is through the handshake.
-    const char* name = nullptr;
     if (result >= 0)
     {
-        result = sd_bus_get_unique_name(bus, &name);
+        result = awaitHandshake(bus);
     }
     if (result < 0)
     {

@@ -46,12 +46,21 @@ static cpld::Registry registered(sdbusplus::bus_t& bus)
     }
 }
 
+/** The first ones, on a line that can be read. */
 static std::string namesOf(const cpld::Registry& components)
 {
+    constexpr std::size_t most = 10;
     std::string names;
+    std::size_t count = 0;
     for (const auto& entry : components)
     {
+        if (count == most)
+        {
+            return names + " and " + std::to_string(components.size() - most) +
+                   " others, which wexa-fwmgr components lists";
+        }
         names += (names.empty() ? "" : ", ") + entry.first;
+        ++count;
     }
     return names;
 }

@@ -136,18 +136,24 @@ std::string lines(std::string_view text)
     return escaped(text, true);
 }
 
+/** A wider name does not widen the column for all others. */
+constexpr std::size_t widestColumn = 60;
+
 std::string table(const std::vector<Row>& rows)
 {
     std::size_t widest = 0;
     for (const auto& row : rows)
     {
-        widest = std::max(widest, widthOf(line(row.first)));
+        const auto width = widthOf(line(row.first));
+        widest = width <= widestColumn ? std::max(widest, width) : widest;
     }
     std::string text;
     for (const auto& [name, value] : rows)
     {
         const auto shown = line(name);
-        const auto gap = value.empty() ? 0 : widest - widthOf(shown) + 2;
+        const auto width = widthOf(shown);
+        const auto gap =
+            value.empty() ? 0 : std::max(widest, width) - width + 2;
         text += shown + std::string(gap, ' ') + line(value) + '\n';
     }
     return text;

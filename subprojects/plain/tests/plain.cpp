@@ -95,6 +95,11 @@ TEST(PlainTable, IsAsWideAsWhatItShows)
               "a\\x1bb  1\\x0a2\n"
               "\xc3\xa4\n");
     EXPECT_EQ(plain::table({}), "");
+    const std::string wide(61, 'w');
+    EXPECT_EQ(plain::table({{wide, "1"}, {"a", "2"}, {"bc", "3"}}),
+              wide + "  1\n"
+                     "a   2\n"
+                     "bc  3\n");
 }
 
 } // namespace
