@@ -295,6 +295,13 @@ std::uint64_t microsecondsOf(const UnitFile::Limit& limit)
     return limit ? static_cast<std::uint64_t>(limit->count()) : infinite;
 }
 
+/** Whether systemd takes up anything of the unit's file, good or bad. */
+bool isRead(const Unit& unit)
+{
+    return unit.file().loadState == "loaded" ||
+           unit.file().loadState == "bad-setting";
+}
+
 /** What an output that is set so is: "append", "null", "journal". */
 std::string kindOf(const std::string& output, const char* usual)
 {
@@ -418,7 +425,7 @@ dbus::Interface<BuiltinUnit> service()
               [](const Unit& unit) { return unit.file().environment; });
     all.fixed("StandardOutput", [](const Unit& unit) {
         return kindOf(unit.file().standardOutput,
-                      loadErrorOf(unit) ? "inherit" : "journal");
+                      isRead(unit) ? "journal" : "inherit");
     });
     all.fixed("StandardError", [](const Unit& unit) {
         return kindOf(unit.file().standardError, "inherit");

@@ -310,7 +310,8 @@ INSTANTIATE_TEST_SUITE_P(
              oneshot("SuccessExitStatus=1\nExecStart=/bin/false\n")},
         Case{"RemainsAfterExit",
              {},
-             oneshot("RemainAfterExit=yes\nExecStart=/bin/true\n")}),
+             oneshot("RemainAfterExit=yes\nExecStart=/bin/true\n")},
+        Case{"IsEmpty", {}, "[Service]\nType=oneshot\n"}),
     [](const auto& row) { return row.param.name; });
 
 TEST(Managers, AgreeOnOddRequests)
@@ -498,6 +499,9 @@ TEST(BuiltinManager, KeepsAThousandUnitsAtMost)
     EXPECT_EQ(client.call("RefUnit", {another}),
               "org.freedesktop.DBus.Error.LimitsExceeded: No more than 1000 "
               "units can be loaded.");
+    EXPECT_EQ(client.call("UnrefUnit", {ManagedFlash::unitOf("/7")}), "");
+    awaitTrue("room for another unit",
+              [&] { return client.call("RefUnit", {another}).empty(); });
 }
 
 } // namespace
