@@ -188,6 +188,15 @@ void Board::endBusIfTold()
     }
 }
 
+void Board::childEnded(pid_t child, int status)
+{
+    if (busDaemon)
+    {
+        busDaemon->childEnded(child);
+    }
+    manager->childEnded(child, status);
+}
+
 static nlohmann::json partitions(const std::filesystem::path& flash)
 {
     auto list = nlohmann::json::object();

@@ -65,10 +65,8 @@ class Board
     /** Connections to be served. */
     std::vector<dbus::Connection*> connections();
 
-    UnitManager& unitManager()
-    {
-        return *manager;
-    }
+    /** A child of the simulated BMC ended, and was reaped. */
+    void childEnded(pid_t child, int status);
 
   private:
     std::string namesToSet() const;

@@ -5,6 +5,7 @@
 #include "patience.hpp"
 #include "unix_socket.hpp"
 
+#include <pwd.h>
 #include <unistd.h>
 
 #include <charconv>
@@ -90,8 +91,21 @@ void joinBus(const PrivateDirectory& directory, const std::string& address)
     std::filesystem::create_symlink(path, directory.busSocket());
 }
 
+/** dbus-daemon closes the connections of users whose groups it cannot find. */
+static void checkAccount()
+{
+    const auto user = geteuid();
+    if (getpwuid(user) == nullptr)
+    {
+        throw std::runtime_error(
+            "dbus-daemon serves no user without an account; add the user " +
+            std::to_string(user) + " to /etc/passwd");
+    }
+}
+
 BusDaemon::BusDaemon(const PrivateDirectory& directory)
 {
+    checkAccount();
     const auto configuration = directory.path() / "bus.conf";
     const auto log = directory.log("dbus-daemon");
     writeConfiguration(configuration, directory.busAddress());
@@ -116,6 +130,14 @@ BusDaemon::~BusDaemon()
 void BusDaemon::stop()
 {
     end(process);
+}
+
+void BusDaemon::childEnded(pid_t child)
+{
+    if (child == process)
+    {
+        process = -1;
+    }
 }
 
 } // namespace bmcsim

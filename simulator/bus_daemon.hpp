@@ -38,6 +38,9 @@ class BusDaemon
     /** Ends it at once, as if it had crashed. */
     void stop();
 
+    /** A child was reaped: its number may be another process's from now on. */
+    void childEnded(pid_t child);
+
   private:
     pid_t process = -1;
 };

@@ -33,7 +33,7 @@ int watchChildren()
 }
 
 /** All orphans of the simulated BMC are the container's to reap. */
-void reapChildren(int children, UnitManager& manager)
+void reapChildren(int children, Board& board)
 {
     signalfd_siginfo ignored{};
     while (read(children, &ignored, sizeof(ignored)) > 0)
@@ -43,7 +43,7 @@ void reapChildren(int children, UnitManager& manager)
     pid_t child = 0;
     while ((child = waitpid(-1, &status, WNOHANG)) > 0)
     {
-        manager.childEnded(child, status);
+        board.childEnded(child, status);
     }
 }
 
@@ -62,7 +62,7 @@ class Loop
         {
             isMore = serveAll();
             board.endBusIfTold();
-            reapChildren(children, board.unitManager());
+            reapChildren(children, board);
             board.wake();
         } while (wait(isMore));
     }

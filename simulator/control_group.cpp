@@ -144,10 +144,14 @@ static void removeGroups(const std::filesystem::path& group)
         }
     }
     // A process that was just killed keeps its group for a moment.
-    within(std::chrono::seconds(2), [&] {
+    const auto isRemoved = within(std::chrono::seconds(2), [&] {
         killProcesses(group);
         return rmdir(group.c_str()) == 0;
     });
+    if (!isRemoved)
+    {
+        fail(group);
+    }
 }
 
 void remove(const PrivateDirectory& directory) noexcept
@@ -163,6 +167,8 @@ void remove(const PrivateDirectory& directory) noexcept
         try
         {
             leaveHostsMounts();
+            // An attempt that failed may have left nothing but the record.
+            std::filesystem::create_directory(directory.empty());
             mountHierarchy(directory.empty());
             removeGroups(
                 groupBelow(directory.empty(), recorded(directory), directory));

@@ -8,6 +8,7 @@
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 
@@ -68,7 +69,7 @@ struct CloseDirectory
     }
 };
 
-bool removeContents(int directory, const std::string& kept)
+bool removeContents(int directory, const std::vector<std::string>& kept)
 {
     // Reading moves the position of a descriptor: this one is its own.
     const auto list = openat(directory, ".", O_RDONLY | O_CLOEXEC);
@@ -82,7 +83,8 @@ bool removeContents(int directory, const std::string& kept)
     while (const auto* const entry = readdir(entries.get()))
     {
         const std::string name = entry->d_name;
-        if (name != "." && name != ".." && name != kept)
+        if (name != "." && name != ".." &&
+            std::ranges::find(kept, name) == kept.end())
         {
             isEmpty = removeEntry(directory, entry->d_name) && isEmpty;
         }

@@ -2,17 +2,18 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 namespace bmcsim
 {
 
-/** Removes what a directory holds, but for the entry `kept`.
+/** Removes what a directory holds, but for the entries `kept`.
  *
  *  It follows no symbolic link, and enters no other mount: what is
  *  mounted below the directory stays as it is.
  *
  *  @return whether nothing but `kept` is left
  */
-bool removeContents(int directory, const std::string& kept = "");
+bool removeContents(int directory, const std::vector<std::string>& kept = {});
 
 } // namespace bmcsim

@@ -29,7 +29,9 @@ class PrivateDirectory
      */
     static void removeDead(void (*prepare)(const PrivateDirectory&));
 
-    /** Removes it and all it holds, but for what is mounted there. */
+    /** Removes it and all it holds, but for what is mounted there. It stays,
+     *  almost empty, where its control group does.
+     */
     void remove() const noexcept;
 
     const std::filesystem::path& path() const
@@ -94,7 +96,9 @@ class PrivateDirectory
         return root / "log" / name;
     }
 
-    /** Holds the control group in which its own was made, if one was. */
+    /** Holds the control group in which its own was made, as long as that is
+     *  there.
+     */
     std::filesystem::path groupRecord() const
     {
         return root / "control-group";
@@ -131,6 +135,8 @@ class OwnedDirectory
     }
 
   private:
+    void make();
+
     PrivateDirectory directory;
     /** Open here and in all processes forked from here, until they execute
      *  another program: the directory is in use.

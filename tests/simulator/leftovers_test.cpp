@@ -2,15 +2,20 @@
 #include "../support/bytes.hpp"
 #include "simulator_run.hpp"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <signal.h>
+#include <sys/file.h>
 #include <sys/mount.h>
 #include <unistd.h>
+
+#include <algorithm>
 
 // What a simulated BMC leaves whose processes were all killed at once, and who
 // may remove it.
 
 using namespace test;
+using rights::missingForOtherUsers;
 using testing::HasSubstr;
 
 namespace
@@ -39,6 +44,37 @@ class RunLeaves : public Run
         EXPECT_EQ(simulator.wait().status, 128 + SIGKILL);
         awaitTrue("no processes", [this] { return processes().empty(); });
         return said.substr(3, said.size() - 5);
+    }
+
+    /** Hands a file to the simulator's user. */
+    static void giveToUser(const std::string& path)
+    {
+        if (geteuid() == 0 && isOfAUser())
+        {
+            EXPECT_EQ(chown(path.c_str(), 65534, 65534), 0);
+        }
+    }
+
+    void makeDirectory(const std::string& name) const
+    {
+        const auto path = temporary.file("wexa-bmcsim." + name);
+        std::filesystem::create_directory(path);
+        giveToUser(path);
+    }
+
+    void writeOwn(const std::string& file, const std::string& text) const
+    {
+        const auto path = temporary.file("wexa-bmcsim." + file);
+        writeBytes(path, text);
+        giveToUser(path);
+    }
+
+    /** The paths below a folder, one a line; not the file of the names. */
+    static std::string everythingIn(const std::string& folder)
+    {
+        return run({"sh", "-c",
+                    "find " + folder + " -mindepth 1 ! -name names | sort"})
+            .out;
     }
 
     Completed state() const
@@ -82,36 +118,72 @@ TEST_P(RunLeaves, AnotherRunningBmcUntouched)
     expectNoTraces();
 }
 
-TEST_P(RunLeaves, ForeignDirectoriesAndLinksUntouched)
+TEST_P(RunLeaves, NothingOfStartsThatWereKilledAtTheirBeginning)
 {
-    const TemporaryDirectory target;
-    writeBytes(target.file("lock"), "A simulated BMC lives here.\n");
-    std::filesystem::create_directory_symlink(
-        target.path(), temporary.file("wexa-bmcsim.linked"));
-    const auto foreign = temporary.file("wexa-bmcsim.another");
-    for (const auto& folder : {foreign, temporary.file("wexa-bmcsim.nobody"),
-                               temporary.file("wexa-bmcsim.locked")})
+    for (const std::string name : {"empty1", "lock01"})
     {
-        std::filesystem::create_directory(folder);
+        makeDirectory(name);
     }
-    writeBytes(foreign + "/lock", "Something else.\n");
-    writeBytes(temporary.file("wexa-bmcsim.nobody/lock"),
-               "A simulated BMC lives here.\n");
-    ASSERT_EQ(chown(temporary.file("wexa-bmcsim.nobody").c_str(), 65533, 65533),
-              0);
-    std::filesystem::create_symlink(target.file("lock"),
-                                    temporary.file("wexa-bmcsim.locked/lock"));
+    writeOwn("lock01/lock.new", "");
+    EXPECT_EQ(bmcsim({"true"}), (Completed{0, "", ""}));
+    expectNoTraces();
+}
+
+TEST_P(RunLeaves, StartsThatBeginUntouched)
+{
+    makeDirectory("lock01");
+    writeOwn("lock01/lock.new", "");
+    const auto file = temporary.file("wexa-bmcsim.lock01/lock.new");
+    const auto lock = open(file.c_str(), O_RDWR | O_CLOEXEC);
+    ASSERT_EQ(flock(lock, LOCK_EX), 0);
 
     EXPECT_EQ(bmcsim({"true"}), (Completed{0, "", ""}));
 
-    EXPECT_EQ(run({"sh", "-c",
-                   "cd " + temporary.path().string() +
-                       " && find . -mindepth 1 ! -name names | sort"})
-                  .out,
-              "./wexa-bmcsim.another\n./wexa-bmcsim.another/lock\n"
-              "./wexa-bmcsim.linked\n"
-              "./wexa-bmcsim.locked\n./wexa-bmcsim.locked/lock\n"
-              "./wexa-bmcsim.nobody\n./wexa-bmcsim.nobody/lock\n");
+    EXPECT_EQ(std::filesystem::exists(file), true);
+    close(lock);
+}
+
+TEST_P(RunLeaves, CopiesOfItsDirectoryUntouched)
+{
+    const auto copy = temporary.file("wexa-bmcsim.copied");
+    EXPECT_EQ(bmcsim({"sh", "-c", "cp -a $WEXA_BMCSIM_DIR " + copy}).status, 0);
+    const auto copied = everythingIn(copy);
+    EXPECT_THAT(copied, HasSubstr("/lock\n"));
+
+    EXPECT_THAT(state().err, HasSubstr("no simulated BMC runs"));
+    EXPECT_EQ(bmcsim({"true"}), (Completed{0, "", ""}));
+
+    EXPECT_EQ(everythingIn(copy), copied);
+}
+
+TEST_P(RunLeaves, ForeignDirectoriesAndLinksUntouched)
+{
+    const TemporaryDirectory target;
+    writeBytes(target.file("lock"), "text");
+    std::filesystem::create_directory_symlink(
+        target.path(), temporary.file("wexa-bmcsim.linked"));
+    for (const std::string name : {"other1", "nobody", "locked", "longername"})
+    {
+        makeDirectory(name);
+    }
+    writeOwn("other1/lock", "Something else.\n");
+    std::filesystem::create_symlink(target.file("lock"),
+                                    temporary.file("wexa-bmcsim.locked/lock"));
+    if (missingForOtherUsers().empty())
+    {
+        ASSERT_EQ(
+            chown(temporary.file("wexa-bmcsim.nobody").c_str(), 65533, 65533),
+            0);
+    }
+    else
+    {
+        std::filesystem::remove(temporary.file("wexa-bmcsim.nobody"));
+    }
+    const auto foreign = everythingIn(temporary.path());
+
+    EXPECT_EQ(bmcsim({"true"}), (Completed{0, "", ""}));
+
+    EXPECT_EQ(everythingIn(temporary.path()), foreign);
     EXPECT_EQ(std::filesystem::exists(target.file("lock")), true);
     EXPECT_THAT(state().err, HasSubstr("no simulated BMC runs"));
 }
@@ -143,6 +215,28 @@ TEST_P(RunLeaves, WhatIsMountedInItsDirectory)
         // It is only there where the directory was left.
         umount2((left.path() / "mounted").c_str(), MNT_DETACH);
     }
+    EXPECT_EQ(bmcsim({"true"}), (Completed{0, "", ""}));
+    expectNoTraces();
+}
+
+/** Its systemd, whose control group only root with CAP_SYS_ADMIN removes. */
+class RunLeavesItsControlGroup : public RunLeaves
+{};
+
+INSTANTIATE_TEST_SUITE_P(Conditions, RunLeavesItsControlGroup,
+                         testing::Values(Condition{"Systemd", "systemd"}),
+                         nameOf);
+
+TEST_P(RunLeavesItsControlGroup, ToTheStartThatCanRemoveIt)
+{
+    const auto left = killedAtOnce();
+    auto line = asDockersRoot;
+    const auto words = running({"true"});
+    line.insert(line.end(), words.begin(), words.end());
+    *std::find(line.begin(), line.end(), "systemd") = "builtin";
+    EXPECT_EQ(run(line, environment()), (Completed{0, "", ""}));
+    EXPECT_EQ(everythingIn(left), left + "/control-group\n" + left + "/lock\n");
+
     EXPECT_EQ(bmcsim({"true"}), (Completed{0, "", ""}));
     expectNoTraces();
 }

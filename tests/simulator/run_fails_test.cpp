@@ -150,6 +150,12 @@ TEST_P(RunFails, WithTheSignalThatComesWhileItStarts)
 class RunWithoutSystemd : public testing::Test
 {
   protected:
+    void SetUp() override
+    {
+        // Only root gives up rights and stays root.
+        SKIP_WITHOUT_OTHER_USERS();
+    }
+
     Completed bmcsim(const std::vector<std::string>& options) const
     {
         std::vector<std::string> words{"setpriv", "--bounding-set=-sys_admin",
@@ -191,6 +197,7 @@ TEST_F(RunWithoutSystemd, FailsWhereSystemdIsInsistedOn)
 
 TEST(RunWhereSystemdIsNotInstalled, HasTheBuiltinManagerAndSaysWhy)
 {
+    SKIP_WITHOUT_MOUNTS();
     EXPECT_EQ(run({"unshare", "--mount", "sh", "-c",
                    "mount -t tmpfs none $(realpath /lib/systemd) && exec " +
                        fromEnvironment("WEXA_BMCSIM") + " run -- true"}),
@@ -215,6 +222,7 @@ TEST(RunInARelativeDirectory, NamesItsBusByAWholePath)
 
 TEST(RunInADirectoryThatCannotBeListed, Works)
 {
+    SKIP_WITHOUT_OTHER_USERS();
     const TemporaryDirectory temporary;
     std::filesystem::permissions(temporary.path(),
                                  std::filesystem::perms(01733));
@@ -228,6 +236,7 @@ TEST(RunInADirectoryThatCannotBeListed, Works)
 /** Where /proc/self/cgroup shows "/..". */
 TEST(RunOutsideOfItsControlGroups, FailsWithTheReason)
 {
+    SKIP_WITHOUT_SYSTEMD();
     const TemporaryDirectory temporary;
     const auto group = temporary.path().filename().string();
     const auto done =
@@ -250,11 +259,28 @@ TEST(RunOutsideOfItsControlGroups, FailsWithTheReason)
     EXPECT_EQ(std::filesystem::is_empty(temporary.path()), true);
 }
 
+/** As `docker run --user` has it. */
+TEST(RunOfAUser, FailsWhereTheUserHasNoAccount)
+{
+    SKIP_WITHOUT_OTHER_USERS();
+    const TemporaryDirectory temporary;
+    std::filesystem::permissions(temporary.path(), std::filesystem::perms::all);
+    EXPECT_EQ(run({"setpriv", "--reuid=64123", "--regid=64123",
+                   "--clear-groups", fromEnvironment("WEXA_BMCSIM"), "run",
+                   "--manager", "builtin", "--", "true"},
+                  {"TMPDIR=" + temporary.path().string()}),
+              (Completed{3, "",
+                         "wexa-bmcsim: dbus-daemon serves no user without an "
+                         "account; add the user 64123 to /etc/passwd\n"}));
+    EXPECT_EQ(std::filesystem::is_empty(temporary.path()), true);
+}
+
 // What a sanitizer needs is not there.
 #ifndef WEXA_SANITIZED
 /** Users that may not have many processes. */
 TEST(RunOfAUser, FailsWhereNoProcessesAreLeft)
 {
+    SKIP_WITHOUT_OTHER_USERS();
     const TemporaryDirectory temporary;
     std::filesystem::permissions(temporary.path(), std::filesystem::perms::all);
     for (auto processes = 1; processes <= 4; ++processes)

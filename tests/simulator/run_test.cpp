@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <signal.h>
 
+#include <algorithm>
 #include <iterator>
 
 // A simulated BMC ends with its command and leaves nothing behind, however it
@@ -216,6 +217,85 @@ TEST_P(RunEnds, ByItselfAlsoWithoutItsManager)
                   .status,
               9);
     expectNoTraces();
+}
+
+/** Where the files lie that a process has open. */
+std::set<std::string> filesOf(pid_t process)
+{
+    std::set<std::string> files;
+    for (const auto& open : std::filesystem::directory_iterator(
+             "/proc/" + std::to_string(process) + "/fd"))
+    {
+        std::error_code closed;
+        files.insert(std::filesystem::read_symlink(open, closed));
+    }
+    return files;
+}
+
+TEST_P(Run, GivesDescriptorsToTheCommandAndToNoOther)
+{
+    const auto file = temporary.file("names");
+    std::ofstream(file).close();
+    std::filesystem::permissions(file, std::filesystem::perms::all);
+    const auto withTheFile = [&](const std::vector<std::string>& words) {
+        std::vector<std::string> line{"sh", "-c",
+                                      "exec 9<" + file + "; exec \"$@\"", "sh"};
+        line.insert(line.end(), words.begin(), words.end());
+        return line;
+    };
+    const std::string list = "ls /proc/$$/fd; echo up; ";
+    const auto without = run(withTheFile({"sh", "-c", list})).out;
+    EXPECT_NE(without.find("9\n"), std::string::npos);
+
+    Process simulator(withTheFile(runningShell(list + "exec sleep 60")),
+                      environment());
+
+    EXPECT_EQ(simulator.awaitOutput("up\n"), without);
+    auto daemons = 0;
+    for (const auto process : processes())
+    {
+        std::string name;
+        std::getline(
+            std::ifstream("/proc/" + std::to_string(process) + "/comm"), name);
+        if (name == "dbus-daemon" || name == "systemd")
+        {
+            ++daemons;
+            EXPECT_EQ(filesOf(process).contains(file), false) << name;
+        }
+    }
+    EXPECT_EQ(daemons, GetParam().manager == "systemd" ? 2 : 1);
+}
+
+/** In a process namespace of its own, where it says which number the next
+ *  process gets.
+ */
+TEST(RunWithoutItsBus, SignalsNoProcessThatHasTheNumberOfItsBus)
+{
+    SKIP_WITHOUT_MOUNTS();
+    const TemporaryDirectory temporary;
+    auto simulator = asDockersRoot;
+    simulator.insert(simulator.end(),
+                     {fromEnvironment("WEXA_BMCSIM"), "run", "--manager",
+                      "builtin", "--", "sh", "-c", "read -r end <$TMPDIR/end"});
+    std::vector<std::string> line{
+        "unshare",
+        "--pid",
+        "--fork",
+        "--mount-proc",
+        "sh",
+        "-c",
+        "mkfifo $TMPDIR/end; \"$@\" & simulator=$!; "
+        // The command opens the pipe when the simulated BMC is up.
+        "exec 9>$TMPDIR/end; bus=$(pgrep -x dbus-daemon); "
+        "kill -KILL $bus; while test -e /proc/$bus; do :; done; "
+        "echo $((bus - 1)) >/proc/sys/kernel/ns_last_pid; "
+        "sleep 60 & other=$!; echo $((other - bus)); "
+        "echo end >&9; exec 9>&-; wait $simulator; "
+        "kill -0 $other && echo lives",
+        "sh"};
+    line.insert(line.end(), simulator.begin(), simulator.end());
+    EXPECT_EQ(run(line, {"TMPDIR=" + temporary.path().string()}),
+              (Completed{0, "0\nlives\n", ""}));
 }
 
 } // namespace

@@ -51,10 +51,7 @@ class Run : public testing::TestWithParam<Condition>
   protected:
     void SetUp() override
     {
-        if (GetParam().manager == "systemd")
-        {
-            SKIP_WITHOUT_SYSTEMD();
-        }
+        SKIP_WITHOUT_MANAGER(GetParam().manager);
         if (!GetParam().without.empty())
         {
             SKIP_WITHOUT_OTHER_USERS();

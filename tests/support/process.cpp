@@ -96,7 +96,7 @@ Process::Process(const std::vector<std::string>& arguments,
     child = fork();
     if (child == 0)
     {
-        const auto null = open("/dev/null", O_RDONLY);
+        const auto null = open("/dev/null", O_RDONLY | O_CLOEXEC);
         dup2(null, STDIN_FILENO);
         dup2(outPipe[1], STDOUT_FILENO);
         dup2(errPipe[1], STDERR_FILENO);

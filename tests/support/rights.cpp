@@ -4,7 +4,6 @@
 #include <linux/capability.h>
 #include <unistd.h>
 
-#include <cstdint>
 #include <fstream>
 
 namespace test::rights
@@ -38,6 +37,11 @@ std::string missingForSystemd()
     }
     return unless(has(CAP_SYS_ADMIN),
                   "needs a real systemd, and so root with CAP_SYS_ADMIN");
+}
+
+std::string managerOr(const std::string& wanted)
+{
+    return missingForSystemd().empty() ? wanted : "builtin";
 }
 
 std::string missingForOtherUsers()

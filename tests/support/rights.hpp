@@ -14,6 +14,11 @@ namespace test::rights
 /** Why there can be no real systemd; empty where there can. */
 std::string missingForSystemd();
 
+/** The manager of that name; where it cannot be had, the built-in one, for
+ *  fixtures of tests that `SKIP_WITHOUT_MANAGER` skips.
+ */
+std::string managerOr(const std::string& wanted);
+
 /** Why a test can start no program as another user; empty where it can. */
 std::string missingForOtherUsers();
 
@@ -28,6 +33,10 @@ std::string missingForMounts();
     GTEST_SKIP() << missing
 
 #define SKIP_WITHOUT_SYSTEMD() SKIP_BECAUSE(test::rights::missingForSystemd())
+#define SKIP_WITHOUT_MANAGER(name)                       \
+    SKIP_BECAUSE(name == std::string("systemd")          \
+                     ? test::rights::missingForSystemd() \
+                     : "")
 #define SKIP_WITHOUT_OTHER_USERS() \
     SKIP_BECAUSE(test::rights::missingForOtherUsers())
 #define SKIP_WITHOUT_MOUNTS() SKIP_BECAUSE(test::rights::missingForMounts())
