@@ -75,17 +75,20 @@ TEST(BmcsimCommandLine, RefusesSettingsThatDBusCannotCarry)
 TEST(BmcsimCommandLine, SaysWhatCanBeSetFromTheStart)
 {
     EXPECT_EQ(
-        runBmcsim({"run", "--set", "usb=absent", "--", "true"}),
+        runBmcsim({"run", "--manager", "builtin", "--set", "usb=absent", "--",
+                   "true"}),
         refusal(
             noBoard,
             "there is no 'usb' to set; there are security, security-offers, "
             "fwinfo, fwinfo-offers, host, board-id, settings, apply-time, "
             "cpld, cpld-bound, cpld-device, cpld-registry, cpld-version, "
             "manager, flash, flash-unit, flash-time, flash-timeout and bus"));
-    EXPECT_EQ(runBmcsim({"run", "--set", "security=odd", "--", "true"}),
+    EXPECT_EQ(runBmcsim({"run", "--manager", "builtin", "--set", "security=odd",
+                         "--", "true"}),
               refusal(noBoard, "no behaviour 'odd'; there are normal, absent, "
                                "refuse, error, wrong-type, silent and slow"));
-    EXPECT_EQ(runBmcsim({"run", "--set", "bus=slow", "--", "true"}),
+    EXPECT_EQ(runBmcsim({"run", "--manager", "builtin", "--set", "bus=slow",
+                         "--", "true"}),
               refusal(noBoard, "no state of the bus 'slow'; there are gone"));
 }
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "../support/completion.hpp"
 #include "../support/help_text.hpp"
+#include "../support/rights.hpp"
 #include "../support/simulation.hpp"
 
 #include <gtest/gtest.h>
@@ -41,6 +42,7 @@ TEST(CompletionOfBmcsim, OffersTheCommandsAndTheOptionsOfEach)
 
 TEST(CompletionOfBmcsim, OffersEverySettingAndItsValues)
 {
+    SKIP_WITHOUT_SYSTEMD();
     const Simulation bmc;
     const auto values = [&](const std::string& name) {
         return known(bmc.run({"wexa-bmcsim", "set", name, "?"}).err);

@@ -189,6 +189,7 @@ TEST(FlashOfTheBuiltinManager, CanBeAnsweredWithAnotherType)
 
 TEST(FlashOfTheRealManager, CannotBeAnsweredWithAnotherType)
 {
+    SKIP_WITHOUT_SYSTEMD();
     const Simulation bmc;
 
     EXPECT_EQ(bmc.run({"wexa-bmcsim", "set", "manager", "wrong-type"}),

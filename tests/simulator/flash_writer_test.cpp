@@ -81,6 +81,7 @@ TEST_P(FlashWriter, IsFoundAgainWhereTheSimulatorWasBuiltAnew)
 
 TEST(FlashWriterOfTheRealManager, SeesImagesInRun)
 {
+    SKIP_WITHOUT_SYSTEMD();
     const Images images;
     const auto flash = " run --set flash-time=1 -- " +
                        fromEnvironment("WEXA_FWMGR") +

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "../support/rights.hpp"
 #include "../support/simulation.hpp"
 #include "bmcsim_program.hpp"
 
@@ -22,7 +23,12 @@ namespace
 class Inside : public testing::TestWithParam<const char*>
 {
   protected:
-    Simulation bmc{{"--manager", GetParam()}};
+    void SetUp() override
+    {
+        SKIP_WITHOUT_MANAGER(GetParam());
+    }
+
+    Simulation bmc{{"--manager", rights::managerOr(GetParam())}};
 };
 
 INSTANTIATE_TEST_SUITE_P(Managers, Inside,
@@ -91,6 +97,11 @@ TEST_P(Inside, SystemctlOfTheUserStopsAFlash)
 class OtherUsers : public testing::Test
 {
   protected:
+    void SetUp() override
+    {
+        SKIP_WITHOUT_OTHER_USERS();
+    }
+
     Completed call() const
     {
         return run({"setpriv", "--reuid=65534", "--regid=65534",

@@ -3,6 +3,7 @@
 
 #include "../support/images.hpp"
 #include "../support/private_bus.hpp"
+#include "../support/rights.hpp"
 #include "../support/simulation.hpp"
 
 #include <gmock/gmock.h>
@@ -107,6 +108,11 @@ class ManagedFlash : public testing::TestWithParam<const char*>
         bmc.set("flash-time", "100");
     }
 
+    void SetUp() override
+    {
+        SKIP_WITHOUT_MANAGER(GetParam());
+    }
+
   public:
     static std::string unitOf(const std::string& path,
                               const std::string& device = "bmc")
@@ -131,7 +137,7 @@ class ManagedFlash : public testing::TestWithParam<const char*>
         return ManagerClient::property(bmc, unit, "Service", "Result");
     }
 
-    Simulation bmc{{"--manager", GetParam()}};
+    Simulation bmc{{"--manager", rights::managerOr(GetParam())}};
     ManagerClient client{bmc};
     Images images;
     std::string image = images.bmc("2.14.0");

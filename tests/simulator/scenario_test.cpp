@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "../support/bytes.hpp"
+#include "../support/rights.hpp"
 #include "../support/simulation.hpp"
 #include "../support/temporary_directory.hpp"
 #include "bmcsim_program.hpp"
@@ -44,6 +45,7 @@ TEST(Scenarios, AreListedWithASentenceEach)
 
 TEST(Scenarios, AllComeUp)
 {
+    SKIP_WITHOUT_SYSTEMD();
     for (const auto& name : names())
     {
         EXPECT_EQ(runBmcsim({"run", "--scenario", name, "--", "echo", "up"}),

@@ -79,6 +79,7 @@ TEST_P(SlowManager, TakesUpSettingsAtOnce)
 
 TEST(SlowRealManager, StaysSlowWhereItCannotBecomeAnother)
 {
+    SKIP_WITHOUT_SYSTEMD();
     const Simulation bmc({"--set", "manager=slow"});
     EXPECT_EQ(bmc.run({"wexa-bmcsim", "set", "manager", "wrong-type"}).status,
               1);
@@ -107,6 +108,7 @@ TEST_P(RelayedManager, HearsOnAfterTheWordThatEndsAHandshake)
 
 TEST(RealManager, CanAnswerWithAFileDescriptor)
 {
+    SKIP_WITHOUT_SYSTEMD();
     const Simulation bmc;
     EXPECT_THAT(
         bmc.call({"org.freedesktop.systemd1", "/org/freedesktop/systemd1",
