@@ -4,6 +4,7 @@
 #include "../../tests/support/systemd_manager.hpp"
 
 #include <algorithm>
+#include <iterator>
 
 namespace fuzz
 {
@@ -36,9 +37,13 @@ bool SideBySide::someAreSilent()
 /** A call that is not answered may be noted after its time-out is logged. */
 static void sortCallsToTheEnd(std::vector<std::string>& events)
 {
-    std::stable_partition(events.begin(), events.end(), [](const auto& event) {
-        return !event.starts_with("call: ");
-    });
+    const auto isCall = [](const std::string& event) {
+        return event.starts_with("call: ");
+    };
+    std::vector<std::string> calls;
+    std::ranges::copy_if(events, std::back_inserter(calls), isCall);
+    std::erase_if(events, isCall);
+    std::ranges::move(calls, std::back_inserter(events));
 }
 
 static std::string joined(const std::vector<std::string>& lines)

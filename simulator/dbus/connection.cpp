@@ -52,7 +52,7 @@ Message Connection::newCall(const std::string& service, const std::string& path,
 
 Message Connection::ask(const Message& call) const
 {
-    auto error = SD_BUS_ERROR_NULL;
+    sd_bus_error error{};
     sd_bus_message* answer = nullptr;
     const auto result = sd_bus_call(bus.get(), call.get(), 0, &error, &answer);
     if (sd_bus_error_is_set(&error) != 0)

@@ -12,7 +12,7 @@ int require(int result, const char* what)
 {
     if (result < 0)
     {
-        auto error = SD_BUS_ERROR_NULL;
+        sd_bus_error error{};
         sd_bus_error_set_errno(&error, result);
         const Error failure(error.name,
                             std::string(what) + ": " + std::strerror(-result));
