@@ -34,8 +34,8 @@ static std::vector<To> freshOf(const std::vector<From>& list)
     return made;
 }
 
-BuiltinUnit::BuiltinUnit(const PrivateDirectory& directory, std::string name) :
-    directory(directory), id(std::move(name))
+BuiltinUnit::BuiltinUnit(PrivateDirectory directory, std::string name) :
+    directory(std::move(directory)), id(std::move(name))
 {
     reload();
 }
@@ -250,7 +250,9 @@ void BuiltinUnit::run(Command& command)
     }
     Program program{words, environment, logFrom(unitFile.standardOutput),
                     [] { setpgid(0, 0); }};
+    // The statuses that systemd gives.
     program.notExecutable = 203;
+    program.notLogged = 209;
     process = bmcsim::start(program);
     // Whichever of the two is first.
     setpgid(process, process);

@@ -80,7 +80,7 @@ class BuiltinUnit
         failed,       /**< it was started too often, or no process is left */
     };
 
-    BuiltinUnit(const PrivateDirectory& directory, std::string name);
+    BuiltinUnit(PrivateDirectory directory, std::string name);
     ~BuiltinUnit();
 
     BuiltinUnit(const BuiltinUnit&) = delete;

@@ -44,11 +44,16 @@ std::vector<char*> pointersTo(const std::vector<std::string>& strings)
     return list;
 }
 
-static void writeTo(const std::string& log)
+static void writeToLog(const Program& program)
 {
-    const auto file =
-        open(log.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
-    const auto null = open("/dev/null", O_RDONLY | O_CLOEXEC);
+    const auto file = open(program.log.c_str(),
+                           O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
+    const auto null = file < 0 ? -1 : open("/dev/null", O_RDONLY | O_CLOEXEC);
+    if (null < 0)
+    {
+        std::perror(program.log.c_str());
+        _exit(program.notLogged);
+    }
     dup2(null, STDIN_FILENO);
     dup2(file, STDOUT_FILENO);
     dup2(file, STDERR_FILENO);
@@ -63,7 +68,7 @@ static void writeTo(const std::string& log)
     sigset_t none;
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);
-    writeTo(program.log);
+    writeToLog(program);
     try
     {
         program.prepare();

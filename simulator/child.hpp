@@ -27,6 +27,9 @@ struct Program
 
     /** Its exit status where the program cannot be executed. */
     int notExecutable = 127;
+
+    /** Its exit status where the log cannot be written; stderr says why. */
+    int notLogged = 126;
 };
 
 /** The path of this program's file, as it was at the first call. */

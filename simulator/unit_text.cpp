@@ -27,7 +27,7 @@ bool isValidName(const std::string& name)
     return name.size() <= longest &&
            std::ranges::any_of(
                kinds, [&](const auto* kind) { return name.ends_with(kind); }) &&
-           name.find('@') != 0 && name.find('.') != 0 &&
+           !name.starts_with('@') && !name.starts_with('.') &&
            std::ranges::all_of(name, [&](char c) {
                return isAlphanumeric(c) ||
                       others.find(c) != std::string_view::npos;

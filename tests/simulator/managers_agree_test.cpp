@@ -301,6 +301,10 @@ INSTANTIATE_TEST_SUITE_P(
              {},
              oneshot("ExecStartPre=/bin/false\nExecStart=/bin/true\n")},
         Case{"HasNoProgram", {}, oneshot("ExecStart=/nonexistent/flash\n")},
+        Case{"CannotWriteItsLog",
+             {},
+             oneshot("StandardOutput=append:/nonexistent/log\n"
+                     "ExecStart=/bin/true\n")},
         Case{"RunsSeveralPrograms",
              {},
              oneshot("ExecStart=/bin/true \"a b\" %%i\n"
