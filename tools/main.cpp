@@ -78,7 +78,7 @@ int main(int argc, char** argv)
         auto command = parse(argc, argv);
         if (!command)
         {
-            return report.ended(ExitStatus::success, "success\n");
+            return Report::ended(ExitStatus::success, "success\n");
         }
         report = Report(command->verb, command->request.json);
         command->request.tell = [&](const auto& event) { report.tell(event); };

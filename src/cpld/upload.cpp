@@ -26,6 +26,7 @@ UploadResult FWManagerInternal::processUploadCpldImage(
     }
 
     // Not an enumerator of the platform. VerifyCPLD ignores the purpose.
+    // NOLINTNEXTLINE(clang-analyzer-optin.core.EnumCastOutOfRange)
     constexpr auto cpld = static_cast<VersionPurpose>(7);
     if (VerifyCPLD(imagePath, cpld, componentName) != 0)
     {

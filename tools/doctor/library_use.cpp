@@ -22,6 +22,7 @@
 // the size of the file, and bounded, before it is used.
 
 /** The beginning of the tool itself: what this machine runs. */
+// NOLINTNEXTLINE(bugprone-reserved-identifier): the linker defines it.
 extern "C" [[gnu::visibility("hidden")]] const ElfW(Ehdr) __ehdr_start;
 
 namespace

@@ -49,9 +49,10 @@ void requireReadable(const std::string& given, bool mayBeDirectory)
     // Looked at before it is opened: to open a device may start what it does.
     const auto seen = opened(given, O_PATH, given);
     struct stat status = {};
-    const auto isSeen = fstat(seen.number(), &status) == 0;
-    if (!isSeen || !(S_ISREG(status.st_mode) ||
-                     (mayBeDirectory && S_ISDIR(status.st_mode))))
+    const auto isImage = fstat(seen.number(), &status) == 0 &&
+                         (S_ISREG(status.st_mode) ||
+                          (mayBeDirectory && S_ISDIR(status.st_mode)));
+    if (!isImage)
     {
         refuse(given, "is not a file", "name an image file");
     }

@@ -69,7 +69,7 @@ void SystemdSignals::jobNew(message_t& signal)
 }
 
 /** Lets it be read again from its start. */
-static void rewind(message_t signal)
+static void toStart(message_t signal)
 {
     auto* const raw = signal.release();
     sd_bus_message_rewind(raw, 1);
@@ -87,7 +87,7 @@ void SystemdSignals::jobRemoved(message_t& signal)
     std::string unit;
     std::string result;
     signal.read(job, path, unit, result);
-    rewind(signal);
+    toStart(signal);
     events.jobRemoved(signal, unit, result);
 }
 

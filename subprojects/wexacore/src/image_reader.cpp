@@ -41,7 +41,8 @@ class File
     std::optional<std::uint64_t> size() const
     {
         struct stat status = {};
-        if (fstat(descriptor, &status) < 0 || !S_ISREG(status.st_mode))
+        if (descriptor < 0 || fstat(descriptor, &status) < 0 ||
+            !S_ISREG(status.st_mode))
         {
             return {};
         }

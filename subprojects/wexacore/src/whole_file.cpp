@@ -36,9 +36,9 @@ std::string read(const std::string& path, std::uint64_t limit)
         throw std::runtime_error(path + " is larger than " +
                                  std::to_string(limit) + " bytes");
     }
-    std::ifstream file(path, std::ios::binary);
+    const std::ifstream file(path, std::ios::binary);
     std::ostringstream bytes;
-    if (!(file && (status.st_size == 0 || bytes << file.rdbuf())))
+    if (!file || (status.st_size != 0 && !(bytes << file.rdbuf())))
     {
         fail("cannot read " + path);
     }
