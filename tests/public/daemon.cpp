@@ -169,7 +169,10 @@ int main(int count, char** arguments)
     }
     try
     {
-        return Daemon(std::chrono::seconds(*patience)).update(arguments[1]);
+        // Keeps the bus name until the process has ended: systemd terminates a
+        // daemon that gives its name up, and its exit status is lost.
+        static auto& daemon = *new Daemon(std::chrono::seconds(*patience));
+        return daemon.update(arguments[1]);
     }
     catch (const std::exception& error) // before the launch
     {
