@@ -106,9 +106,13 @@ static Descriptor makeLock(const std::filesystem::path& root)
         fail(root / unfinishedLockName);
     };
     const auto folder = openFolder(root);
+    if (!folder)
+    {
+        return orRemoved();
+    }
     Descriptor lock(openat(folder.get(), unfinishedLockName,
                            O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
-    if (!folder || !lock || flock(lock.get(), LOCK_EX | LOCK_NB) < 0)
+    if (!lock || flock(lock.get(), LOCK_EX | LOCK_NB) < 0)
     {
         return orRemoved();
     }
