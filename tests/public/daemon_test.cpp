@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "../support/bytes.hpp"
 #include "../support/images.hpp"
+#include "../support/rights.hpp"
 #include "../support/simulation.hpp"
 
 #include <gmock/gmock.h>
@@ -149,23 +150,66 @@ TEST_F(Daemon, EndsWithOneWhereSystemdIsAbsent)
                          "'org.freedesktop.systemd1': no such name\n"}));
 }
 
-TEST(DaemonOnTheBuiltInManager, AwaitsTheFlashWhileSystemdIsAway)
+class DaemonOnManager : public testing::TestWithParam<const char*>
 {
-    const Simulation bmc({"--manager", "builtin"});
-    const Images images;
+  protected:
+    void SetUp() override
+    {
+        SKIP_WITHOUT_MANAGER(GetParam());
+    }
+
+    Simulation bmc{{"--manager", rights::managerOr(GetParam())}};
+    Images images;
+};
+
+INSTANTIATE_TEST_SUITE_P(Managers, DaemonOnManager,
+                         testing::Values("systemd", "builtin"),
+                         [](const auto& row) {
+                             return std::string(row.param);
+                         });
+
+TEST_F(Daemon, AwaitsTheFlashWhileSystemdExecutesItselfAnew)
+{
+    if (bmc.state()["manager"]["kind"] != "systemd")
+    {
+        GTEST_SKIP() << rights::missingForSystemd();
+    }
+    bmc.set("flash", "hang");
+    const auto image = images.bmc("2.14.0");
+    Process daemon({fromEnvironment("WEXA_DAEMON"), image}, bmc.environment());
+    bmc.awaitFlash("bmc");
+    const std::vector<std::string> manager{"org.freedesktop.systemd1",
+                                           "/org/freedesktop/systemd1",
+                                           "org.freedesktop.systemd1.Manager"};
+    const auto call = [&](const std::vector<std::string>& words) {
+        auto all = manager;
+        all.insert(all.end(), words.begin(), words.end());
+        return bmc.call(all).status;
+    };
+    EXPECT_NE(call({"Reexecute"}), 0);
+    awaitTrue("that systemd is back", [&] { return call({"Reload"}) == 0; });
+    EXPECT_EQ(call({"StopUnit", "ss", unitOf(image), "replace"}), 0);
+    const auto handled = daemon.wait();
+
+    EXPECT_EQ(handled.status, 1);
+    EXPECT_EQ(handled.err, "");
+    EXPECT_THAT(handled.out, HasSubstr("canceled\n"));
+}
+
+TEST_P(DaemonOnManager, EndsWithThreeWhereSystemdHasForgottenTheFlash)
+{
     bmc.set("flash", "hang");
     const auto image = images.bmc("2.14.0");
     Process daemon({fromEnvironment("WEXA_DAEMON"), image}, bmc.environment());
     bmc.awaitFlash("bmc");
     bmc.set("manager", "absent");
     bmc.set("manager", "normal");
-    bmc.call({"org.freedesktop.systemd1", "/org/freedesktop/systemd1",
-              "org.freedesktop.systemd1.Manager", "StopUnit", "ss",
-              unitOf(image), "replace"});
     const auto handled = daemon.wait();
 
-    EXPECT_EQ(handled.status, 1);
-    EXPECT_EQ(handled.err, "");
+    EXPECT_EQ(handled.status, 3);
+    EXPECT_EQ(handled.err, "daemon: not known whether it flashed: sd_bus_call: "
+                           "org.freedesktop.systemd1.NoSuchUnit: Unit " +
+                               unitOf(image) + " not loaded.\n");
 }
 
 TEST_F(Daemon, StartsNothingWhileAnotherImageIsFlashedIntoTheDevice)
