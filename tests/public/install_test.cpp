@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <set>
 
 using namespace test;
@@ -14,7 +15,13 @@ namespace
 class Installed : public testing::Test
 {
   protected:
-    Installation installation;
+    void SetUp() override
+    {
+        SKIP_WITHOUT_INSTALLATION();
+        installation = std::make_unique<Installation>();
+    }
+
+    std::unique_ptr<Installation> installation;
     std::string version = fromEnvironment("WEXA_VERSION");
     std::string prefix = fromEnvironment("WEXA_PREFIX");
     std::string libdir = fromEnvironment("WEXA_LIBDIR");
@@ -34,14 +41,14 @@ TEST_F(Installed, AreLibraryToolAndSimulatorAndNoStandIn)
         prefix + "/share/bash-completion/completions/wexa-fwmgr",
         prefix + "/share/man/man1/wexa-fwmgr.1",
     });
-    EXPECT_EQ(installation.files(), expected);
+    EXPECT_EQ(installation->files(), expected);
 }
 
 TEST_F(Installed, LibraryIsFoundUnderItsShorterNames)
 {
     const auto target = [&](const std::string& name) {
         return std::filesystem::read_symlink(
-            installation.at(libdir + "/" + name));
+            installation->at(libdir + "/" + name));
     };
     EXPECT_EQ(target("libwexa_fwmgr_internal.so"),
               "libwexa_fwmgr_internal.so.0");
@@ -52,7 +59,7 @@ TEST_F(Installed, LibraryIsFoundUnderItsShorterNames)
 TEST_F(Installed, PkgConfigFileNamesWhatTheHeaderNeeds)
 {
     EXPECT_EQ(
-        bytesOf(installation.at(libdir + "/pkgconfig/wexa_fwmgr_internal.pc")),
+        bytesOf(installation->at(libdir + "/pkgconfig/wexa_fwmgr_internal.pc")),
         "prefix=" + prefix +
             "\n"
             "includedir=${prefix}/include\n"

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "../support/process.hpp"
+#include "../support/rights.hpp"
 #include "../support/temporary_directory.hpp"
 
 #include <gtest/gtest.h>

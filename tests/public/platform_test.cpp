@@ -3,6 +3,7 @@
 #include "../support/forger.hpp"
 #include "../support/images.hpp"
 #include "../support/private_bus.hpp"
+#include "../support/rights.hpp"
 #include "../support/simulation.hpp"
 #include "../support/temporary_directory.hpp"
 
@@ -165,9 +166,13 @@ class OnBus : public testing::TestWithParam<std::string>
   protected:
     void SetUp() override
     {
-        if (GetParam() == "dbus-broker" && !isInstalled("dbus-broker-launch"))
+        if (GetParam() == "dbus-broker")
         {
-            GTEST_SKIP() << "dbus-broker-launch is not installed";
+            if (!isInstalled("dbus-broker-launch"))
+            {
+                GTEST_SKIP() << "dbus-broker-launch is not installed";
+            }
+            SKIP_WITHOUT_MOUNTS();
         }
     }
 };
@@ -194,6 +199,7 @@ class Policy : public OnBus
 
     void SetUp() override
     {
+        SKIP_WITHOUT_OTHER_USERS();
         OnBus::SetUp();
         if (!IsSkipped())
         {
@@ -215,7 +221,16 @@ INSTANTIATE_TEST_SUITE_P(Buses, Policy,
                          busName);
 
 class PolicyOfTheSystemBus : public OnBus
-{};
+{
+  protected:
+    void SetUp() override
+    {
+        SKIP_BECAUSE(geteuid() == 0 ? ""
+                                    : "needs root, the only user to whom the "
+                                      "policy gives the names");
+        OnBus::SetUp();
+    }
+};
 
 INSTANTIATE_TEST_SUITE_P(Buses, PolicyOfTheSystemBus,
                          testing::Values("dbus-daemon", "dbus-broker"),
@@ -348,6 +363,7 @@ void start(const Simulation& bmc, const std::string& image)
 
 TEST(Unit, LeavesTheDaemonTheRightsToFlash)
 {
+    SKIP_WITHOUT_SYSTEMD();
     const BusWithPolicy bus(nothingAsTheSystemBus);
     const Simulation bmc({"--bus", bus.address()});
     const Images images;
@@ -358,6 +374,7 @@ TEST(Unit, LeavesTheDaemonTheRightsToFlash)
 
 TEST(Unit, DoesNotFlashAgainWhereTheFlashFailed)
 {
+    SKIP_WITHOUT_SYSTEMD();
     const BusWithPolicy bus(nothingAsTheSystemBus);
     const Simulation bmc({"--bus", bus.address(), "--set", "flash=fail"});
     const Images images;

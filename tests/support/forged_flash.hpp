@@ -4,6 +4,7 @@
 #include "forger.hpp"
 #include "images.hpp"
 #include "open_bus.hpp"
+#include "rights.hpp"
 #include "simulation.hpp"
 
 #include <gtest/gtest.h>
@@ -57,6 +58,11 @@ class ForgedFlash : public testing::TestWithParam<std::tuple<std::string, Lie>>
     }
 
   protected:
+    void SetUp() override
+    {
+        SKIP_WITHOUT_OTHER_USERS();
+    }
+
     bool flashes() const
     {
         return lie.flash == "normal";

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "rights.hpp"
 
+#include "process.hpp"
+
 #include <linux/capability.h>
 #include <unistd.h>
 
@@ -54,6 +56,13 @@ std::string missingForMounts()
 {
     return unless(has(CAP_SYS_ADMIN),
                   "needs to mount, and so root with CAP_SYS_ADMIN");
+}
+
+std::string missingForInstallation()
+{
+    const auto logs = fromEnvironment("WEXA_BUILD") + "/meson-logs";
+    return unless(access(logs.c_str(), W_OK) == 0,
+                  "needs to write the log of an installation to " + logs);
 }
 
 } // namespace test::rights

@@ -25,6 +25,11 @@ std::string missingForOtherUsers();
 /** Why a test can mount nothing; empty where it can. */
 std::string missingForMounts();
 
+/** Why "meson install" cannot run, which keeps a log in the build folder;
+ *  empty where it can.
+ */
+std::string missingForInstallation();
+
 } // namespace test::rights
 
 /** Skips the test, for the reason that is not empty. */
@@ -40,3 +45,5 @@ std::string missingForMounts();
 #define SKIP_WITHOUT_OTHER_USERS() \
     SKIP_BECAUSE(test::rights::missingForOtherUsers())
 #define SKIP_WITHOUT_MOUNTS() SKIP_BECAUSE(test::rights::missingForMounts())
+#define SKIP_WITHOUT_INSTALLATION() \
+    SKIP_BECAUSE(test::rights::missingForInstallation())

@@ -19,6 +19,11 @@ namespace
 class FlashLog : public Update
 {
   protected:
+    void SetUp() override
+    {
+        SKIP_WITHOUT_MOUNTS();
+    }
+
     /** A flash unit that runs a script of the shell. */
     void replaceProgram(const std::string& script,
                         const std::string& settings = "") const

@@ -139,6 +139,7 @@ class SmallDisk
 
 TEST(FullDisk, MakesTheFlashFailAndTheToolSayIt)
 {
+    SKIP_WITHOUT_MOUNTS();
     const Images images;
     const auto image = images.make(
         "big", {"--kind", "bmc", "--version", "1", "--size", "2000000"});

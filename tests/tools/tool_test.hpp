@@ -2,6 +2,7 @@
 #pragma once
 
 #include "../support/images.hpp"
+#include "../support/rights.hpp"
 #include "../support/simulation.hpp"
 
 #include <gmock/gmock.h>

@@ -23,6 +23,11 @@ struct Row
 class UnansweredStart : public testing::TestWithParam<Row>
 {
   protected:
+    void SetUp() override
+    {
+        SKIP_WITHOUT_MANAGER(GetParam().manager);
+    }
+
     /** The tool, which waits so long for an answer that it names no limit of
      *  its own for.
      */
@@ -47,7 +52,7 @@ class UnansweredStart : public testing::TestWithParam<Row>
     }
 
     const std::string kind = GetParam().kind;
-    Simulation bmc{{"--manager", GetParam().manager}};
+    Simulation bmc{{"--manager", rights::managerOr(GetParam().manager)}};
     Images images;
     std::string image = images.make(
         "image",
