@@ -233,7 +233,7 @@ void BuiltinEngine::runJobs()
     }
 }
 
-/** Runs the first job that can be run; false where there is none. */
+/** Runs the first job that can be run. @return whether it found one */
 bool BuiltinEngine::runNext()
 {
     const auto ready = std::ranges::find_if(allJobs, [this](const auto& entry) {

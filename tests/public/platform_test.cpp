@@ -44,8 +44,8 @@ const std::string everything = R"(
     <allow own="*"/>
     <allow send_destination="*"/>)";
 
-/** Where the launcher of dbus-broker writes its log; it does not start where
- *  there is none.
+/** The socket for the log of dbus-broker's launcher, which does not start
+ *  without one.
  */
 class LogSocket
 {

@@ -192,7 +192,7 @@ TEST_P(RunLeaves, WhatIsMountedInItsDirectory)
 {
     SKIP_WITHOUT_MOUNTS();
     const TemporaryDirectory mounted;
-    // Whoever may remove it must not.
+    // Every user may remove the file; the clean-up must leave it.
     std::filesystem::permissions(mounted.path(), std::filesystem::perms::all);
     writeBytes(mounted.file("kept"), "bytes");
     Process simulator(runningShell("mkdir $WEXA_BMCSIM_DIR/mounted; echo in "

@@ -445,7 +445,7 @@ TEST_P(Manager, StartsAUnitAtMostFiveTimesInTenSeconds)
 
 TEST_P(Manager, TellsTheEndOfAJobToTheClientThatQueuedIt)
 {
-    // It has no subscription any more, and nobody else has one.
+    // This client was the only subscriber.
     EXPECT_EQ(client.call("Unsubscribe", {}), "");
     expectEnd("done");
 }
