@@ -3,6 +3,8 @@
 
 #include "common/failure.hpp"
 #include "common/unit_name.hpp"
+#include "doctor/doctor.hpp"
+#include "operations/verbs.hpp"
 
 #include <CLI/CLI.hpp>
 #include <plain.hpp>
@@ -70,29 +72,29 @@ class Grammar
     }
 
     CLI::App* verb(const std::string& name, const std::string& description,
-                   const std::string& example, Verb Operations::* operation)
+                   const std::string& example, Verb carryOut)
     {
         auto* const sub = app.add_subcommand(name, description);
         sub->footer("Example: " + example + "\n" + globalOptions);
-        sub->callback([this, name, operation] {
+        sub->callback([this, name, carryOut] {
             command.verb = name;
-            command.operation = operation;
+            command.carryOut = carryOut;
         });
         return sub;
     }
 
     void declareUpload()
     {
-        takeImage(verb(
-            "upload", "Have an image read, verified and recorded as staged",
-            "wexa-fwmgr upload bmc /tmp/image", &Operations::upload));
+        takeImage(verb("upload",
+                       "Have an image read, verified and recorded as staged",
+                       "wexa-fwmgr upload bmc /tmp/image", ::upload));
     }
 
     void declareVerify()
     {
-        takeImage(verb(
-            "verify", "Have the security manager or the CPLD judge an image",
-            "wexa-fwmgr verify bios /tmp/image", &Operations::verify));
+        takeImage(verb("verify",
+                       "Have the security manager or the CPLD judge an image",
+                       "wexa-fwmgr verify bios /tmp/image", ::verify));
     }
 
     void declareUpdate()
@@ -100,8 +102,7 @@ class Grammar
         auto& request = command.request;
         auto* const update = verb(
             "update", "Have an image verified, flash it and wait for the end",
-            "wexa-fwmgr update cpld /tmp/image --component MB_CPLD",
-            &Operations::update);
+            "wexa-fwmgr update cpld /tmp/image --component MB_CPLD", ::update);
         takeImage(update);
         auto* const dryRun =
             update->add_flag("--dry-run", request.dryRun,
@@ -130,21 +131,21 @@ class Grammar
     {
         verb("components",
              "List the CPLD components, what they run and their properties",
-             "wexa-fwmgr components --json", &Operations::listComponents);
+             "wexa-fwmgr components --json", ::listComponents);
     }
 
     void declareMonitor()
     {
         verb("monitor",
              "Show finished flashes and CPLD notifications until stopped",
-             "wexa-fwmgr monitor", &Operations::monitor);
+             "wexa-fwmgr monitor", ::monitor);
     }
 
     void declareDoctor()
     {
         auto* const doctor =
             verb("doctor", "Look whether the board has all that updates need",
-                 "wexa-fwmgr doctor bmc --images /run/images", nullptr);
+                 "wexa-fwmgr doctor bmc --images /run/images", examineBoard);
         doctor
             ->add_option("KIND", command.request.kind,
                          "Only what this kind of firmware needs: " +

@@ -2,7 +2,6 @@
 #pragma once
 
 #include "common/verbs.hpp"
-#include "operations/operations.hpp"
 
 #include <optional>
 #include <string>
@@ -13,8 +12,7 @@ struct Command
     std::string verb;
     Request request;
     bool trace = false;
-    /** One of the verbs that need the library, or else the doctor. */
-    Verb Operations::* operation = nullptr;
+    Verb carryOut = nullptr;
 };
 
 /** Whether JSON is asked for, even where the rest cannot be understood. */

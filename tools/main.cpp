@@ -3,9 +3,7 @@
 #include "common/dbus_error.hpp"
 #include "common/failure.hpp"
 #include "common/shortage.hpp"
-#include "doctor/doctor.hpp"
 #include "interruption.hpp"
-#include "loading.hpp"
 #include "report.hpp"
 #include "trace.hpp"
 
@@ -21,14 +19,6 @@
 #include <string>
 
 // wexa-fwmgr: firmware updates by hand, through the library.
-
-static Result carryOut(const Command& command)
-{
-    shortage::requireNone();
-    return command.operation == nullptr
-               ? examineBoard(command.request)
-               : (loadOperations().*command.operation)(command.request);
-}
 
 /** A call that a signal ended looks as if the service had failed. */
 static bool isExplainedBySignal(ExitStatus status)
@@ -96,7 +86,8 @@ int main(int argc, char** argv)
         {
             trace::begin(!command->request.json);
         }
-        return report.succeed(carryOut(*command));
+        shortage::requireNone();
+        return report.succeed(command->carryOut(command->request));
     }
     catch (const Failure& failure)
     {

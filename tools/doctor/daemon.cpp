@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "../common/failure.hpp"
-#include "../operations/operations.hpp"
+#include "../operations/library.hpp"
 #include "checks.hpp"
 #include "findings.hpp"
 #include "library_use.hpp"
@@ -52,7 +52,7 @@ void checkSymbols(Findings& findings, const std::string& program,
                   const std::vector<std::string>& symbols)
 {
     // The module is linked with the library.
-    const auto module = loadLibrary(operationsModule);
+    const auto module = loadLibrary(libraryModule);
     if (!module)
     {
         findings.notChecked("whether the library has what " + program +

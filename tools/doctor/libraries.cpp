@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "../operations/operations.hpp"
+#include "../operations/library.hpp"
 #include "checks.hpp"
 #include "loaded_library.hpp"
 
@@ -71,7 +71,7 @@ void checkLibraries(Findings& findings, const Kinds& kinds)
 {
     findings.area("libraries");
     // The module is linked with the library, and so fails where it does.
-    const auto module = loadLibrary(operationsModule);
+    const auto module = loadLibrary(libraryModule);
     if (!module)
     {
         findings.failure(std::string("the library cannot be loaded: ") +

@@ -3,7 +3,7 @@
 
 #include "../common/dbus_error.hpp"
 #include "../common/told_value.hpp"
-#include "core_library.hpp"
+#include "library.hpp"
 
 #include <sdbusplus/exception.hpp>
 
@@ -13,14 +13,9 @@
 constexpr auto readingThisBoard = "reading the identifier of this board";
 constexpr auto expectedType = "q";
 
-static int boardOf(std::string image)
-{
-    return wexa::core::get_bios_board_id(image.data());
-}
-
 static std::string imageInWords(const std::string& image)
 {
-    const auto board = boardOf(image);
+    const auto board = library().boardOf(image);
     return board >= 0 && board <= std::numeric_limits<std::uint16_t>::max()
                ? "the image is for board " + std::to_string(board)
                : "the image tells no board";
@@ -66,7 +61,7 @@ void requireThisBoard(sdbusplus::bus_t& bus, FirmwareKind::Manager& manager,
                       const std::string& image, bool verbose)
 {
     const LibraryLog log(verbose);
-    if (!manager.compare_boardID(image))
+    if (!(manager.*library().compareBoardId)(image))
     {
         throw boardMismatch(bus, image, log);
     }
@@ -75,7 +70,7 @@ void requireThisBoard(sdbusplus::bus_t& bus, FirmwareKind::Manager& manager,
 
 void requireNoMistakeForBoard0(sdbusplus::bus_t& bus, std::string image)
 {
-    if (boardOf(image) == 0)
+    if (library().boardOf(image) == 0)
     {
         requireExpectedType(image, thisBoard(bus, image), {});
     }

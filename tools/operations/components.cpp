@@ -5,7 +5,7 @@
 #include "../common/cpld_registry.hpp"
 #include "../common/dbus_error.hpp"
 #include "../common/failure.hpp"
-#include "firmware_kind.hpp"
+#include "library.hpp"
 #include "library_log.hpp"
 #include "verbs.hpp"
 
@@ -113,7 +113,7 @@ class Listing
   public:
     Listing(sdbusplus::bus_t& bus, bool verbose) : log(verbose)
     {
-        found = FirmwareKind::Manager(bus).getAvailableCpldCompsInfo();
+        found = (library().bind(bus).*library().components)();
         if (found.empty() && log.tellsOfAFailedCall())
         {
             throw failure(bus);
@@ -244,6 +244,8 @@ class Listing
 
 Result listComponents(const Request& request)
 {
+    // What is missing here is said before what is missing on the bus.
+    library();
     auto bus = connectTo(request.bus);
     const Listing listing(bus, request.verbose);
     return {listing.asJson(), listing.asText()};

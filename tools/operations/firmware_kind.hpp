@@ -4,7 +4,6 @@
 #include <wexa/core/fwmanager_internal.hpp>
 
 #include <string>
-#include <vector>
 
 /** What an operation works on. */
 struct Target
@@ -59,9 +58,3 @@ class FirmwareKind
                              sdbusplus::message_t& job) const = 0;
     virtual void succeeded(Manager& manager) const = 0;
 };
-
-/** All that there are. */
-const std::vector<const FirmwareKind*>& firmwareKinds();
-
-/** @param name  of one that there is */
-const FirmwareKind& firmwareKindNamed(const std::string& name);

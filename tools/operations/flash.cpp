@@ -7,6 +7,7 @@
 #include "../common/unit_name.hpp"
 #include "flash_log.hpp"
 #include "image_identity.hpp"
+#include "library.hpp"
 #include "library_log.hpp"
 #include "progress.hpp"
 
@@ -45,7 +46,7 @@ static Failure cannotAsk(const std::string& image,
 Flash::Flash(sdbusplus::bus_t& bus, const FirmwareKind& kind, Target target,
              std::string unit, const Request& request) :
     bus(bus), kind(kind), target(std::move(target)), unit(std::move(unit)),
-    request(request), manager(bus),
+    request(request), manager(library().bind(bus)),
     deadline(steady_clock::now() + request.timeout), signals(bus, events())
 {}
 

@@ -7,11 +7,10 @@
 #include "../common/unit_name.hpp"
 #include "flash_unit.hpp"
 #include "iso_time.hpp"
+#include "library.hpp"
 #include "systemd_signals.hpp"
 #include "verbs.hpp"
 #include "verdict.hpp"
-
-#include <wexa/core/fwmanager_internal.hpp>
 
 #include <plain.hpp>
 #include <sdbusplus/bus/match.hpp>
@@ -50,8 +49,7 @@ class Monitor
         cplds(
             bus, "xyz.openbmc_project.CpldUpdateMgrSvc", [] {}, request.remark),
         notifications(
-            bus,
-            wexa::core::FWManagerInternal(bus).getCpldNotifiedRulesPattern(),
+            bus, (library().bind(bus).*library().notificationRule)(),
             [this](auto& signal) { signals.handle([&] { notified(signal); }); })
     {
         if (!signals.systemdIsPresent())
@@ -224,6 +222,8 @@ class Monitor
 
 Result monitor(const Request& request)
 {
+    // What is missing here is said before what is missing on the bus.
+    library();
     auto bus = connectTo(request.bus);
     try
     {

@@ -11,6 +11,7 @@
 #include "image_path.hpp"
 #include "image_watch.hpp"
 #include "iso_time.hpp"
+#include "library.hpp"
 #include "verbs.hpp"
 #include "verification.hpp"
 
@@ -76,7 +77,7 @@ void requireVerified(sdbusplus::bus_t& bus, const FirmwareKind& kind,
 {
     if (kind.tellsItsBoard(target.image))
     {
-        FirmwareKind::Manager manager(bus);
+        auto manager = library().bind(bus);
         requireThisBoard(bus, manager, target.image, verbose);
     }
     requireAuthentic(bus, kind, target, verbose);

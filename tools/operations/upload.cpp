@@ -5,8 +5,8 @@
 #include "apply_time.hpp"
 #include "board_identity.hpp"
 #include "components.hpp"
-#include "firmware_kind.hpp"
 #include "image_path.hpp"
+#include "library.hpp"
 #include "library_log.hpp"
 #include "verbs.hpp"
 
@@ -45,7 +45,7 @@ Failure versionOfAnotherType(FirmwareKind::Manager& manager,
                              const Target& target)
 {
     const auto value =
-        manager.getCPLDImageFileInfo(target.component, target.image)
+        (manager.*library().imageFileInfo)(target.component, target.image)
             .at("versionString");
     return {ExitStatus::callFailed,
             target.image + ": its version could not be read",
@@ -87,7 +87,7 @@ Accepted accepted(sdbusplus::bus_t& bus, const FirmwareKind& kind,
         requireNoMistakeForBoard0(bus, target.image);
     }
     const LibraryLog log(verbose);
-    FirmwareKind::Manager manager(bus);
+    auto manager = library().bind(bus);
     Accepted accepted;
     try
     {

@@ -3,6 +3,7 @@
 #include "../common/failure.hpp"
 #include "components.hpp"
 #include "image_path.hpp"
+#include "library.hpp"
 #include "library_log.hpp"
 #include "verbs.hpp"
 #include "verification.hpp"
@@ -15,7 +16,7 @@ void requireAuthentic(sdbusplus::bus_t& bus, const FirmwareKind& kind,
                       const Target& target, bool verbose)
 {
     const LibraryLog log(verbose);
-    FirmwareKind::Manager manager(bus);
+    auto manager = library().bind(bus);
     const auto result = kind.verify(manager, target);
     if (result == -EIO)
     {

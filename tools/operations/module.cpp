@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "firmware_kind.hpp"
-
 #include "core_library.hpp"
+#include "library.hpp"
 
-#include <algorithm>
+// All that calls the library and the core library. It is the module.
 
 using wexa::core::UploadResult;
 using wexa::core::VersionPurpose;
@@ -162,17 +161,21 @@ class Cpld : public FirmwareKind
 
 } // namespace
 
-const std::vector<const FirmwareKind*>& firmwareKinds()
+[[gnu::visibility("default")]] const Library* wexaFwmgrLibrary()
 {
+    using Manager = Library::Manager;
     static const Bmc bmc;
     static const Bios bios;
     static const Cpld cpld;
-    static const std::vector<const FirmwareKind*> all{&bmc, &bios, &cpld};
-    return all;
-}
-
-const FirmwareKind& firmwareKindNamed(const std::string& name)
-{
-    return **std::ranges::find(firmwareKinds(), name,
-                               [](const auto* kind) { return kind->name(); });
+    static const Library library{
+        {&bmc, &bios, &cpld},
+        [](sdbusplus::bus_t& bus) { return Manager(bus); },
+        &Manager::compare_boardID,
+        &Manager::getCPLDImageFileInfo,
+        &Manager::getAvailableCpldCompsInfo,
+        &Manager::getCpldNotifiedRulesPattern,
+        [](std::string image) {
+            return wexa::core::get_bios_board_id(image.data());
+        }};
+    return &library;
 }
