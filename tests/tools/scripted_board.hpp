@@ -44,9 +44,9 @@ class ScriptedBoard : public testing::Test
     }
 
     Images images;
+    PrivateBus bus;
 
   private:
-    PrivateBus bus;
     Transcript transcript;
     std::vector<std::unique_ptr<ScriptedService>> services;
 };

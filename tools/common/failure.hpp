@@ -31,22 +31,19 @@ struct Reason
 class Failure : public std::runtime_error
 {
   public:
-    /** @param what  what could not be done, on one line */
-    Failure(ExitStatus status, const std::string& what, Reason reason) :
-        std::runtime_error(what), status(status), reason(std::move(reason))
+    /** @param what   what could not be done, on one line
+     *  @param found  what the verb has to show all the same
+     */
+    Failure(ExitStatus status, const std::string& what, Reason reason,
+            Result found = {}) :
+        std::runtime_error(what), status(status), reason(std::move(reason)),
+        found(std::move(found))
     {}
 
-    Failure(ExitStatus status, const std::string& what,
-            const std::string& hint) :
-        Failure(status, what, Reason{{}, {}, {}, hint})
-    {}
-
-    /** @param found  what the verb has to show all the same */
     Failure(ExitStatus status, const std::string& what, const std::string& hint,
-            Result found) : Failure(status, what, hint)
-    {
-        this->found = std::move(found);
-    }
+            Result found = {}) :
+        Failure(status, what, Reason{{}, {}, {}, hint}, std::move(found))
+    {}
 
     const ExitStatus status;
     const Reason reason;

@@ -174,7 +174,7 @@ void Flash::start()
 /** What ended before the start is no word about this flash. */
 void Flash::forgetEarlierJobs()
 {
-    process();
+    signals.process();
     job.reset();
     hasSeenJob = false;
     hasNews = false;
@@ -288,11 +288,11 @@ void Flash::requireDone()
     kind.succeeded(manager);
 }
 
-void Flash::process()
+void Flash::process(sdbusplus::SdBusDuration limit)
 {
     try
     {
-        signals.process();
+        signals.process(limit);
     }
     catch (const sdbusplus::exception_t&)
     {
@@ -319,8 +319,7 @@ void Flash::passTime()
         throw mayStillRun("it has not ended after " +
                           std::to_string(request.timeout.count()) + " s");
     }
-    bus.wait(slice);
-    process();
+    process(slice);
 }
 
 std::string Flash::statusHint() const

@@ -22,7 +22,7 @@ class Flash
     /** Listens to systemd from now on.
      *
      *  @param request  outlives the object
-     *  @throw Failure  systemd cannot be asked
+     *  @throw sdbusplus::exception_t  the bus cannot be asked
      */
     Flash(sdbusplus::bus_t& bus, const FirmwareKind& kind, Target target,
           std::string unit, const Request& request);
@@ -38,6 +38,8 @@ class Flash
      *
      *  @throw Failure  callFailed: it was not started; mayStillRun: it may
      *                  have been started, and systemd cannot be asked
+     *  @throw sdbusplus::exception_t  it was not started: the bus cannot be
+     *                                 asked
      */
     void start();
 
@@ -67,11 +69,11 @@ class Flash
 
     /** Handles signals; waits a moment where none has come.
      *
-     *  @throw Failure  an interruption, or the bus went away
+     *  @throw Failure  an interruption, the time is up, or the bus went away
      */
     void passTime();
     void requireNoInterruption() const;
-    void process();
+    void process(sdbusplus::SdBusDuration limit = {});
     bool hasEnded();
 
     std::string statusHint() const;

@@ -66,9 +66,8 @@ class Monitor
         tell("listening", {}, "listening; Ctrl-C ends it");
         while (!request.interruption())
         {
-            signals.process();
+            signals.process(slice);
             showEndedJobs();
-            bus.wait(slice);
         }
     }
 

@@ -8,6 +8,7 @@
 #include <sdbusplus/exception.hpp>
 #include <systemd/sd-bus.h>
 
+#include <cerrno>
 #include <cstdint>
 #include <exception>
 #include <utility>
@@ -103,8 +104,20 @@ void SystemdSignals::handle(const std::function<void()>& handler)
     }
 }
 
-void SystemdSignals::process()
+void SystemdSignals::process(sdbusplus::SdBusDuration limit)
 {
+    try
+    {
+        bus.wait(limit);
+    }
+    catch (const sdbusplus::exception_t& error)
+    {
+        // A signal to the process ends the wait.
+        if (error.get_errno() != EINTR)
+        {
+            throw;
+        }
+    }
     constexpr auto most = 10000;
     for (auto count = 0; count < most && bus.process_discard(); ++count)
     {

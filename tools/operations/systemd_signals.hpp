@@ -55,12 +55,13 @@ class SystemdSignals
         return owner->sent(signal);
     }
 
-    /** Handles messages that have come, up to a limit: a flood of messages does
-     *  not hold up the caller.
+    /** Waits for messages, and handles those that have come, up to a number: a
+     *  flood of messages does not hold up the caller.
      *
+     *  @param limit  how long it waits where none has come
      *  @throw sdbusplus::exception_t  the bus went away
      */
-    void process();
+    void process(sdbusplus::SdBusDuration limit = {});
 
     /** Runs what handles a signal. Exceptions must not cross the C of sd-bus:
      *  they are kept until `process` can throw them.

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "../common/connection.hpp"
+#include "../common/dbus_error.hpp"
 #include "../common/failure.hpp"
 #include "../common/patience.hpp"
 #include "../common/unit_name.hpp"
@@ -16,6 +17,7 @@
 #include "verification.hpp"
 
 #include <plain.hpp>
+#include <sdbusplus/exception.hpp>
 #include <sdbusplus/message.hpp>
 
 #include <algorithm>
@@ -174,7 +176,6 @@ std::string flashedText(const std::string& image,
 /** @param data  gains what is known of the flash, also where it failed */
 Result run(Flash& flash, const ImageIdentity& identity, ImageWatch& watch,
            const Target& target, nlohmann::json& data, const Request& request)
-try
 {
     const auto start = steady_clock::now();
     data["started"] = nullptr;
@@ -194,15 +195,6 @@ try
     const auto removed = isRemoved(target.image);
     data["image_removed"] = removed;
     return {data, flashedText(target.image, took, request.verify, removed)};
-}
-
-catch (const Failure& failure)
-{
-    if (failure.status == ExitStatus::callFailed)
-    {
-        data["started"] = false;
-    }
-    throw;
 }
 
 /** @param data  gains what is known, also where it fails */
@@ -267,7 +259,18 @@ Result update(const Request& request)
     }
     catch (Failure& failure)
     {
+        if (failure.status == ExitStatus::callFailed)
+        {
+            data["started"] = false;
+        }
         failure.found.data = data;
         throw;
+    }
+    catch (const sdbusplus::exception_t& error)
+    {
+        data["started"] = false;
+        throw Failure(
+            ExitStatus::callFailed, image + ": the flash was not started",
+            Reason{"", {}, error.name(), hintFor(error.name())}, {data, ""});
     }
 }
