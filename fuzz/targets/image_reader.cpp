@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "../../src/common/core_library.hpp"
+#include "../../tests/support/as_text.hpp"
 #include "../../tests/support/private_bus.hpp"
-#include "../support/outcome.hpp"
 #include "../support/target.hpp"
 
 #include <sys/mman.h>
@@ -144,10 +144,10 @@ void compareBiosVersion(MemoryFile& file, const std::optional<Image>& image,
         static_cast<int>(dateSize));
     using Text = std::optional<std::string>;
     fuzz::requireSame("BIOS result",
-                      fuzz::textOf(!isUsable ? -22
+                      test::asText(!isUsable ? -22
                                    : isBios  ? 0
                                              : -5),
-                      fuzz::textOf(result));
+                      test::asText(result));
     fuzz::requireSame(
         "BIOS version",
         filled(versionSize, reads ? Text(image->version) : std::nullopt),
@@ -166,10 +166,10 @@ void compareCapsuleVersion(MemoryFile& file, const std::optional<Image>& image,
     const auto result = wexa::core::get_capsule_version_from_image(
         file.name(), version.data(), static_cast<int>(size), kind);
     fuzz::requireSame("capsule result",
-                      fuzz::textOf(size == 0 ? -22
+                      test::asText(size == 0 ? -22
                                    : isIt    ? 0
                                              : -5),
-                      fuzz::textOf(result));
+                      test::asText(result));
     fuzz::requireSame("capsule version",
                       filled(size, isIt && size > 0
                                        ? std::optional(image->version)
@@ -194,11 +194,11 @@ void run(fuzz::Input input)
         wexa::core::get_bmc_version_string_from_image(file.name()));
     fuzz::requireSame(
         "kind of capsule",
-        fuzz::textOf(image ? static_cast<int>(image->capsuleKind) : -5),
-        fuzz::textOf(wexa::core::check_bios_seamless_capsule(file.name())));
+        test::asText(image ? static_cast<int>(image->capsuleKind) : -5),
+        test::asText(wexa::core::check_bios_seamless_capsule(file.name())));
     fuzz::requireSame(
-        "board", fuzz::textOf(kind == 2 ? static_cast<int>(image->board) : -1),
-        fuzz::textOf(wexa::core::get_bios_board_id(file.name())));
+        "board", test::asText(kind == 2 ? static_cast<int>(image->board) : -1),
+        test::asText(wexa::core::get_bios_board_id(file.name())));
     compareBiosVersion(file, image, versionSize, dateSize);
     compareCapsuleVersion(file, image, versionSize, capsuleKind);
 }

@@ -1,60 +1,78 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "../../tests/support/as_text.hpp"
+#include "../../tests/support/scripted_core_library.hpp"
 #include "../support/answers.hpp"
 #include "../support/cpld_device.hpp"
-#include "../support/side_by_side.hpp"
+#include "../support/expected.hpp"
+#include "../support/session.hpp"
 
 // Replies of any signature and any bytes, as a broken bus would hand them on,
 // wherever the library reads one.
 
-static void compareOperations(fuzz::SideBySide& sides, std::size_t which)
+namespace
 {
-    switch (which)
-    {
-        case 0:
-            sides.compare("getAvailableCpldCompsInfo", [](auto& subject) {
-                return subject.getAvailableCpldCompsInfo();
-            });
-            return;
-        case 1:
-            sides.compare("getCPLDImageFileInfo", [](auto& subject) {
-                return subject.getCPLDImageFileInfo("MB_CPLD", "/dev/null");
-            });
-            return;
-        case 2:
-            sides.compare("VerifyCPLD", [](auto& subject) {
-                return subject.VerifyCPLD("/i", fuzz::VersionPurpose::Other,
-                                          "MB_CPLD");
-            });
-            return;
-        case 3:
-            sides.compare("compare_boardID", [](auto& subject) {
-                return subject.compare_boardID("/none");
-            });
-            return;
-        case 4:
-            sides.compare("UpdateCPLD", [](auto& subject) {
-                return subject.UpdateCPLD("/i", fuzz::VersionPurpose::Other,
-                                          "MB_CPLD");
-            });
-            return;
-        default:
-            sides.compare("getCPLDVersionString", [](auto& subject) {
-                return subject.getCPLDVersionString("/device");
-            });
-    }
+
+constexpr auto board = 258;
+constexpr auto component = "MB_CPLD";
+
+struct Reading
+{
+    std::string operation;
+    fuzz::Arguments given;
+    std::string (*expected)(fuzz::PlainReader& reader);
+};
+
+const std::vector<Reading>& readings()
+{
+    static const std::vector<Reading> all{
+        {"getAvailableCpldCompsInfo", {}, fuzz::components},
+        {"getCPLDImageFileInfo",
+         {"/dev/null", component},
+         [](fuzz::PlainReader& reader) {
+             return fuzz::imageInfo(reader, component);
+         }},
+        {"VerifyCPLD",
+         {"/i", component},
+         [](fuzz::PlainReader& reader) {
+             return fuzz::verdictOfDevice(reader, component);
+         }},
+        {"compare_boardID",
+         {"/i"},
+         [](fuzz::PlainReader& reader) {
+             return test::asText(reader.number("com.WEXA.Host") == board);
+         }},
+        {"UpdateCPLD",
+         {"/i", component},
+         [](fuzz::PlainReader& reader) {
+             return fuzz::verdict(reader.boolean("StartUnit"));
+         }},
+        {"getCPLDVersionString",
+         {"/device"},
+         [](fuzz::PlainReader& reader) {
+             return test::asText(
+                 reader.text("readMBVersionString").value_or(""));
+         }},
+    };
+    return all;
 }
 
-static void run(fuzz::Input input)
+void run(fuzz::Input input)
 {
     constexpr std::array keys{"bindedDevices", "readMBVersionString",
                               "verifyCPLD",    "com.WEXA.Host",
                               "StartUnit",     "readImageFileInfo"};
-    const auto which = input.below(6);
+    const auto& reading = input.pick(readings());
     fuzz::Answers answers{{"bindedDevices", fuzz::oneBoundDevice()}};
     answers[input.pick(keys)] = fuzz::rawAnswer(input);
 
-    fuzz::SideBySide sides(std::move(answers));
-    compareOperations(sides, which);
+    test::ScriptedCoreLibrary core;
+    core.board = board;
+    fuzz::Session session(std::move(answers));
+    fuzz::PlainReader reader;
+    fuzz::requireSame(reading.operation, reading.expected(reader),
+                      session.run(reading.operation, reading.given));
 }
 
-static const fuzz::Target target("raw_replies", run);
+const fuzz::Target target("raw_replies", run);
+
+} // namespace

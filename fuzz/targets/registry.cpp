@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "../support/answers.hpp"
-#include "../support/side_by_side.hpp"
+#include "../support/expected.hpp"
+#include "../support/session.hpp"
 
 // The registry of CPLD devices and the properties of an image, well-typed
 // whatever they hold: keys that come again, types that are not listed, paths
@@ -16,16 +17,14 @@ static void run(fuzz::Input input)
     }
     const auto component = input.text();
 
-    fuzz::SideBySide sides(std::move(answers));
-    sides.compare("getAvailableCpldCompsInfo", [](auto& subject) {
-        return subject.getAvailableCpldCompsInfo();
-    });
-    sides.compare("getCPLDImageFileInfo", [&](auto& subject) {
-        return subject.getCPLDImageFileInfo(component, "/dev/null");
-    });
-    sides.compare("getCPLDImageFileVersionString", [&](auto& subject) {
-        return subject.getCPLDImageFileVersionString(component, "/dev/null");
-    });
+    fuzz::Session session(std::move(answers));
+    fuzz::PlainReader reader;
+    const fuzz::Arguments image{"/dev/null", component};
+    fuzz::requireSame("the components", fuzz::components(reader),
+                      session.run("getAvailableCpldCompsInfo", {}));
+    fuzz::requireSame("the image", fuzz::imageInfo(reader, component),
+                      session.run("getCPLDImageFileInfo", image));
+    session.run("getCPLDImageFileVersionString", image);
 }
 
 static const fuzz::Target target("registry", run);

@@ -1,53 +1,92 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "../../tests/support/as_text.hpp"
 #include "../../tests/support/scripted_core_library.hpp"
 #include "../support/answers.hpp"
-#include "../support/operations.hpp"
-#include "../support/same_calls.hpp"
-#include "../support/side_by_side.hpp"
+#include "../support/expected.hpp"
+#include "../support/session.hpp"
 
 // What services answer to one operation: values of any type, errors, nothing;
 // or they are not there.
 
 using fuzz::VersionPurpose;
 
-static void compareProperties(fuzz::SideBySide& sides, fuzz::Input& input)
+namespace
+{
+
+std::string verdictOn(std::size_t which, VersionPurpose purpose,
+                      const std::string& component, fuzz::PlainReader& reader)
+{
+    constexpr std::array members{"verifyBmc", "verifyBios", "verifyCapsule"};
+    if (which == members.size())
+    {
+        return fuzz::verdictOfDevice(reader, component);
+    }
+    if (which == 0 && purpose > VersionPurpose::PSU)
+    {
+        return "invalid_argument";
+    }
+    return which == 0 && purpose != VersionPurpose::BMC
+               ? "-22"
+               : fuzz::verdict(reader.boolean(members[which]));
+}
+
+void verify(fuzz::Session& session, std::size_t which, VersionPurpose purpose)
+{
+    constexpr auto component = "MB_CPLD";
+    fuzz::PlainReader reader;
+    fuzz::requireSame(
+        "a verification", verdictOn(which, purpose, component, reader),
+        session.run(fuzz::operations()[which], {"/i", component, purpose}));
+}
+
+void launch(fuzz::Session& session, std::size_t which)
+{
+    constexpr auto cpld = fuzz::launches - 1;
+    fuzz::PlainReader reader;
+    const auto expected = which == cpld
+                              ? fuzz::verdict(reader.boolean("StartUnit"))
+                          : reader.reply("StartUnit") != nullptr ? "0"
+                                                                 : "-5";
+    fuzz::requireSame(
+        "a launch", expected,
+        session.run(fuzz::operations()[fuzz::verifications + which],
+                    {"/i", "C"}));
+    fuzz::requireSame("the end", "1",
+                      session.finish(session.launched(), "done"));
+}
+
+void readProperties(fuzz::Session& session, fuzz::Input& input)
 {
     test::ScriptedCoreLibrary core;
     core.board = input.number<std::uint16_t>();
     core.capsuleKind = 1;
     core.versionResult = 0;
-    sides.compare("compare_boardID",
-                  [](auto& subject) { return subject.compare_boardID("/i"); });
-    fuzz::requireSameCalls(core);
-    sides.compare("processUploadBiosImage", [](auto& subject) {
-        return subject.processUploadBiosImage("/i", {}, "");
-    });
-    fuzz::requireSameCalls(core);
+    fuzz::PlainReader reader;
+    fuzz::requireSame(
+        "the comparison of boards",
+        test::asText(reader.number("com.WEXA.Host") == core.board),
+        session.run("compare_boardID", {"/i"}));
+    session.run("processUploadBiosImage", {"/i"});
 }
 
-static void run(fuzz::Input input)
+void run(fuzz::Input input)
 {
     const auto which = input.below(8);
-    fuzz::SideBySide sides(fuzz::anyAnswers(input));
+    fuzz::Session session(fuzz::anyAnswers(input));
     if (which < fuzz::verifications)
     {
-        const auto purpose = static_cast<VersionPurpose>(input.below(8));
-        sides.compare("a verification", [&](auto& subject) {
-            return fuzz::verify(subject, which, "/i", purpose, "MB_CPLD");
-        });
+        verify(session, which, static_cast<VersionPurpose>(input.below(8)));
     }
     else if (which < fuzz::verifications + fuzz::launches)
     {
-        sides.compare("a launch", [&](auto& subject) {
-            return fuzz::launch(subject, which - fuzz::verifications, "/i",
-                                VersionPurpose::Other, "C");
-        });
-        sides.compareJobRemoved(sides.launched(), "done");
+        launch(session, which - fuzz::verifications);
     }
     else
     {
-        compareProperties(sides, input);
+        readProperties(session, input);
     }
 }
 
-static const fuzz::Target target("replies", run);
+const fuzz::Target target("replies", run);
+
+} // namespace

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "../support/as_text.hpp"
 #include "../support/signatures.hpp"
-#include "as_text.hpp"
 #include "call_site.hpp"
 #include "site_images.hpp"
 
