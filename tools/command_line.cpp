@@ -7,6 +7,7 @@
 #include "operations/verbs.hpp"
 
 #include <CLI/CLI.hpp>
+#include <between.hpp>
 #include <plain.hpp>
 
 #include <algorithm>
@@ -121,7 +122,7 @@ class Grammar
                         request.timeout = std::chrono::seconds(seconds);
                     },
                     "Wait so long for the end, 1 to 86400; 600 unless given")
-                ->check(CLI::Range(1, 86400))
+                ->check(between(1, 86400))
                 ->option_text("SECONDS");
         timeout->excludes(noWait)->excludes(dryRun);
         noWait->excludes(dryRun);

@@ -77,9 +77,9 @@ TEST_F(Mkimage, ShowsPathsAndArgumentsPlain)
                                    sha256(covered) + '\n',
                                ""}));
     EXPECT_EQ(bmc(), failed(1, shown + " exists; --force replaces it"));
-    EXPECT_EQ(bmc({"--\x1b\nforged"}),
+    EXPECT_EQ(bmc({"--forged\x1b\n"}),
               usage("The following argument was not expected: "
-                    "--\\x1b\\x0aforged"));
+                    "--forged\\x1b\\x0a"));
 }
 
 TEST_F(Mkimage, WritesEveryFieldWhereTheFormatHasIt)

@@ -85,10 +85,10 @@ TEST_F(Tally, CountsAProgramThatTakesTooLongAsAFailure)
               (Completed{0, "slow: TIMEOUT\n0 passed, 1 failed\n", ""}));
 }
 
-TEST_F(Tally, CountsNothingWhereNothingRan)
+TEST_F(Tally, FailsWhereNothingRan)
 {
     EXPECT_EQ(tally(directory.file("none")),
-              (Completed{0, "0 passed, 0 failed\n", ""}));
+              (Completed{1, "0 passed, 0 failed\n", "tally: no test ran\n"}));
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 #include "whole_file.hpp"
 
 #include <CLI/CLI.hpp>
+#include <between.hpp>
 #include <plain.hpp>
 
 #include <cstdio>
@@ -108,11 +109,11 @@ void declare(CLI::App& app, Options& options)
         ->option_text("TEXT");
     app.add_option("--board", options.board,
                    "Board identifier, 0 to 65535; 0 unless given")
-        ->check(CLI::Range(0, 65535))
+        ->check(between(0, 65535))
         ->option_text("NUMBER");
     app.add_option("--capsule-kind", options.capsuleKind,
                    "Kind of a capsule, 1 to 3; 1 unless given")
-        ->check(CLI::Range(1, int{image::capsuleKinds}))
+        ->check(between(1, image::capsuleKinds))
         ->option_text("NUMBER");
     auto* payload = app.add_option("--payload", options.payloadFile,
                                    "File that becomes the payload")
@@ -120,7 +121,7 @@ void declare(CLI::App& app, Options& options)
     app.add_option("--size", options.size,
                    "Bytes of a made-up payload, 1 to 268435456; 65536 unless "
                    "given")
-        ->check(CLI::Range(std::uint64_t{1}, image::maxPayload))
+        ->check(between(1, image::maxPayload))
         ->excludes(payload)
         ->option_text("BYTES");
     app.add_option("--seed", options.seed,
