@@ -62,9 +62,13 @@ class Platform : public LibraryTest
     /** A reply that is not sent before the operation has ended. */
     Reply tooLate(Reply then);
 
-    /** The same; until then the caller handles one POSIX signal after another.
-     */
+    /** The caller handles one POSIX signal after another while it waits: until
+     *  the operation has ended, or, where a call outlives them, many. */
     Reply interrupting(Reply then);
+
+    /** Since systemd 253 a call goes on where a handled signal interrupts it.
+     */
+    static constexpr bool callsOutliveSignals = LIBSYSTEMD_VERSION >= 253;
 
     /** The connection receives this many signals before the reply. */
     Reply afterSignals(int count, Reply then);

@@ -73,7 +73,8 @@ std::vector<Fault> serviceFaults()
                  platform.startAnswering(site,
                                          platform.interrupting(healthy(site)));
              },
-         .ending = &CallSite::failure,
+         .ending = Platform::callsOutliveSignals ? &CallSite::success
+                                                 : &CallSite::failure,
          .failure = callFailed("System.Error.EINTR: Interrupted system call")},
         {.name = "WithSignalsInFrontOfTheAnswer",
          .concerns = everySite,
