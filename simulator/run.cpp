@@ -40,6 +40,8 @@ namespace
     setenv("DBUS_SESSION_BUS_ADDRESS", directory.busAddress().c_str(), 1);
     // Where systemctl --user looks for its manager.
     setenv("XDG_RUNTIME_DIR", directory.runtime().c_str(), 1);
+    // Newer ones want a socket of systemd's own there.
+    setenv("SYSTEMCTL_FORCE_BUS", "1", 1);
     setenv("WEXA_BMCSIM_DIR", directory.path().c_str(), 1);
     auto argv = pointersTo(command);
     execvp(argv[0], argv.data());

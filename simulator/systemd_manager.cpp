@@ -136,15 +136,14 @@ void SystemdManager::behave(Behaviour behaviour)
             "--manager builtin");
     }
 
-    if (behaving == Behaviour::absent && behaviour != Behaviour::absent)
-    {
-        launch();
-    }
     if (behaving == Behaviour::silent)
     {
         kill(process, SIGCONT);
     }
-    behaving = Behaviour::normal;
+    if (behaving != Behaviour::absent)
+    {
+        behaving = Behaviour::normal;
+    }
 
     writeUnits(directory, FlashSettings::read(directory));
     if (behaviour == Behaviour::refuse)
@@ -155,11 +154,19 @@ void SystemdManager::behave(Behaviour behaviour)
     {
         removeTemplates(directory);
     }
-    reload();
-
     if (behaviour == Behaviour::absent)
     {
         stop();
+    }
+    else if (behaving == Behaviour::absent)
+    {
+        // It reads the units as it starts; systemd 257 does not always answer
+        // to a reload then.
+        launch();
+    }
+    else
+    {
+        reload();
     }
     if (behaviour == Behaviour::silent)
     {

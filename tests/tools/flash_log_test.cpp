@@ -85,13 +85,16 @@ class FlashLog : public Update
     }
 
     TemporaryDirectory logs;
+
+    /** An entry without it is not imported. */
+    const std::string boot = "_BOOT_ID=0123456789abcdef0123456789abcdef\\n";
 };
 
 TEST_F(FlashLog, IsTheEndOfItsOwnRunInTheJournal)
 {
     // As the journal records what a unit says, with another run behind it.
     replaceProgram(
-        "entry() { printf '__REALTIME_TIMESTAMP=%s\\n"
+        "entry() { printf '__REALTIME_TIMESTAMP=%s\\n" + boot +
         "_SYSTEMD_INVOCATION_ID=%s\\nMESSAGE=%s\\n\\n' "
         "\"170000000000000$1\" \"$2\" \"$3\"; }\n"
         "{ for i in 1 2 3 4 5 6; do\n"
@@ -110,7 +113,7 @@ TEST_F(FlashLog, IsTheEndOfItsOwnRunInTheJournal)
 
 TEST_F(FlashLog, IsEmptyWhereTheJournalHoldsNoneOfItsRun)
 {
-    replaceProgram("printf '__REALTIME_TIMESTAMP=1700000000000000\\n"
+    replaceProgram("printf '__REALTIME_TIMESTAMP=1700000000000000\\n" + boot +
                    "_SYSTEMD_INVOCATION_ID=ffffffffffffffffffffffffffffffff\\n"
                    "MESSAGE=other\\n\\n' | "
                    "/lib/systemd/systemd-journal-remote --output=" +

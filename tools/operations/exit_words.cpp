@@ -58,6 +58,7 @@ static std::string_view nameOfStatus(int status)
         "NUMA_POLICY",
         "CREDENTIALS",
         "BPF",
+        "KSM",
     };
     constexpr auto first = 200;
     if (status == 1)
