@@ -364,6 +364,8 @@ void start(const Simulation& bmc, const std::string& image)
 TEST(Unit, LeavesTheDaemonTheRightsToFlash)
 {
     SKIP_WITHOUT_SYSTEMD();
+    // The unit is without the right to pass closed folders.
+    SKIP_WITHOUT_OTHER_USERS_OF_THE_BUILD();
     const BusWithPolicy bus(nothingAsTheSystemBus);
     const Simulation bmc({"--bus", bus.address()});
     const Images images;
@@ -375,6 +377,8 @@ TEST(Unit, LeavesTheDaemonTheRightsToFlash)
 TEST(Unit, DoesNotFlashAgainWhereTheFlashFailed)
 {
     SKIP_WITHOUT_SYSTEMD();
+    // The unit is without the right to pass closed folders.
+    SKIP_WITHOUT_OTHER_USERS_OF_THE_BUILD();
     const BusWithPolicy bus(nothingAsTheSystemBus);
     const Simulation bmc({"--bus", bus.address(), "--set", "flash=fail"});
     const Images images;

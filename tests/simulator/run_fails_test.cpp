@@ -222,7 +222,7 @@ TEST(RunInARelativeDirectory, NamesItsBusByAWholePath)
 
 TEST(RunInADirectoryThatCannotBeListed, Works)
 {
-    SKIP_WITHOUT_OTHER_USERS();
+    SKIP_WITHOUT_OTHER_USERS_OF_THE_BUILD();
     const TemporaryDirectory temporary;
     std::filesystem::permissions(temporary.path(),
                                  std::filesystem::perms(01733));
@@ -262,7 +262,7 @@ TEST(RunOutsideOfItsControlGroups, FailsWithTheReason)
 /** As `docker run --user` has it. */
 TEST(RunOfAUser, FailsWhereTheUserHasNoAccount)
 {
-    SKIP_WITHOUT_OTHER_USERS();
+    SKIP_WITHOUT_OTHER_USERS_OF_THE_BUILD();
     const TemporaryDirectory temporary;
     std::filesystem::permissions(temporary.path(), std::filesystem::perms::all);
     EXPECT_EQ(run({"setpriv", "--reuid=64123", "--regid=64123",
@@ -280,7 +280,7 @@ TEST(RunOfAUser, FailsWhereTheUserHasNoAccount)
 /** Users that may not have many processes. */
 TEST(RunOfAUser, FailsWhereNoProcessesAreLeft)
 {
-    SKIP_WITHOUT_OTHER_USERS();
+    SKIP_WITHOUT_OTHER_USERS_OF_THE_BUILD();
     const TemporaryDirectory temporary;
     std::filesystem::permissions(temporary.path(), std::filesystem::perms::all);
     for (auto processes = 1; processes <= 4; ++processes)

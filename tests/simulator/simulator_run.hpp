@@ -52,7 +52,11 @@ class Run : public testing::TestWithParam<Condition>
     void SetUp() override
     {
         SKIP_WITHOUT_MANAGER(GetParam().manager);
-        if (!GetParam().without.empty())
+        if (GetParam().without == asNobody)
+        {
+            SKIP_WITHOUT_OTHER_USERS_OF_THE_BUILD();
+        }
+        else if (!GetParam().without.empty())
         {
             SKIP_WITHOUT_OTHER_USERS();
         }

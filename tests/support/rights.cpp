@@ -6,6 +6,7 @@
 #include <linux/capability.h>
 #include <unistd.h>
 
+#include <filesystem>
 #include <fstream>
 
 namespace test::rights
@@ -50,6 +51,23 @@ std::string missingForOtherUsers()
 {
     return unless(has(CAP_SETUID) && has(CAP_SETGID),
                   "needs root, to start programs as another user");
+}
+
+std::string missingForOtherUsersOfTheBuild()
+{
+    namespace fs = std::filesystem;
+    const auto program = fs::read_symlink("/proc/self/exe");
+    for (auto folder = program.parent_path(); folder.has_relative_path();
+         folder = folder.parent_path())
+    {
+        if ((fs::status(folder).permissions() & fs::perms::others_exec) ==
+            fs::perms::none)
+        {
+            return "needs a build that other users reach, and " +
+                   folder.string() + " keeps them out";
+        }
+    }
+    return missingForOtherUsers();
 }
 
 std::string missingForMounts()

@@ -22,6 +22,9 @@ std::string managerOr(const std::string& wanted);
 /** Why a test can start no program as another user; empty where it can. */
 std::string missingForOtherUsers();
 
+/** Why a test can start no program of the build as another user. */
+std::string missingForOtherUsersOfTheBuild();
+
 /** Why a test can mount nothing; empty where it can. */
 std::string missingForMounts();
 
@@ -44,6 +47,8 @@ std::string missingForInstallation();
                      : "")
 #define SKIP_WITHOUT_OTHER_USERS() \
     SKIP_BECAUSE(test::rights::missingForOtherUsers())
+#define SKIP_WITHOUT_OTHER_USERS_OF_THE_BUILD() \
+    SKIP_BECAUSE(test::rights::missingForOtherUsersOfTheBuild())
 #define SKIP_WITHOUT_MOUNTS() SKIP_BECAUSE(test::rights::missingForMounts())
 #define SKIP_WITHOUT_INSTALLATION() \
     SKIP_BECAUSE(test::rights::missingForInstallation())
