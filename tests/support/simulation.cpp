@@ -44,7 +44,7 @@ Simulation::Simulation(const std::vector<std::string>& options) :
 std::vector<std::string> Simulation::environment() const
 {
     return {"WEXA_BMCSIM_DIR=" + where, "XDG_RUNTIME_DIR=" + where + "/run",
-            "DBUS_SYSTEM_BUS_ADDRESS=" + busAddress(),
+            "SYSTEMCTL_FORCE_BUS=1", "DBUS_SYSTEM_BUS_ADDRESS=" + busAddress(),
             "DBUS_SESSION_BUS_ADDRESS=" + busAddress()};
 }
 
