@@ -133,4 +133,26 @@ TEST_F(VersionOfAnImage, IsNotGuessedWhereTheLibraryDoesNotReadIt)
         "string, as it is expected to be: update the CPLD update manager\n");
 }
 
+TEST_F(ToldValue, IsNotShownByTheDoctorAsOneOfTheTypeThatTheServiceDescribes)
+{
+    offer(host::service,
+          {host::get(reply::built(variant("s", "seven"))),
+           {host::path, "org.freedesktop.DBus.Introspectable", "Introspect",
+            reply::text("<node><interface name='com.WEXA.Host'>"
+                        "<property name='BoardId' type='q' access='read'/>"
+                        "</interface></node>")}});
+
+    const auto done = fwmgr({"doctor", "bios"});
+    EXPECT_EQ(done.status, notReady);
+    EXPECT_THAT(
+        done.out,
+        testing::HasSubstr("host\n"
+                           "  OK       com.WEXA.Host is on the bus\n"
+                           "  FAILURE  BoardId is told of type 's' "
+                           "(\"seven\"), where 'q' is expected: no BIOS image "
+                           "can be uploaded, since its board cannot be "
+                           "compared with this one\n"
+                           "           -> update the service\n"));
+}
+
 } // namespace

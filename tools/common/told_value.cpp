@@ -12,8 +12,12 @@
 /** No message is to be longer because of what a service says. */
 constexpr std::size_t longestText = 100;
 
-static std::string quoted(const std::string& text)
+std::string ToldValue::inWords() const
 {
+    if (type != "s" && type != "o" && type != "g")
+    {
+        return text;
+    }
     return text.size() > longestText
                ? '"' + text.substr(0, longestText) + "...\""
                : '"' + text + '"';
@@ -60,7 +64,7 @@ static std::string textOf(sd_bus_message* message, char type)
             return numberText(basic<double>(message, type));
         default:
             const auto* const text = basic<const char*>(message, type);
-            return quoted(text == nullptr ? "" : text);
+            return text == nullptr ? "" : text;
     }
 }
 
@@ -108,7 +112,7 @@ std::string anotherTypeInWords(const ToldValue& value,
         value.type.empty()
             ? "without a value"
             : "of type '" + value.type + "'" +
-                  (value.text.empty() ? "" : " (" + value.text + ")");
+                  (value.inWords().empty() ? "" : " (" + value.inWords() + ")");
     return came + ", where '" + expected + "' is expected";
 }
 

@@ -11,10 +11,15 @@
  */
 struct ToldValue
 {
-    /** The D-Bus type. */
+    /** The D-Bus type; empty where there is no value. */
     std::string type;
-    /** The value in words; empty for a container. */
+    /** The value; empty for a container. */
     std::string text;
+
+    /** The value as messages show it: a string in quotes, and not all of a long
+     *  one.
+     */
+    std::string inWords() const;
 };
 
 /** @return such as "of type 's' (\"seven\"), where 'q' is expected" */

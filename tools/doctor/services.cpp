@@ -1,15 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "../common/patience.hpp"
 #include "../common/told_value.hpp"
 #include "checks.hpp"
 #include "remote_object.hpp"
 
 #include <sdbusplus/exception.hpp>
-#include <sdbusplus/message.hpp>
 
-#include <cstdint>
 #include <tuple>
-#include <variant>
 
 void checkSecurityManager(Findings& findings, sdbusplus::bus_t& bus,
                           const Kinds& kinds)
@@ -71,21 +67,22 @@ void checkFirmwareInformation(Findings& findings, sdbusplus::bus_t& bus,
     }
 }
 
-/** Reads a property; a finding where that fails. */
-template <typename Value>
-static std::optional<Value> valueOf(Findings& findings, sdbusplus::bus_t& bus,
-                                    const Place& place, const char* property,
-                                    const Need& need)
+/** Reads a property; a finding where that fails, or another type is told. */
+static std::optional<std::string>
+valueOf(Findings& findings, sdbusplus::bus_t& bus, const Place& place,
+        const char* property, const char* type, const Need& need)
 {
     try
     {
-        auto call =
-            bus.new_method_call(place.service, place.path,
-                                "org.freedesktop.DBus.Properties", "Get");
-        call.append(place.interface, property);
-        std::variant<Value> value;
-        bus.call(call, patience).read(value);
-        return std::get<Value>(value);
+        const auto value = propertyAt(bus, place, property);
+        if (value.type == type)
+        {
+            return value.text;
+        }
+        addWrong(findings, need,
+                 std::string(property) + " is told " +
+                     anotherTypeInWords(value, type),
+                 "update the service");
     }
     catch (const sdbusplus::exception_t& error)
     {
@@ -93,8 +90,8 @@ static std::optional<Value> valueOf(Findings& findings, sdbusplus::bus_t& bus,
                  std::string(property) + " cannot be read (" + error.name() +
                      ")",
                  "look at what the service itself logged");
-        return {};
     }
+    return {};
 }
 
 void checkHost(Findings& findings, sdbusplus::bus_t& bus)
@@ -114,10 +111,9 @@ void checkHost(Findings& findings, sdbusplus::bus_t& bus)
     {
         return;
     }
-    if (const auto board =
-            valueOf<std::uint16_t>(findings, bus, host, "BoardId", need))
+    if (const auto board = valueOf(findings, bus, host, "BoardId", "q", need))
     {
-        findings.ok("this is board " + std::to_string(*board));
+        findings.ok("this is board " + *board);
     }
 }
 
@@ -144,8 +140,8 @@ void checkSettings(Findings& findings, sdbusplus::bus_t& bus)
     {
         return;
     }
-    const auto requested = valueOf<std::string>(findings, bus, settings,
-                                                "RequestedApplyTime", need);
+    const auto requested =
+        valueOf(findings, bus, settings, "RequestedApplyTime", "s", need);
     if (requested && !known.contains(*requested))
     {
         findings.warning(

@@ -18,7 +18,7 @@ static std::string whyNotKnown(const ToldValue& value)
 {
     const auto subject = std::string(service) + " tells a " + property + " ";
     return value.type == "s"
-               ? subject + "that the library does not know: " + value.text
+               ? subject + "that the library does not know: " + value.inWords()
                : subject + anotherTypeInWords(value, "s");
 }
 
