@@ -22,7 +22,7 @@ static std::string dumped(const nlohmann::json& value, int indent)
                       nlohmann::json::error_handler_t::replace);
 }
 
-/** On one line an event, the events of one value that is closed in the end. */
+/** One event a line. The value that they are part of is closed in the end. */
 void Report::tell(const Result& event)
 {
     if (json)
@@ -62,17 +62,19 @@ nlohmann::json Report::closing(ExitStatus status) const
     return value;
 }
 
-void Report::print(const nlohmann::json& value)
+void Report::print(const nlohmann::json& value) const
 {
-    if (hasTold)
-    {
-        // The brace of the value stands before the events.
-        std::cout << "\n],\n" << dumped(value, 2).substr(2) << '\n';
-    }
-    else
+    if (!hasTold)
     {
         std::cout << dumped(value, 2) << '\n';
+        return;
     }
+    std::cout << "\n]";
+    for (const auto& [name, member] : value.items())
+    {
+        std::cout << ",\n" << dumped(name, -1) << ": " << dumped(member, -1);
+    }
+    std::cout << "\n}\n";
 }
 
 void Report::remark(const std::string& text)

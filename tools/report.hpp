@@ -40,7 +40,7 @@ class Report
 
   private:
     nlohmann::json closing(ExitStatus status) const;
-    void print(const nlohmann::json& value);
+    void print(const nlohmann::json& value) const;
 
     std::string verb;
     bool json;
