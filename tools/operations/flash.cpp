@@ -6,7 +6,7 @@
 #include "../common/systemd.hpp"
 #include "../common/unit_name.hpp"
 #include "flash_log.hpp"
-#include "image_identity.hpp"
+#include "image_guard.hpp"
 #include "library.hpp"
 #include "library_log.hpp"
 #include "progress.hpp"

@@ -8,9 +8,8 @@
 #include "components.hpp"
 #include "device_lock.hpp"
 #include "flash.hpp"
-#include "image_identity.hpp"
+#include "image_guard.hpp"
 #include "image_path.hpp"
-#include "image_watch.hpp"
 #include "iso_time.hpp"
 #include "library.hpp"
 #include "verbs.hpp"
@@ -85,52 +84,6 @@ void requireVerified(sdbusplus::bus_t& bus, const FirmwareKind& kind,
     requireAuthentic(bus, kind, target, verbose);
 }
 
-void requireUnchanged(const ImageIdentity& before, const std::string& image)
-{
-    const auto removed = isRemoved(image);
-    if (removed || ImageIdentity(image) != before)
-    {
-        throw Failure(ExitStatus::imageRefused,
-                      image + ": " + (removed ? "was removed" : "changed") +
-                          " before it could be flashed",
-                      "keep images where no other program writes, and update "
-                      "again");
-    }
-}
-
-/** Whether an image is still the one that was verified. A flash unit may remove
- *  the image that it has flashed.
- */
-bool isUnchanged(const ImageIdentity& before, ImageWatch& watch,
-                 const std::string& image)
-{
-    if (isRemoved(image))
-    {
-        return !watch.sawChange();
-    }
-    try
-    {
-        return ImageIdentity(image) == before;
-    }
-    catch (const Failure&)
-    {
-        // It is removed just now: what was flashed cannot be told.
-        return false;
-    }
-}
-
-void requireUnchangedByNow(const ImageIdentity& before, ImageWatch& watch,
-                           const std::string& image)
-{
-    if (!isUnchanged(before, watch, image))
-    {
-        throw Failure(ExitStatus::flashFailed,
-                      image + ": the image changed while it was flashed",
-                      "keep images where no other program writes, and flash "
-                      "again before the device starts from it");
-    }
-}
-
 /** The bus's own name of itself. */
 std::string idOf(sdbusplus::bus_t& bus)
 {
@@ -174,8 +127,8 @@ std::string flashedText(const std::string& image,
 }
 
 /** @param data  gains what is known of the flash, also where it failed */
-Result run(Flash& flash, const ImageIdentity& identity, ImageWatch& watch,
-           const Target& target, nlohmann::json& data, const Request& request)
+Result run(Flash& flash, ImageGuard& image, const Target& target,
+           nlohmann::json& data, const Request& request)
 {
     const auto start = steady_clock::now();
     data["started"] = nullptr;
@@ -188,7 +141,7 @@ Result run(Flash& flash, const ImageIdentity& identity, ImageWatch& watch,
     }
     addProof(data, flash.awaitEnd());
     flash.requireDone();
-    requireUnchangedByNow(identity, watch, target.image);
+    image.requireUnchangedByNow();
 
     const std::chrono::duration<double> took = steady_clock::now() - start;
     data["seconds"] = took.count();
@@ -202,8 +155,7 @@ Result verifyAndRun(const FirmwareKind& kind, const Target& target,
                     const Request& request, nlohmann::json& data)
 {
     requireFaithful(request, target.image, {});
-    const ImageIdentity identity(target.image);
-    ImageWatch watch(target.image);
+    ImageGuard image(target.image);
     auto bus = connectTo(request.bus);
     requireComponent(bus, request);
     if (request.verify)
@@ -217,8 +169,8 @@ Result verifyAndRun(const FirmwareKind& kind, const Target& target,
     const DeviceLock lock(request.bus, idOf(bus), device, target.image);
     Flash flash(bus, kind, target, data["unit"], request);
     flash.requireIdleDevice();
-    requireUnchanged(identity, target.image);
-    return run(flash, identity, watch, target, data, request);
+    image.requireUnchanged();
+    return run(flash, image, target, data, request);
 }
 
 /** What is verified and what is flashed must not differ by a link. */
