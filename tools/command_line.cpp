@@ -2,15 +2,14 @@
 #include "command_line.hpp"
 
 #include "common/failure.hpp"
-#include "common/unit_name.hpp"
-#include "doctor/doctor.hpp"
-#include "operations/verbs.hpp"
+#include "common/kind.hpp"
 
 #include <CLI/CLI.hpp>
 #include <between.hpp>
 #include <plain.hpp>
 
 #include <algorithm>
+#include <iterator>
 #include <vector>
 
 namespace
@@ -23,10 +22,7 @@ constexpr auto globalOptions =
 std::vector<std::string> kinds()
 {
     std::vector<std::string> names;
-    for (const auto& flash : flashTemplates())
-    {
-        names.push_back(flash.kind);
-    }
+    std::ranges::transform(allKinds(), std::back_inserter(names), &Kind::name);
     return names;
 }
 
@@ -184,12 +180,13 @@ class Grammar
     void requireComponentOfCplds() const
     {
         const auto& request = command.request;
-        if (request.kind == "cpld" && request.component.empty())
+        const auto needed = kindNamed(request.kind).hasComponents;
+        if (needed && request.component.empty())
         {
             throw CLI::RequiredError(
                 "--component, which tells what the image is for,");
         }
-        if (request.kind != "cpld" && !request.component.empty())
+        if (!needed && !request.component.empty())
         {
             throw CLI::ValidationError("--component",
                                        "is for cpld only; leave it out");

@@ -1,32 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "unit_name.hpp"
 
+#include "kind.hpp"
+
 #include <algorithm>
 #include <charconv>
 #include <string_view>
 
-const std::vector<FlashTemplate>& flashTemplates()
-{
-    static const std::vector<FlashTemplate> all{
-        {"bmc", "obmc-flash-bmc-rot2@", R"(bmc_rot2\x20update\x20)"},
-        {"bios", "obmc-flash-host-bios@", R"(bios_rot2\x20update\x20)"},
-        {"cpld", "obmc-flash-bmc-rot2@", R"(cpld_rot2\x20update\x20)"},
-    };
-    return all;
-}
-
-const FlashTemplate& flashTemplateOf(const std::string& kind)
-{
-    return *std::ranges::find(flashTemplates(), kind, &FlashTemplate::kind);
-}
-
 std::string flashUnitName(const std::string& kind, const std::string& component,
                           const std::string& imagePath)
 {
-    const auto& flash = flashTemplateOf(kind);
+    const auto& known = kindNamed(kind);
     auto path = imagePath;
     std::ranges::replace(path, '/', '-');
-    return flash.prefix + flash.words +
+    return known.unitPrefix + known.unitWords +
            (component.empty() ? "" : component + R"(\x20)") + path + ".service";
 }
 

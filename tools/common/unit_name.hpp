@@ -4,22 +4,6 @@
 #include <cstddef>
 #include <optional>
 #include <string>
-#include <vector>
-
-/** The templates of the flash units, and the kinds of firmware they are for. */
-struct FlashTemplate
-{
-    std::string kind;
-    /** Up to and with the "@". */
-    std::string prefix;
-    /** The instance up to the component, or to the path. */
-    std::string words;
-};
-
-const std::vector<FlashTemplate>& flashTemplates();
-
-/** @param kind  one that there is a template for */
-const FlashTemplate& flashTemplateOf(const std::string& kind);
 
 /** The name of the unit that the library starts.
  *

@@ -46,3 +46,25 @@ struct Request
  *  @throw Failure  it could not; with the reason
  */
 using Verb = Result (*)(const Request&);
+
+/** Reads an image's version, has the image verified, records it as staged. */
+Result upload(const Request& request);
+
+/** Has the security manager, or the CPLD itself, judge an image. */
+Result verify(const Request& request);
+
+/** Flashes an image and waits for the end. */
+Result update(const Request& request);
+
+/** Lists the CPLD components. */
+Result listComponents(const Request& request);
+
+/** Tells of finished flash jobs and CPLD notifications until it is stopped. */
+Result monitor(const Request& request);
+
+/** Looks whether the board has all that the library needs: without calling
+ *  anything that changes something, and without the library itself.
+ *
+ *  @throw Failure  it has not; with all that was found
+ */
+Result examineBoard(const Request& request);

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "doctor.hpp"
-
 #include "../common/connection.hpp"
 #include "../common/failure.hpp"
+#include "../common/kind.hpp"
 #include "../common/systemd.hpp"
-#include "../common/unit_name.hpp"
+#include "../common/verbs.hpp"
 #include "checks.hpp"
 
 #include <sdbusplus/exception.hpp>
@@ -21,9 +20,9 @@ static Kinds kindsOf(const Request& request)
         return {request.kind};
     }
     Kinds all;
-    for (const auto& flash : flashTemplates())
+    for (const auto& kind : allKinds())
     {
-        all.insert(flash.kind);
+        all.insert(kind.name);
     }
     return all;
 }

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "../common/kind.hpp"
 #include "../common/loaded_unit.hpp"
 #include "../common/systemd.hpp"
 #include "../common/unit_name.hpp"
@@ -247,20 +248,20 @@ class TemplateCheck
     std::string systemctl;
 };
 
-void checkTemplate(Findings& findings, sdbusplus::bus_t& bus,
-                   const FlashTemplate& flash, const std::string& systemctl)
+void checkTemplate(Findings& findings, sdbusplus::bus_t& bus, const Kind& kind,
+                   const std::string& systemctl)
 {
-    const auto component = flash.kind == "cpld" ? "CPLD" : "";
+    const auto component = kind.hasComponents ? "CPLD" : "";
     try
     {
         const LoadedUnit unit(bus,
-                              flashUnitName(flash.kind, component, samplePath));
-        TemplateCheck(findings, unit, flash.prefix + ".service", systemctl)
+                              flashUnitName(kind.name, component, samplePath));
+        TemplateCheck(findings, unit, kind.unitPrefix + ".service", systemctl)
             .run();
     }
     catch (const sdbusplus::exception_t& error)
     {
-        findings.failure("systemd tells nothing of " + flash.prefix +
+        findings.failure("systemd tells nothing of " + kind.unitPrefix +
                              ".service (" + error.name() + ")",
                          "look at what the service itself logged");
     }
@@ -288,11 +289,11 @@ void checkFlashUnits(Findings& findings, sdbusplus::bus_t& bus,
     }
     checkMethod(findings, *offered, "StartUnit", need);
     std::set<std::string> looked;
-    for (const auto& flash : flashTemplates())
+    for (const auto& kind : allKinds())
     {
-        if (kinds.contains(flash.kind) && looked.insert(flash.prefix).second)
+        if (kinds.contains(kind.name) && looked.insert(kind.unitPrefix).second)
         {
-            checkTemplate(findings, bus, flash, systemctl);
+            checkTemplate(findings, bus, kind, systemctl);
         }
     }
 }

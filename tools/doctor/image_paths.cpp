@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "../common/kind.hpp"
 #include "../common/unit_name.hpp"
 #include "checks.hpp"
 
@@ -14,7 +15,7 @@ static std::size_t longestPath(const std::string& kind,
                                const cpld::Registry& components)
 {
     auto longest = longestUnitName - flashUnitName(kind, "", "").size();
-    if (kind == "cpld")
+    if (kindNamed(kind).hasComponents)
     {
         std::size_t name = 0;
         for (const auto& component : components)
@@ -65,7 +66,7 @@ void checkImagePaths(Findings& findings, const Kinds& kinds,
         shortest = std::min(shortest, longest);
         findings.ok(kind + ": up to " + std::to_string(longest) +
                     " characters of " + carriedCharacters);
-        if (kind == "cpld" && components.empty())
+        if (kindNamed(kind).hasComponents && components.empty())
         {
             findings.notChecked("how many characters the name of a component "
                                 "takes of those, since no component is known");

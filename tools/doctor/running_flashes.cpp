@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "../common/active_flashes.hpp"
+#include "../common/kind.hpp"
 #include "../common/unit_name.hpp"
 #include "checks.hpp"
 
@@ -19,11 +20,11 @@ void checkRunningFlashes(Findings& findings, sdbusplus::bus_t& bus,
     try
     {
         auto isAny = false;
-        for (const auto& kind : kinds)
+        for (const auto& name : kinds)
         {
-            const auto& flash = flashTemplateOf(kind);
+            const auto& kind = kindNamed(name);
             for (const auto& unit :
-                 activeFlashes(bus, flash.prefix + flash.words))
+                 activeFlashes(bus, kind.unitPrefix + kind.unitWords))
             {
                 isAny = true;
                 findings.warning(imageOf(unit) + " is being flashed, by " +

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "firmware_kind.hpp"
+#include "library.hpp"
 #include "library_log.hpp"
 
 #include <sdbusplus/bus.hpp>

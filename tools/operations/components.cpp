@@ -5,9 +5,10 @@
 #include "../common/cpld_registry.hpp"
 #include "../common/dbus_error.hpp"
 #include "../common/failure.hpp"
+#include "../common/kind.hpp"
+#include "../common/verbs.hpp"
 #include "library.hpp"
 #include "library_log.hpp"
-#include "verbs.hpp"
 
 #include <plain.hpp>
 #include <sdbusplus/exception.hpp>
@@ -80,7 +81,7 @@ static std::optional<std::string> faultOfPaths(const cpld::Registry& registry)
 
 void requireComponent(sdbusplus::bus_t& bus, const Request& request)
 {
-    if (!firmwareKindNamed(request.kind).hasComponents())
+    if (!kindNamed(request.kind).hasComponents)
     {
         return;
     }

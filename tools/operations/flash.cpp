@@ -76,7 +76,7 @@ void Flash::jobRemoved(sdbusplus::message_t& signal, const std::string& ofUnit,
                        const std::string& result)
 {
     const LibraryLog log(request.verbose);
-    const auto outcome = kind.stateChanged(manager, signal);
+    const auto outcome = (manager.*kind.stateChanged)(signal);
     hasSeenJob = hasSeenJob || ofUnit == unit;
     if (outcome != 0 && !job)
     {
@@ -159,7 +159,8 @@ void Flash::start()
     std::optional<Reason> failure;
     {
         const LibraryLog log(request.verbose);
-        if (kind.update(manager, target) != 0)
+        if ((manager.*kind.update)(target.image, kind.purpose,
+                                   target.component) != 0)
         {
             failure = log.reason();
         }
@@ -285,7 +286,7 @@ void Flash::requireDone()
                       failure.reason);
     }
     const LibraryLog log(request.verbose);
-    kind.succeeded(manager);
+    (manager.*kind.succeeded)();
 }
 
 void Flash::process(sdbusplus::SdBusDuration limit)

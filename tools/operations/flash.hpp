@@ -3,8 +3,8 @@
 
 #include "../common/failure.hpp"
 #include "../common/verbs.hpp"
-#include "firmware_kind.hpp"
 #include "flash_unit.hpp"
+#include "library.hpp"
 #include "systemd_signals.hpp"
 #include "verdict.hpp"
 

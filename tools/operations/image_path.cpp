@@ -3,6 +3,7 @@
 
 #include "../common/descriptor.hpp"
 #include "../common/failure.hpp"
+#include "../common/kind.hpp"
 #include "../common/shortage.hpp"
 #include "../common/unit_name.hpp"
 
@@ -81,13 +82,13 @@ std::string absolute(const std::string& given)
 
 } // namespace
 
-std::string usableImage(const std::string& given, bool mayBeDirectory)
+std::string usableImage(const std::string& given, const std::string& kind)
 {
     if (given.empty())
     {
         refuse("''", "is no path", "name an image file");
     }
-    requireReadable(given, mayBeDirectory);
+    requireReadable(given, kindNamed(kind).hasComponents);
     return absolute(given);
 }
 

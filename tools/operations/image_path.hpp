@@ -7,13 +7,13 @@
 
 /** The path of an image as services and flash units can use it.
  *
- *  @param given           as the user typed it
- *  @param mayBeDirectory  whether a directory that holds the image will do
+ *  @param given  as the user typed it
+ *  @param kind   of firmware
  *  @return absolute, since services have working directories of their own
  *  @throw Failure  there is no readable file, or D-Bus cannot carry its path;
  *                  says what to do
  */
-std::string usableImage(const std::string& given, bool mayBeDirectory);
+std::string usableImage(const std::string& given, const std::string& kind);
 
 /** Makes sure that the library finds the signed image, whose version it reads,
  *  where the image is a directory. Devices and flash programs look on their

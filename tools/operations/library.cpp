@@ -36,8 +36,11 @@ const Library& library()
     return *loaded;
 }
 
-const FirmwareKind& firmwareKindNamed(const std::string& name)
+const FirmwareKind& firmwareKindOf(const std::string& kind,
+                                   const std::string& image)
 {
-    return **std::ranges::find(library().kinds, name,
-                               [](const auto* kind) { return kind->name(); });
+    return *std::ranges::find_if(library().kinds, [&](const auto& candidate) {
+        return candidate.name == kind &&
+               (candidate.includes == nullptr || candidate.includes(image));
+    });
 }

@@ -1,10 +1,42 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "firmware_kind.hpp"
+#include <wexa/core/fwmanager_internal.hpp>
 
 #include <string>
 #include <vector>
+
+/** What an operation works on. */
+struct Target
+{
+    std::string image;
+    /** Of a CPLD image; else empty. */
+    std::string component;
+};
+
+/** How the library's operations are called for one sort of image. */
+struct FirmwareKind
+{
+    using Manager = wexa::core::FWManagerInternal;
+
+    /** The kind of firmware. */
+    std::string name;
+    /** What a file of this sort is, in words. */
+    std::string words;
+    /** Whether an image is of this sort; null for the sort of all others. */
+    bool (*includes)(std::string image);
+    /** Whether an upload tells when the image is to be applied. */
+    bool hasApplyTime;
+    /** Whether the image is for one board, and tells which. */
+    bool tellsItsBoard;
+    Manager::UPLOAD_IMG_TYPE type;
+    wexa::core::VersionPurpose purpose;
+    decltype(&Manager::processUploadBmcImage) upload;
+    decltype(&Manager::VerifyBMC) verify;
+    decltype(&Manager::UpdateBMC) update;
+    decltype(&Manager::onBMCStateChange) stateChanged;
+    decltype(&Manager::onBMCUpdateSuccess) succeeded;
+};
 
 /** How the library is called.
  *
@@ -16,8 +48,9 @@ struct Library
 {
     using Manager = FirmwareKind::Manager;
 
-    /** All that there are. */
-    std::vector<const FirmwareKind*> kinds;
+    /** All that there are; of a name the first that includes an image counts.
+     */
+    std::vector<FirmwareKind> kinds;
     Manager (*bind)(sdbusplus::bus_t& bus);
     decltype(&Manager::compare_boardID) compareBoardId;
     decltype(&Manager::getCPLDImageFileInfo) imageFileInfo;
@@ -41,5 +74,9 @@ extern "C" const Library* wexaFwmgrLibrary();
  */
 const Library& library();
 
-/** @param name  of one that there is */
-const FirmwareKind& firmwareKindNamed(const std::string& name);
+/** What an image is.
+ *
+ *  @param kind  of firmware; one that there is
+ */
+const FirmwareKind& firmwareKindOf(const std::string& kind,
+                                   const std::string& image);

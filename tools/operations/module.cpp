@@ -4,178 +4,55 @@
 
 // All that calls the library and the core library. It is the module.
 
-using wexa::core::UploadResult;
 using wexa::core::VersionPurpose;
 
-namespace
+static bool isCapsule(std::string image)
 {
+    const auto kind = wexa::core::check_bios_seamless_capsule(image.data());
+    return kind >= 1 && kind <= 3;
+}
 
-class Bmc : public FirmwareKind
+static int boardOf(std::string image)
 {
-  public:
-    std::string name() const override
-    {
-        return "bmc";
-    }
-
-    std::string wordsFor(std::string) const override
-    {
-        return "BMC image";
-    }
-
-    UploadResult upload(Manager& manager, const Target& target) const override
-    {
-        return manager.processUploadBmcImage(target.image,
-                                             Manager::UPLOAD_IMG_BMC, "");
-    }
-
-    int verify(Manager& manager, const Target& target) const override
-    {
-        return manager.VerifyBMC(target.image, VersionPurpose::BMC, "");
-    }
-
-    int update(Manager& manager, const Target& target) const override
-    {
-        return manager.UpdateBMC(target.image, VersionPurpose::BMC, "");
-    }
-
-    int stateChanged(Manager& manager, sdbusplus::message_t& job) const override
-    {
-        return manager.onBMCStateChange(job);
-    }
-
-    void succeeded(Manager& manager) const override
-    {
-        manager.onBMCUpdateSuccess();
-    }
-};
-
-/** Images and capsules, told by their content. */
-class Bios : public FirmwareKind
-{
-  public:
-    std::string name() const override
-    {
-        return "bios";
-    }
-
-    std::string wordsFor(std::string image) const override
-    {
-        return isCapsule(std::move(image)) ? "BIOS capsule" : "BIOS image";
-    }
-
-    bool hasApplyTime() const override
-    {
-        return true;
-    }
-
-    bool tellsItsBoard(std::string image) const override
-    {
-        return !isCapsule(std::move(image));
-    }
-
-    UploadResult upload(Manager& manager, const Target& target) const override
-    {
-        return manager.processUploadBiosImage(target.image,
-                                              Manager::UPLOAD_IMG_BIOS, "");
-    }
-
-    int verify(Manager& manager, const Target& target) const override
-    {
-        return isCapsule(target.image)
-                   ? manager.VerifyCapsule(target.image, VersionPurpose::Host,
-                                           "")
-                   : manager.VerifyBIOS(target.image, VersionPurpose::Host, "");
-    }
-
-    int update(Manager& manager, const Target& target) const override
-    {
-        return manager.UpdateBIOS(target.image, VersionPurpose::Host, "");
-    }
-
-    int stateChanged(Manager& manager, sdbusplus::message_t& job) const override
-    {
-        return manager.onBIOSStateChange(job);
-    }
-
-    void succeeded(Manager& manager) const override
-    {
-        manager.onBIOSUpdateSuccess();
-    }
-
-  private:
-    static bool isCapsule(std::string image)
-    {
-        const auto kind = wexa::core::check_bios_seamless_capsule(image.data());
-        return kind >= 1 && kind <= 3;
-    }
-};
-
-/** One image for each component. */
-class Cpld : public FirmwareKind
-{
-  public:
-    std::string name() const override
-    {
-        return "cpld";
-    }
-
-    std::string wordsFor(std::string) const override
-    {
-        return "CPLD image";
-    }
-
-    bool hasComponents() const override
-    {
-        return true;
-    }
-
-    UploadResult upload(Manager& manager, const Target& target) const override
-    {
-        return manager.processUploadCpldImage(
-            target.image, Manager::UPLOAD_IMG_CPLD, target.component);
-    }
-
-    int verify(Manager& manager, const Target& target) const override
-    {
-        return manager.VerifyCPLD(target.image, VersionPurpose::Other,
-                                  target.component);
-    }
-
-    int update(Manager& manager, const Target& target) const override
-    {
-        return manager.UpdateCPLD(target.image, VersionPurpose::Other,
-                                  target.component);
-    }
-
-    int stateChanged(Manager& manager, sdbusplus::message_t& job) const override
-    {
-        return manager.onCPLDStateChange(job);
-    }
-
-    void succeeded(Manager& manager) const override
-    {
-        manager.onCPLDUpdateSuccess();
-    }
-};
-
-} // namespace
+    return wexa::core::get_bios_board_id(image.data());
+}
 
 [[gnu::visibility("default")]] const Library* wexaFwmgrLibrary()
 {
     using Manager = Library::Manager;
-    static const Bmc bmc;
-    static const Bios bios;
-    static const Cpld cpld;
+    const FirmwareKind biosImage{"bios",
+                                 "BIOS image",
+                                 nullptr,
+                                 true,
+                                 true,
+                                 Manager::UPLOAD_IMG_BIOS,
+                                 VersionPurpose::Host,
+                                 &Manager::processUploadBiosImage,
+                                 &Manager::VerifyBIOS,
+                                 &Manager::UpdateBIOS,
+                                 &Manager::onBIOSStateChange,
+                                 &Manager::onBIOSUpdateSuccess};
+    auto capsule = biosImage;
+    capsule.words = "BIOS capsule";
+    capsule.includes = isCapsule;
+    capsule.tellsItsBoard = false;
+    capsule.verify = &Manager::VerifyCapsule;
     static const Library library{
-        {&bmc, &bios, &cpld},
+        {{"bmc", "BMC image", nullptr, false, false, Manager::UPLOAD_IMG_BMC,
+          VersionPurpose::BMC, &Manager::processUploadBmcImage,
+          &Manager::VerifyBMC, &Manager::UpdateBMC, &Manager::onBMCStateChange,
+          &Manager::onBMCUpdateSuccess},
+         capsule,
+         biosImage,
+         {"cpld", "CPLD image", nullptr, false, false, Manager::UPLOAD_IMG_CPLD,
+          VersionPurpose::Other, &Manager::processUploadCpldImage,
+          &Manager::VerifyCPLD, &Manager::UpdateCPLD,
+          &Manager::onCPLDStateChange, &Manager::onCPLDUpdateSuccess}},
         [](sdbusplus::bus_t& bus) { return Manager(bus); },
         &Manager::compare_boardID,
         &Manager::getCPLDImageFileInfo,
         &Manager::getAvailableCpldCompsInfo,
         &Manager::getCpldNotifiedRulesPattern,
-        [](std::string image) {
-            return wexa::core::get_bios_board_id(image.data());
-        }};
+        boardOf};
     return &library;
 }

@@ -1,15 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "../common/connection.hpp"
 #include "../common/failure.hpp"
+#include "../common/kind.hpp"
 #include "../common/object_path.hpp"
 #include "../common/patience.hpp"
 #include "../common/systemd.hpp"
 #include "../common/unit_name.hpp"
+#include "../common/verbs.hpp"
 #include "flash_unit.hpp"
 #include "iso_time.hpp"
 #include "library.hpp"
 #include "systemd_signals.hpp"
-#include "verbs.hpp"
 #include "verdict.hpp"
 
 #include <plain.hpp>
@@ -30,12 +31,12 @@ using sdbusplus::message_t;
 namespace
 {
 
-/** The template of a flash unit; null for any other unit. */
-const FlashTemplate* templateOf(const std::string& unit)
+/** What a flash unit flashes; null for any other unit. */
+const Kind* kindOf(const std::string& unit)
 {
-    const auto& all = flashTemplates();
-    const auto found = std::ranges::find_if(all, [&](const auto& flash) {
-        return unit.starts_with(flash.prefix + flash.words);
+    const auto& all = allKinds();
+    const auto found = std::ranges::find_if(all, [&](const auto& kind) {
+        return unit.starts_with(kind.unitPrefix + kind.unitWords);
     });
     return found == all.end() ? nullptr : &*found;
 }
@@ -82,7 +83,7 @@ class Monitor
     {
         return {[this](const auto& unit) { holdIfFlash(unit); },
                 [this](auto&, const auto& unit, const auto& result) {
-                    if (templateOf(unit) != nullptr)
+                    if (kindOf(unit) != nullptr)
                     {
                         waiting.push_back({unit, result});
                     }
@@ -117,7 +118,7 @@ class Monitor
 
     void holdIfFlash(const std::string& unit)
     {
-        if (templateOf(unit) != nullptr)
+        if (kindOf(unit) != nullptr)
         {
             holdUnit(bus, unit);
         }
@@ -148,7 +149,7 @@ class Monitor
 
     void show(const EndedJob& job)
     {
-        const auto& flash = *templateOf(job.unit);
+        const auto& kind = kindOf(job.unit)->name;
         const auto words = unescapedInstance(job.unit);
         const auto what = words.substr(words.find(" update ") + 8);
         auto outcome = ExitStatus::success;
@@ -174,13 +175,13 @@ class Monitor
                       "' and tells nothing of the unit";
         }
         tell("flash_ended",
-             {{"kind", flash.kind},
+             {{"kind", kind},
               {"what", what},
               {"unit", job.unit},
               {"job_result", job.result},
               {"outcome", nameOf(outcome)},
               {"verdict", verdict}},
-             flash.kind + " " + what + ": " + verdict);
+             kind + " " + what + ": " + verdict);
     }
 
     void notified(message_t& signal)

@@ -4,6 +4,7 @@
 #include "../common/failure.hpp"
 #include "../common/patience.hpp"
 #include "../common/unit_name.hpp"
+#include "../common/verbs.hpp"
 #include "board_identity.hpp"
 #include "components.hpp"
 #include "device_lock.hpp"
@@ -12,7 +13,6 @@
 #include "image_path.hpp"
 #include "iso_time.hpp"
 #include "library.hpp"
-#include "verbs.hpp"
 #include "verification.hpp"
 
 #include <plain.hpp>
@@ -76,7 +76,7 @@ Result plan(const Target& target, const std::string& unit, bool verify)
 void requireVerified(sdbusplus::bus_t& bus, const FirmwareKind& kind,
                      const Target& target, bool verbose)
 {
-    if (kind.tellsItsBoard(target.image))
+    if (kind.tellsItsBoard)
     {
         auto manager = library().bind(bus);
         requireThisBoard(bus, manager, target.image, verbose);
@@ -151,11 +151,12 @@ Result run(Flash& flash, ImageGuard& image, const Target& target,
 }
 
 /** @param data  gains what is known, also where it fails */
-Result verifyAndRun(const FirmwareKind& kind, const Target& target,
-                    const Request& request, nlohmann::json& data)
+Result verifyAndRun(const Target& target, const Request& request,
+                    nlohmann::json& data)
 {
     requireFaithful(request, target.image, {});
     ImageGuard image(target.image);
+    const auto& kind = firmwareKindOf(request.kind, target.image);
     auto bus = connectTo(request.bus);
     requireComponent(bus, request);
     if (request.verify)
@@ -190,9 +191,7 @@ std::string withoutLinks(const std::string& image)
 
 Result update(const Request& request)
 {
-    const auto& kind = firmwareKindNamed(request.kind);
-    const auto image =
-        withoutLinks(usableImage(request.image, kind.hasComponents()));
+    const auto image = withoutLinks(usableImage(request.image, request.kind));
     const Target target{image, request.component};
     const auto unit = flashUnitName(request.kind, request.component, image);
     if (request.dryRun)
@@ -207,7 +206,7 @@ Result update(const Request& request)
                         {"started", false}};
     try
     {
-        return verifyAndRun(kind, target, request, data);
+        return verifyAndRun(target, request, data);
     }
     catch (Failure& failure)
     {

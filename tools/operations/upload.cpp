@@ -2,13 +2,13 @@
 #include "../common/connection.hpp"
 #include "../common/failure.hpp"
 #include "../common/told_value.hpp"
+#include "../common/verbs.hpp"
 #include "apply_time.hpp"
 #include "board_identity.hpp"
 #include "components.hpp"
 #include "image_path.hpp"
 #include "library.hpp"
 #include "library_log.hpp"
-#include "verbs.hpp"
 
 #include <plain.hpp>
 
@@ -82,7 +82,7 @@ Failure notAccepted(sdbusplus::bus_t& bus, const std::string& image,
 Accepted accepted(sdbusplus::bus_t& bus, const FirmwareKind& kind,
                   const Target& target, bool verbose)
 {
-    if (kind.tellsItsBoard(target.image))
+    if (kind.tellsItsBoard)
     {
         requireNoMistakeForBoard0(bus, target.image);
     }
@@ -91,7 +91,8 @@ Accepted accepted(sdbusplus::bus_t& bus, const FirmwareKind& kind,
     Accepted accepted;
     try
     {
-        accepted.result = kind.upload(manager, target);
+        accepted.result =
+            (manager.*kind.upload)(target.image, kind.type, target.component);
     }
     catch (const std::bad_variant_access&)
     {
@@ -101,7 +102,7 @@ Accepted accepted(sdbusplus::bus_t& bus, const FirmwareKind& kind,
     {
         throw notAccepted(bus, target.image, log);
     }
-    if (kind.hasApplyTime() && !accepted.result.contains("applyTime"))
+    if (kind.hasApplyTime && !accepted.result.contains("applyTime"))
     {
         accepted.noApplyTime = whyNoApplyTime(bus, log);
     }
@@ -132,20 +133,19 @@ std::string inWords(const std::string& image, const std::string& what,
 
 Result upload(const Request& request)
 {
-    const auto& kind = firmwareKindNamed(request.kind);
-    const auto image = usableImage(request.image, kind.hasComponents());
+    const auto image = usableImage(request.image, request.kind);
     requireSignedImage(image);
+    const auto& kind = firmwareKindOf(request.kind, image);
     auto bus = connectTo(request.bus);
     requireComponent(bus, request);
     const auto found =
         accepted(bus, kind, {image, request.component}, request.verbose);
     warnOfUpdate(request, image);
-    const auto what = kind.wordsFor(image);
     return {{{"image", image},
-             {"what", what},
+             {"what", kind.words},
              {"upload", found.result},
              {"apply_time_unknown", found.noApplyTime.empty()
                                         ? nlohmann::json()
                                         : nlohmann::json(found.noApplyTime)}},
-            inWords(image, what, found)};
+            inWords(image, kind.words, found)};
 }

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "../common/verbs.hpp"
-#include "firmware_kind.hpp"
+#include "library.hpp"
 
 #include <sdbusplus/bus.hpp>
 

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "../common/connection.hpp"
 #include "../common/failure.hpp"
+#include "../common/verbs.hpp"
 #include "components.hpp"
 #include "image_path.hpp"
 #include "library.hpp"
 #include "library_log.hpp"
-#include "verbs.hpp"
 #include "verification.hpp"
 
 #include <plain.hpp>
@@ -17,7 +17,8 @@ void requireAuthentic(sdbusplus::bus_t& bus, const FirmwareKind& kind,
 {
     const LibraryLog log(verbose);
     auto manager = library().bind(bus);
-    const auto result = kind.verify(manager, target);
+    const auto result =
+        (manager.*kind.verify)(target.image, kind.purpose, target.component);
     if (result == -EIO)
     {
         throw Failure(ExitStatus::callFailed,
@@ -32,13 +33,12 @@ void requireAuthentic(sdbusplus::bus_t& bus, const FirmwareKind& kind,
 
 Result verify(const Request& request)
 {
-    const auto& kind = firmwareKindNamed(request.kind);
-    const auto image = usableImage(request.image, kind.hasComponents());
+    const auto image = usableImage(request.image, request.kind);
+    const auto& kind = firmwareKindOf(request.kind, image);
     auto bus = connectTo(request.bus);
     requireComponent(bus, request);
     requireAuthentic(bus, kind, {image, request.component}, request.verbose);
     warnOfUpdate(request, image);
-    const auto words = kind.wordsFor(image);
-    return {{{"image", image}, {"what", words}},
-            plain::line(image + ": authentic " + words) + '\n'};
+    return {{{"image", image}, {"what", kind.words}},
+            plain::line(image + ": authentic " + kind.words) + '\n'};
 }
