@@ -2,7 +2,8 @@
 #include "unit_file.hpp"
 
 #include "flash_units.hpp"
-#include "unit_text.hpp"
+
+#include <unit_instance.hpp>
 
 #include <algorithm>
 #include <charconv>
@@ -32,7 +33,7 @@ std::string specified(const std::string& text, const std::string& unit)
     const auto instance = UnitName(unit).instance;
     const auto plain = unit.substr(0, unit.rfind('.'));
     const std::map<char, std::string> values{
-        {'%', "%"},  {'i', instance}, {'I', unitText::unescaped(instance)},
+        {'%', "%"},  {'i', instance}, {'I', plain::unescaped(instance)},
         {'n', unit}, {'N', plain},    {'p', plain.substr(0, plain.find('@'))},
     };
     std::string result;

@@ -78,25 +78,4 @@ std::string nameOf(const std::string& objectPath)
     return name;
 }
 
-std::string unescaped(const std::string& instance)
-{
-    std::string text;
-    for (std::size_t i = 0; i < instance.size(); ++i)
-    {
-        unsigned int code = 0;
-        const auto* const hex = instance.data() + i + 2;
-        if (instance.compare(i, 2, "\\x") == 0 && i + 4 <= instance.size() &&
-            std::from_chars(hex, hex + 2, code, 16).ptr == hex + 2)
-        {
-            text += static_cast<char>(code);
-            i += 3;
-        }
-        else
-        {
-            text += instance[i] == '-' ? '/' : instance[i];
-        }
-    }
-    return text;
-}
-
 } // namespace bmcsim::unitText

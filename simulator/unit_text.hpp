@@ -16,9 +16,4 @@ std::string objectPath(const std::string& name);
 /** The name of the unit that an object's path stands for; empty for none. */
 std::string nameOf(const std::string& objectPath);
 
-/** An instance name without its escapes, as %I in a unit file: "-" becomes
- *  "/", "\x20" a blank.
- */
-std::string unescaped(const std::string& instance);
-
 } // namespace bmcsim::unitText

@@ -3,6 +3,7 @@
 #include "../support/process.hpp"
 
 #include <gtest/gtest.h>
+#include <unit_instance.hpp>
 
 // The built-in manager spells unit names as systemd does.
 
@@ -22,15 +23,15 @@ TEST(UnitText, UnescapesAsSystemdDoes)
         const auto systemd =
             test::run({"systemd-escape", "--unescape", "--", instance});
         ASSERT_EQ(systemd.status, 0) << systemd.err;
-        EXPECT_EQ(unescaped(instance) + '\n', systemd.out);
+        EXPECT_EQ(plain::unescaped(instance) + '\n', systemd.out);
     }
 }
 
 TEST(UnitText, KeepsWhatIsNoEscape)
 {
-    EXPECT_EQ(unescaped(R"(\x2)"), R"(\x2)");
-    EXPECT_EQ(unescaped(R"(\xzz)"), R"(\xzz)");
-    EXPECT_EQ(unescaped(R"(\)"), R"(\)");
+    EXPECT_EQ(plain::unescaped(R"(\x2)"), R"(\x2)");
+    EXPECT_EQ(plain::unescaped(R"(\xzz)"), R"(\xzz)");
+    EXPECT_EQ(plain::unescaped(R"(\)"), R"(\)");
 }
 
 TEST(UnitText, KnowsValidNames)

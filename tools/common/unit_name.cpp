@@ -3,8 +3,9 @@
 
 #include "kind.hpp"
 
+#include <unit_instance.hpp>
+
 #include <algorithm>
-#include <charconv>
 #include <string_view>
 
 std::string flashUnitName(const std::string& kind, const std::string& component,
@@ -20,25 +21,7 @@ std::string flashUnitName(const std::string& kind, const std::string& component,
 std::string unescapedInstance(const std::string& unit)
 {
     const auto at = unit.find('@') + 1;
-    const auto instance = unit.substr(at, unit.rfind('.') - at);
-    std::string text;
-    for (std::size_t i = 0; i < instance.size(); ++i)
-    {
-        unsigned char code = 0;
-        const auto* const digits = instance.data() + i + 2;
-        if (std::string_view(instance).substr(i).starts_with(R"(\x)") &&
-            i + 4 <= instance.size() &&
-            std::from_chars(digits, digits + 2, code, 16).ptr == digits + 2)
-        {
-            text += static_cast<char>(code);
-            i += 3;
-        }
-        else
-        {
-            text += instance[i] == '-' ? '/' : instance[i];
-        }
-    }
-    return text;
+    return plain::unescaped(unit.substr(at, unit.rfind('.') - at));
 }
 
 static bool isCarried(char c)
