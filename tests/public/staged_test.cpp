@@ -9,10 +9,10 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <sstream>
 
-// An installation as an image for a board is made of: everything below one
-// folder. The stand-ins are installed beside, as a board has the real
-// libraries.
+// An installation below one folder. The stand-ins that the library was built
+// with are installed beside it; real libraries are where they are.
 
 using namespace test;
 using testing::HasSubstr;
@@ -30,26 +30,38 @@ class Staged : public testing::Test
             return; // SetUp skips
         }
         stage = std::make_unique<TemporaryDirectory>();
-        const TemporaryDirectory build;
         must({"meson", "install", "--quiet", "--no-rebuild", "-C",
               fromEnvironment("WEXA_BUILD"), "--destdir",
               stage->path().string()});
-        for (const std::string name :
-             {"sdbusplus", "phosphor-dbus-interfaces", "wexacore"})
+        const auto described = packages() + "/wexa_fwmgr_internal.pc";
+        auto text = bytesOf(described);
+        text.insert(text.find('=') + 1, stage->path().string()); // its prefix
+        writeBytes(described, text);
+
+        std::istringstream standIns(fromEnvironment("WEXA_STAND_INS"));
+        for (std::string name; standIns >> name;)
         {
-            const auto folder = build.file(name);
-            std::vector<std::string> setup{"meson", "setup", folder,
-                                           fromEnvironment("WEXA_SOURCES") +
-                                               "/subprojects/" + name,
-                                           "--optimization=0"};
-            if (name != "wexacore")
-            {
-                setup.emplace_back("-Dtests=false");
-            }
-            must(setup);
-            must({"meson", "install", "--quiet", "-C", folder, "--destdir",
-                  stage->path().string()});
+            installStandIn(name);
         }
+    }
+
+    static void installStandIn(const std::string& name)
+    {
+        const TemporaryDirectory build;
+        std::vector<std::string> setup{
+            "meson",
+            "setup",
+            build.path().string(),
+            fromEnvironment("WEXA_SOURCES") + "/subprojects/" + name,
+            "--optimization=0",
+            "--prefix=" + at(fromEnvironment("WEXA_PREFIX")),
+            "--libdir=" + libraries()};
+        if (name != "wexacore")
+        {
+            setup.emplace_back("-Dtests=false");
+        }
+        must(setup);
+        must({"meson", "install", "--quiet", "-C", build.path().string()});
     }
 
     void SetUp() override
@@ -78,12 +90,18 @@ class Staged : public testing::Test
         return at(fromEnvironment("WEXA_LIBDIR"));
     }
 
+    static std::string packages()
+    {
+        return libraries() + "/pkgconfig";
+    }
+
     /** Where libraries and pkg-config files are, and nothing else of ours. */
     static std::vector<std::string> environment()
     {
-        const auto search = libraries() + "/pkgconfig";
-        return {"LD_LIBRARY_PATH=" + libraries(), "PKG_CONFIG_PATH=" + search,
-                "PKG_CONFIG_SYSROOT_DIR=" + stage->path().string()};
+        return {"LD_LIBRARY_PATH=" + libraries() +
+                    fromEnvironment("WEXA_LIBRARY_PATH"),
+                "PKG_CONFIG_PATH=" + packages() +
+                    fromEnvironment("WEXA_PKG_CONFIG_PATH")};
     }
 
     static inline std::unique_ptr<TemporaryDirectory> stage;
@@ -135,7 +153,7 @@ TEST_F(Staged, ProgramBuildsWithPkgConfigAloneAndRuns)
     const auto program = temporary.file("daemon");
     const auto built =
         run({"sh", "-c",
-             "c++ -std=c++20 -o " + program + " " +
+             fromEnvironment("WEXA_COMPILER") + " -o " + program + " " +
                  fromEnvironment("WEXA_SOURCES") +
                  "/tests/public/daemon.cpp $(pkg-config --cflags --libs "
                  "wexa_fwmgr_internal)"},
