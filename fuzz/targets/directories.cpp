@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "../../tests/support/cpld_manager.hpp"
 #include "../../tests/support/temporary_directory.hpp"
 #include "../support/answers.hpp"
-#include "../support/cpld_device.hpp"
 #include "../support/session.hpp"
 
 #include <fcntl.h>
@@ -86,7 +86,9 @@ static void run(fuzz::Input input)
         makeEntry(input, path);
         paths.push_back(path);
     }
-    fuzz::Answers answers{{"bindedDevices", fuzz::oneBoundDevice()}};
+    fuzz::Answers answers{
+        {"bindedDevices",
+         {test::cpld_manager::registry({{"MB_CPLD", "/mb", "jtag", {}}})}}};
     answers["readImageFileInfo"] =
         fuzz::soundAnswer(input, "readImageFileInfo");
     auto asked = paths[input.below(paths.size())];

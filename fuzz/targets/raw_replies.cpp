@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "../../tests/support/as_text.hpp"
+#include "../../tests/support/cpld_manager.hpp"
 #include "../../tests/support/scripted_core_library.hpp"
 #include "../support/answers.hpp"
-#include "../support/cpld_device.hpp"
 #include "../support/expected.hpp"
 #include "../support/session.hpp"
 
@@ -62,7 +62,9 @@ void run(fuzz::Input input)
                               "verifyCPLD",    "com.WEXA.Host",
                               "StartUnit",     "readImageFileInfo"};
     const auto& reading = input.pick(readings());
-    fuzz::Answers answers{{"bindedDevices", fuzz::oneBoundDevice()}};
+    fuzz::Answers answers{
+        {"bindedDevices",
+         {test::cpld_manager::registry({{component, "/mb", "jtag", {}}})}}};
     answers[input.pick(keys)] = fuzz::rawAnswer(input);
 
     test::ScriptedCoreLibrary core;
