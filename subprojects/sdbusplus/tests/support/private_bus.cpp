@@ -136,9 +136,7 @@ sd_bus* PrivateBus::open() const
 
 sdbusplus::bus_t PrivateBus::connect() const
 {
-    sdbusplus::bus_t connection(open(), std::false_type());
-    connection.set_should_close(true);
-    return connection;
+    return {open(), std::false_type()};
 }
 
 } // namespace support
