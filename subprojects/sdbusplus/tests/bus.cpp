@@ -49,11 +49,35 @@ TEST_F(Bus, AddsAReferenceOfItsOwn)
     EXPECT_TRUE(goes(bus, name));
 }
 
+TEST_F(Bus, ClosesTheConnectionIfToldToWhoeverElseHoldsIt)
+{
+    auto* raw = daemon.open();
+    auto closing = std::make_optional<bus_t>(raw);
+    const auto name = closing->get_unique_name();
+    closing->set_should_close(true);
+    closing.reset();
+    EXPECT_TRUE(goes(bus, name));
+    EXPECT_EQ(sd_bus_is_open(raw), 0);
+    sd_bus_unref(raw);
+}
+
+TEST_F(Bus, KeepsTheConnectionForOthersIfToldTo)
+{
+    auto* raw = daemon.open();
+    auto leaving = std::make_optional<bus_t>(raw);
+    leaving->set_should_close(true);
+    leaving->set_should_close(false);
+    leaving.reset();
+    EXPECT_EQ(sd_bus_is_open(raw), 1);
+    sd_bus_unref(raw);
+}
+
 TEST_F(Bus, HandsItsReferenceOnWhenItMoves)
 {
     const auto name = bus.get_unique_name();
     bus_t moved(std::move(bus));
     EXPECT_EQ(moved.get_unique_name(), name);
+    EXPECT_EQ(bus.release(), nullptr);
     bus = std::move(moved);
     EXPECT_EQ(bus.get_unique_name(), name);
     EXPECT_FALSE(std::is_copy_constructible_v<bus_t>);
@@ -67,6 +91,7 @@ TEST_F(Bus, WaitsUntilTheConnectionIsUp)
     bus_t waiting(raw, std::false_type());
     EXPECT_EQ(sd_bus_is_ready(raw), 1);
     EXPECT_EQ(waiting.get_unique_name().substr(0, 1), ":");
+    waiting.set_should_close(true);
 }
 
 TEST_F(Bus, RefusesAConnectionThatWasNeverStarted)
@@ -80,10 +105,12 @@ TEST_F(Bus, RefusesAConnectionThatWasNeverStarted)
 TEST_F(Bus, CanBeNone)
 {
     bus_t none(nullptr);
+    EXPECT_EQ(none.release(), nullptr);
+    EXPECT_EQ(bus_t(nullptr, std::false_type()).release(), nullptr);
     EXPECT_THROW(none.get_unique_name(), std::logic_error);
+    EXPECT_NO_THROW(none.close());
     EXPECT_NO_THROW(none.wait(0));
-    bus_t taken(nullptr, std::false_type());
-    EXPECT_THROW(taken.get_unique_name(), std::logic_error);
+    EXPECT_LT(none.get_fd(), 0);
 }
 
 } // namespace

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "support/complaint.hpp"
 #include "support/wire.hpp"
 
 #include <gtest/gtest.h>
 #include <sdbusplus/message.hpp>
 
+#include <cerrno>
 #include <memory>
 #include <type_traits>
 #include <utility>
@@ -16,6 +18,8 @@ namespace
 {
 
 using sdbusplus::message_t;
+using support::badArgument;
+using support::complaintOf;
 using support::Wire;
 
 class Message : public testing::Test
@@ -27,6 +31,15 @@ class Message : public testing::Test
         auto* m = wire.open().release();
         wire.dropBus();
         return m;
+    }
+
+    /** A call as a service receives it. */
+    message_t call()
+    {
+        sd_bus_message* m = nullptr;
+        sd_bus_message_new_method_call(wire.bus(), &m, ":1.1", "/object",
+                                       "an.Interface", "Method");
+        return Wire::seal(message_t(m, std::false_type()));
     }
 
     Wire wire;
@@ -118,9 +131,78 @@ TEST_F(Message, DoesNotComeFromAPointerUnasked)
 TEST_F(Message, SaysWhatSignalItIs)
 {
     auto m = wire.received("u", {1, 0, 0, 0});
+    EXPECT_STREQ(m.get_path(), "/object");
+    EXPECT_STREQ(m.get_interface(), "an.Interface");
     EXPECT_STREQ(m.get_member(), "Member");
     EXPECT_STREQ(m.get_signature(), "u");
     EXPECT_EQ(m.get_sender(), nullptr);
+    EXPECT_EQ(m.get_destination(), nullptr);
+    EXPECT_EQ(m.get_type(), SD_BUS_MESSAGE_SIGNAL);
+    EXPECT_TRUE(m.is_signal("an.Interface", "Member"));
+    EXPECT_FALSE(m.is_signal("an.Interface", "Other"));
+    EXPECT_FALSE(m.is_method_call("an.Interface", "Member"));
+    EXPECT_FALSE(m.is_method_error());
+    EXPECT_EQ(m.get_errno(), 0);
+}
+
+TEST_F(Message, SaysWhatCallItIs)
+{
+    auto m = call();
+    EXPECT_STREQ(m.get_destination(), ":1.1");
+    EXPECT_EQ(m.get_type(), SD_BUS_MESSAGE_METHOD_CALL);
+    EXPECT_TRUE(m.is_method_call("an.Interface", "Method"));
+    EXPECT_FALSE(m.is_signal("an.Interface", "Method"));
+}
+
+TEST_F(Message, MakesAReplyToACall)
+{
+    auto reply = call().new_method_return();
+    EXPECT_EQ(reply.get_type(), SD_BUS_MESSAGE_METHOD_RETURN);
+    EXPECT_FALSE(reply.is_method_error());
+}
+
+TEST_F(Message, MakesAnErrorReplyToACall)
+{
+    auto reply = call().new_method_errno(EACCES);
+    EXPECT_TRUE(reply.is_method_error());
+    EXPECT_EQ(reply.get_errno(), EACCES);
+    EXPECT_STREQ(reply.get_error()->name,
+                 "org.freedesktop.DBus.Error.AccessDenied");
+}
+
+TEST_F(Message, PrefersAGivenErrorToANumber)
+{
+    const sd_bus_error given{"an.Error.Name", "a text", 0};
+    auto reply = call().new_method_errno(EACCES, &given);
+    EXPECT_STREQ(reply.get_error()->name, "an.Error.Name");
+    EXPECT_STREQ(reply.get_error()->message, "a text");
+}
+
+TEST_F(Message, NamesTheStepThatNeedsAMessage)
+{
+    message_t none;
+    EXPECT_EQ(complaintOf([&] { none.get_type(); }),
+              "sd_bus_message_get_type" + badArgument);
+    EXPECT_EQ(complaintOf([&] { none.new_method_return(); }),
+              "sd_bus_message_new_method_return" + badArgument);
+    EXPECT_EQ(complaintOf([&] { none.new_method_errno(EIO); }),
+              "sd_bus_message_new_method_errno" + badArgument);
+    EXPECT_EQ(complaintOf([&] { none.method_return(); }),
+              "sd_bus_send" + badArgument);
+    EXPECT_EQ(complaintOf([&] { none.signal_send(); }),
+              "sd_bus_send" + badArgument);
+}
+
+TEST_F(Message, CannotBeAnsweredWhereItIsNoCall)
+{
+    auto m = wire.received("", {});
+    EXPECT_EQ(complaintOf([&] { m.new_method_return(); }),
+              "sd_bus_message_new_method_return" + badArgument);
+}
+
+TEST_F(Message, TakesNoMessageForAnErrorAsSdBusDoes)
+{
+    EXPECT_TRUE(message_t().is_method_error());
 }
 
 } // namespace

@@ -29,6 +29,22 @@ struct match;
 
 } // namespace match
 
+namespace details
+{
+
+/** Drops a reference, and the connection with it where that is asked for. */
+struct BusUnref
+{
+    sd_bus* (*drop)(sd_bus*) = sd_bus_unref;
+
+    void operator()(sd_bus* b) const
+    {
+        drop(b);
+    }
+};
+
+} // namespace details
+
 /** A reference to a connection of sd-bus, or to none. */
 struct bus
 {
@@ -55,6 +71,29 @@ struct bus
         }
     }
 
+    /** Whether the connection is flushed and closed when this object goes. */
+    void set_should_close(bool shouldClose)
+    {
+        owned.get_deleter().drop =
+            shouldClose ? sd_bus_flush_close_unref : sd_bus_unref;
+    }
+
+    /** The reference goes to the caller. */
+    busp_t release()
+    {
+        return owned.release();
+    }
+
+    void flush()
+    {
+        checked(sd_bus_flush(get()), "sd_bus_flush");
+    }
+
+    void close()
+    {
+        sd_bus_close(get());
+    }
+
     /** Waits for traffic; UINT64_MAX is for ever. Failures are not seen. */
     void wait(uint64_t timeout_us)
     {
@@ -64,6 +103,14 @@ struct bus
     void wait(std::optional<SdBusDuration> timeout = std::nullopt)
     {
         wait(timeout ? timeout->count() : UINT64_MAX);
+    }
+
+    /** Handles one message; what nobody handled comes back, else none. */
+    message_t process()
+    {
+        sd_bus_message* m = nullptr;
+        checked(sd_bus_process(get(), &m), "sd_bus_process");
+        return message_t(m, std::false_type());
     }
 
     /** Handles one message; true if there was something to do. */
@@ -88,18 +135,23 @@ struct bus
         return message_t(m, std::false_type());
     }
 
+    message_t new_signal(const char* objpath, const char* interf,
+                         const char* member)
+    {
+        sd_bus_message* m = nullptr;
+        checked(sd_bus_message_new_signal(get(), &m, objpath, interf, member),
+                "sd_bus_message_new_signal");
+        return message_t(m, std::false_type());
+    }
+
     /** Calls and waits for the reply; an error reply is thrown too.
      *
      *  @param timeout_us microseconds; 0 is the connection's own time-out.
      */
     message_t call(message_t& m, uint64_t timeout_us)
     {
-        sd_bus_error error{};
         sd_bus_message* reply = nullptr;
-        if (sd_bus_call(get(), m.get(), timeout_us, &error, &reply) < 0)
-        {
-            throw exception::SdBusError(&error, "sd_bus_call");
-        }
+        callFor(m, timeout_us, &reply, "sd_bus_call");
         return message_t(reply, std::false_type());
     }
 
@@ -107,6 +159,18 @@ struct bus
                    std::optional<SdBusDuration> timeout = std::nullopt)
     {
         return call(m, timeout ? timeout->count() : 0);
+    }
+
+    /** Calls, waits for the reply and drops it; an error reply is thrown. */
+    void call_noreply(message_t& m, uint64_t timeout_us)
+    {
+        callFor(m, timeout_us, nullptr, "sd_bus_call noreply");
+    }
+
+    void call_noreply(message_t& m,
+                      std::optional<SdBusDuration> timeout = std::nullopt)
+    {
+        return call_noreply(m, timeout ? timeout->count() : 0);
     }
 
     /** Name on the bus, such as ":1.11".
@@ -120,6 +184,11 @@ struct bus
         return unique;
     }
 
+    int get_fd()
+    {
+        return sd_bus_get_fd(get());
+    }
+
     friend struct match::match;
 
   protected:
@@ -131,15 +200,17 @@ struct bus
   private:
     static constexpr auto checked = sdbusplus::details::checked;
 
-    struct Unref
+    void callFor(message_t& m, uint64_t timeout_us, sd_bus_message** reply,
+                 const char* step)
     {
-        void operator()(busp_t b) const
+        sd_bus_error error{};
+        if (sd_bus_call(get(), m.get(), timeout_us, &error, reply) < 0)
         {
-            sd_bus_unref(b);
+            throw exception::SdBusError(&error, step);
         }
-    };
+    }
 
-    std::unique_ptr<sd_bus, Unref> owned;
+    std::unique_ptr<sd_bus, details::BusUnref> owned;
 };
 
 /** The calling thread's own connection, shared with others in the thread; the
@@ -149,6 +220,26 @@ inline bus new_default()
     sd_bus* b = nullptr;
     sd_bus_default(&b);
     return bus(b, std::false_type());
+}
+
+/** A new connection to the user's bus; closed when the object goes. */
+inline bus new_user()
+{
+    sd_bus* b = nullptr;
+    sd_bus_open_user(&b);
+    bus opened(b, std::false_type());
+    opened.set_should_close(true);
+    return opened;
+}
+
+/** A new connection to the system bus; closed when the object goes. */
+inline bus new_system()
+{
+    sd_bus* b = nullptr;
+    sd_bus_open_system(&b);
+    bus opened(b, std::false_type());
+    opened.set_should_close(true);
+    return opened;
 }
 
 } // namespace bus

@@ -2,6 +2,7 @@
 // Of the stand-in of sdbusplus, for a machine that is no BMC.
 #pragma once
 
+#include <sdbusplus/details/checked.hpp>
 #include <sdbusplus/exception.hpp>
 #include <sdbusplus/message/append.hpp>
 #include <sdbusplus/message/native_types.hpp>
@@ -98,9 +99,24 @@ class message
         return sd_bus_message_get_signature(owned.get(), true);
     }
 
+    const char* get_path() const
+    {
+        return sd_bus_message_get_path(owned.get());
+    }
+
+    const char* get_interface() const
+    {
+        return sd_bus_message_get_interface(owned.get());
+    }
+
     const char* get_member() const
     {
         return sd_bus_message_get_member(owned.get());
+    }
+
+    const char* get_destination() const
+    {
+        return sd_bus_message_get_destination(owned.get());
     }
 
     const char* get_sender() const
@@ -108,7 +124,76 @@ class message
         return sd_bus_message_get_sender(owned.get());
     }
 
+    /** One of SD_BUS_MESSAGE_METHOD_CALL and its like. */
+    uint8_t get_type() const
+    {
+        uint8_t type = 0;
+        checked(sd_bus_message_get_type(owned.get(), &type),
+                "sd_bus_message_get_type");
+        return type;
+    }
+
+    /** Positive errno of an error reply, 0 of everything else. */
+    int get_errno() const
+    {
+        return sd_bus_message_get_errno(owned.get());
+    }
+
+    /** Error of an error reply; it stays with the message. */
+    const sd_bus_error* get_error() const
+    {
+        return sd_bus_message_get_error(owned.get());
+    }
+
+    bool is_method_error() const
+    {
+        return sd_bus_message_is_method_error(owned.get(), nullptr);
+    }
+
+    bool is_method_call(const char* interface, const char* method) const
+    {
+        return sd_bus_message_is_method_call(owned.get(), interface, method);
+    }
+
+    bool is_signal(const char* interface, const char* member) const
+    {
+        return sd_bus_message_is_signal(owned.get(), interface, member);
+    }
+
+    message new_method_return()
+    {
+        msgp_t reply = nullptr;
+        checked(sd_bus_message_new_method_return(get(), &reply),
+                "sd_bus_message_new_method_return");
+        return message(reply, std::false_type());
+    }
+
+    /** @param error positive errno
+     *  @param e takes precedence over error where it is not null */
+    message new_method_errno(int error, const sd_bus_error* e = nullptr)
+    {
+        msgp_t reply = nullptr;
+        checked(sd_bus_message_new_method_errno(get(), &reply, error, e),
+                "sd_bus_message_new_method_errno");
+        return message(reply, std::false_type());
+    }
+
+    /** Sends this reply over the connection it belongs to. */
+    void method_return()
+    {
+        checked(sd_bus_send(sd_bus_message_get_bus(get()), get(), nullptr),
+                "sd_bus_send");
+    }
+
+    /** Sends this signal over the connection it belongs to. */
+    void signal_send()
+    {
+        method_return();
+    }
+
   private:
+    static constexpr auto checked = sdbusplus::details::checked;
+
     std::unique_ptr<sd_bus_message, details::MessageUnref> owned;
 };
 

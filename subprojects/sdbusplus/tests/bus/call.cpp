@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <sdbusplus/bus.hpp>
 
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <cstdint>
@@ -44,12 +45,18 @@ class Call : public testing::Test
         return complaintOf([&] { bus.call(m); });
     }
 
+    std::string complaintWithoutReply()
+    {
+        auto m = callFor(bus);
+        return complaintOf([&] { bus.call_noreply(m); });
+    }
+
     /** Complaint of a call that is answered by this error. */
     std::string complaintOver(const char* name, const char* text)
     {
         const sd_bus_error error{name, text, 0};
-        Service service(daemon, [&](sd_bus_message* m) {
-            sd_bus_reply_method_error(m, &error);
+        Service service(daemon, [&](message_t& m) {
+            m.new_method_errno(0, &error).method_return();
         });
         return complaint();
     }
@@ -60,11 +67,12 @@ class Call : public testing::Test
 
 TEST_F(Call, BringsTheReply)
 {
-    Service service(daemon, [](sd_bus_message* m) {
-        const char* text = nullptr;
-        sd_bus_message_read(m, "s", &text);
-        const auto back = std::string(text) + " back";
-        sd_bus_reply_method_return(m, "su", back.c_str(), 1U);
+    Service service(daemon, [](message_t& m) {
+        std::string text;
+        m.read(text);
+        auto reply = m.new_method_return();
+        reply.append(text + " back", uint32_t(1));
+        reply.method_return();
     });
     auto m = callFor(bus);
     m.append("there and");
@@ -74,12 +82,28 @@ TEST_F(Call, BringsTheReply)
     reply.read(text, number);
     EXPECT_EQ(text, "there and back");
     EXPECT_EQ(number, 1U);
+    EXPECT_EQ(reply.get_type(), SD_BUS_MESSAGE_METHOD_RETURN);
     EXPECT_NE(reply.get_sender(), nullptr);
+}
+
+TEST_F(Call, WithoutReplyStillWaitsForIt)
+{
+    std::atomic<bool> answered = false;
+    Service service(daemon, [&](message_t& m) {
+        answered = true;
+        m.new_method_return().method_return();
+    });
+    auto m = callFor(bus);
+    bus.call_noreply(m);
+    EXPECT_TRUE(answered);
+    auto second = callFor(bus);
+    bus.call_noreply(second, 5s);
 }
 
 TEST_F(Call, ToAnAbsentServiceSaysSo)
 {
     EXPECT_EQ(complaint(), "sd_bus_call" + unknown);
+    EXPECT_EQ(complaintWithoutReply(), "sd_bus_call noreply" + unknown);
 }
 
 TEST_F(Call, ThrowsTheErrorReply)
@@ -94,8 +118,8 @@ TEST_F(Call, ThrowsTheErrorReply)
 
 TEST_F(Call, ThrowsTheErrorReplyWithItsErrno)
 {
-    Service service(daemon, [](sd_bus_message* m) {
-        sd_bus_reply_method_errno(m, EACCES, nullptr);
+    Service service(daemon, [](message_t& m) {
+        m.new_method_errno(EACCES).method_return();
     });
     auto m = callFor(bus);
     try
@@ -113,7 +137,7 @@ TEST_F(Call, ThrowsTheErrorReplyWithItsErrno)
 
 TEST_F(Call, WaitsNoLongerThanItsTimeOut)
 {
-    Service silent(daemon, [](sd_bus_message*) {});
+    Service silent(daemon, [](message_t&) {});
     const auto start = std::chrono::steady_clock::now();
     auto counted = callFor(bus);
     EXPECT_EQ(complaintOf([&] { bus.call(counted, uint64_t(50'000)); }),
@@ -121,17 +145,22 @@ TEST_F(Call, WaitsNoLongerThanItsTimeOut)
     auto spoken = callFor(bus);
     EXPECT_EQ(complaintOf([&] { bus.call(spoken, 50ms); }),
               "sd_bus_call" + timedOut);
+    auto dropped = callFor(bus);
+    EXPECT_EQ(complaintOf([&] { bus.call_noreply(dropped, 50'000); }),
+              "sd_bus_call noreply" + timedOut);
     EXPECT_LT(std::chrono::steady_clock::now() - start, 5s);
 }
 
 TEST_F(Call, TakesTheTimeOutOfItsConnectionIfItHasNone)
 {
-    Service silent(daemon, [](sd_bus_message*) {});
+    Service silent(daemon, [](message_t&) {});
     const auto start = std::chrono::steady_clock::now();
-    auto* raw = daemon.open();
+    auto* raw = bus.release();
     sd_bus_set_method_call_timeout(raw, 50'000);
     bus = sdbusplus::bus_t(raw, std::false_type());
+    bus.set_should_close(true);
     EXPECT_EQ(complaint(), "sd_bus_call" + timedOut);
+    EXPECT_EQ(complaintWithoutReply(), "sd_bus_call noreply" + timedOut);
     auto zero = callFor(bus);
     EXPECT_EQ(complaintOf([&] { bus.call(zero, 0); }),
               "sd_bus_call" + timedOut);
@@ -141,9 +170,11 @@ TEST_F(Call, TakesTheTimeOutOfItsConnectionIfItHasNone)
 TEST_F(Call, SaysThatItsConnectionIsClosed)
 {
     auto m = callFor(bus);
-    sd_bus_close(sd_bus_message_get_bus(m.get()));
+    bus.close();
     EXPECT_EQ(complaintOf([&] { bus.call(m); }),
               "sd_bus_call" + support::notConnected);
+    EXPECT_EQ(complaintOf([&] { bus.call_noreply(m); }),
+              "sd_bus_call noreply" + support::notConnected);
 }
 
 TEST_F(Call, SaysThatTheBusWentAway)
@@ -158,6 +189,8 @@ TEST_F(Call, NeedsAMessage)
     message_t none;
     EXPECT_EQ(complaintOf([&] { bus.call(none); }),
               "sd_bus_call" + support::badArgument);
+    EXPECT_EQ(complaintOf([&] { bus.call_noreply(none); }),
+              "sd_bus_call noreply" + support::badArgument);
 }
 
 TEST_F(Call, OfATextThatIsNotUtf8LosesTheConnection)

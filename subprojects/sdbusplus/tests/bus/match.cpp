@@ -30,7 +30,9 @@ class Match : public testing::Test
     /** Emits a signal and handles everything up to it. */
     void emit(const char* member, uint32_t number)
     {
-        sd_bus_emit_signal(raw, "/object", "an.Interface", member, "u", number);
+        auto m = bus.new_signal("/object", "an.Interface", member);
+        m.append(number);
+        m.signal_send();
         support::settle(bus);
     }
 
@@ -46,8 +48,7 @@ class Match : public testing::Test
     using Numbers = std::vector<uint32_t>;
 
     PrivateBus daemon;
-    sd_bus* raw = daemon.open();
-    sdbusplus::bus_t bus{raw, std::false_type()};
+    sdbusplus::bus_t bus = daemon.connect();
     Numbers seen;
 };
 

@@ -7,9 +7,7 @@
 
 #include <cstdlib>
 #include <optional>
-#include <stdexcept>
 #include <string>
-#include <thread>
 
 namespace
 {
@@ -24,14 +22,8 @@ class OpenedBus : public testing::Test
   protected:
     OpenedBus()
     {
-        setAddresses(daemon.address());
-    }
-
-    /** Which bus is the default depends on who runs the tests. */
-    static void setAddresses(const std::string& address)
-    {
-        setenv("DBUS_SESSION_BUS_ADDRESS", address.c_str(), 1);
-        setenv("DBUS_SYSTEM_BUS_ADDRESS", address.c_str(), 1);
+        setenv("DBUS_SESSION_BUS_ADDRESS", daemon.address().c_str(), 1);
+        setenv("DBUS_SYSTEM_BUS_ADDRESS", daemon.address().c_str(), 1);
     }
 
     ~OpenedBus() override
@@ -42,26 +34,47 @@ class OpenedBus : public testing::Test
 
     PrivateBus daemon;
     bus_t bus = daemon.connect();
+
+    /** Whether two of them are two connections, and each is closed with its
+     *  object although a message still refers to it. */
+    void isOneOfItsOwn(bus_t (*open)())
+    {
+        auto first = std::make_optional(open());
+        auto second = open();
+        const auto name = first->get_unique_name();
+        EXPECT_NE(name, second.get_unique_name());
+        auto m = first->new_signal("/a", "a.Type", "M");
+        first.reset();
+        EXPECT_TRUE(goes(bus, name));
+        EXPECT_TRUE(isThere(bus, second.get_unique_name()));
+    }
 };
+
+TEST_F(OpenedBus, OfTheUserIsAConnectionOfItsOwn)
+{
+    isOneOfItsOwn(sdbusplus::bus::new_user);
+}
+
+TEST_F(OpenedBus, OfTheSystemIsAConnectionOfItsOwn)
+{
+    isOneOfItsOwn(sdbusplus::bus::new_system);
+}
 
 TEST_F(OpenedBus, ByDefaultIsSharedWithinAThreadAndNotClosed)
 {
     auto first = std::make_optional(sdbusplus::bus::new_default());
     const auto name = first->get_unique_name();
     EXPECT_EQ(sdbusplus::bus::new_default().get_unique_name(), name);
-    auto m = first->new_method_call("a.Name", "/a", "a.Type", "M");
+    auto m = first->new_signal("/a", "a.Type", "M");
     first.reset();
     EXPECT_TRUE(isThere(bus, name));
 }
 
 TEST_F(OpenedBus, IsNoneWhereNobodyListens)
 {
-    setAddresses("unix:path=/nonexistent");
-    // A thread that has none yet.
-    std::jthread([] {
-        EXPECT_THROW(sdbusplus::bus::new_default().get_unique_name(),
-                     std::logic_error);
-    });
+    setenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent", 1);
+    auto none = sdbusplus::bus::new_user();
+    EXPECT_EQ(none.release(), nullptr);
 }
 
 } // namespace

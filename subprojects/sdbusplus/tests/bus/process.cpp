@@ -29,9 +29,19 @@ void greet(bus_t& from, bus_t& to)
     auto m = from.new_method_call(to.get_unique_name().c_str(), "/a", "a.Type",
                                   "Hello");
     sd_bus_message_set_expect_reply(m.get(), 0);
-    sd_bus_message_send(m.get());
+    m.method_return();
     support::settle(from);
     to.wait(5s);
+}
+
+TEST_F(Processing, HandsOutWhatNobodyHandled)
+{
+    auto other = daemon.connect();
+    greet(other, bus);
+    auto received = bus.process();
+    ASSERT_TRUE(received);
+    EXPECT_TRUE(received.is_method_call("a.Type", "Hello"));
+    EXPECT_FALSE(bus.process());
 }
 
 TEST_F(Processing, SaysWhetherThereWasSomethingToDo)
@@ -51,6 +61,11 @@ TEST_F(Processing, WaitsNoLongerThanItIsTold)
     const auto waited = std::chrono::steady_clock::now() - start;
     EXPECT_GE(waited, 40ms);
     EXPECT_LT(waited, 5s);
+}
+
+TEST_F(Processing, HasADescriptorToWaitFor)
+{
+    EXPECT_GE(bus.get_fd(), 0);
 }
 
 } // namespace

@@ -136,7 +136,9 @@ sd_bus* PrivateBus::open() const
 
 sdbusplus::bus_t PrivateBus::connect() const
 {
-    return {open(), std::false_type()};
+    sdbusplus::bus_t connection(open(), std::false_type());
+    connection.set_should_close(true);
+    return connection;
 }
 
 } // namespace support

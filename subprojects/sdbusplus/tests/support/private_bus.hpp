@@ -28,7 +28,7 @@ class PrivateBus
     /** A new connection that nobody has waited for; the caller's. */
     sd_bus* open() const;
 
-    /** A new connection, closed when the object and its messages go. */
+    /** A new connection, closed when the object goes. */
     sdbusplus::bus_t connect() const;
 
     /** Kills the daemon, waits for its end and removes its folder. */

@@ -3,10 +3,12 @@
 
 #include "private_bus.hpp"
 
-#include <systemd/sd-bus.h>
+#include <sdbusplus/bus.hpp>
 
+#include <chrono>
 #include <functional>
 #include <stop_token>
+#include <string>
 #include <thread>
 #include <utility>
 
@@ -18,51 +20,33 @@ namespace support
 class Service
 {
   public:
-    using Answer = std::function<void(sd_bus_message*)>;
+    using Answer = std::function<void(sdbusplus::message_t&)>;
 
     static constexpr auto name = "a.Service";
 
     Service(const PrivateBus& bus, Answer function) :
-        connection(bus.open()), answer(std::move(function))
+        connection(bus.connect()), answer(std::move(function))
     {
-        sd_bus_add_filter(connection, nullptr, receive, this);
-        sd_bus_request_name(connection, name, 0);
+        connection.request_name(name);
         thread = std::jthread([this](std::stop_token stop) { serve(stop); });
     }
 
-    ~Service()
-    {
-        thread.request_stop();
-        thread.join();
-        sd_bus_flush_close_unref(connection);
-    }
-
-    Service(const Service&) = delete;
-    Service& operator=(const Service&) = delete;
-
   private:
-    static int receive(sd_bus_message* m, void* service, sd_bus_error*)
-    {
-        if (sd_bus_message_is_method_call(m, nullptr, nullptr) > 0)
-        {
-            static_cast<Service*>(service)->answer(m);
-        }
-        return 1;
-    }
-
     void serve(std::stop_token stop)
     {
-        constexpr auto aMoment = 5000;
         while (!stop.stop_requested())
         {
-            if (sd_bus_process(connection, nullptr) == 0)
+            auto m = connection.process();
+            if (m && m.get_type() == SD_BUS_MESSAGE_METHOD_CALL)
             {
-                sd_bus_wait(connection, aMoment);
+                answer(m);
+                connection.flush();
             }
+            connection.wait(std::chrono::milliseconds(5));
         }
     }
 
-    sd_bus* connection;
+    sdbusplus::bus_t connection;
     Answer answer;
     std::jthread thread;
 };

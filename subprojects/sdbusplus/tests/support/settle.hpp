@@ -11,7 +11,7 @@ inline void settle(sdbusplus::bus_t& bus)
 {
     auto ping = bus.new_method_call("org.freedesktop.DBus", "/",
                                     "org.freedesktop.DBus.Peer", "Ping");
-    bus.call(ping);
+    bus.call_noreply(ping);
     while (bus.process_discard())
     {
     }
