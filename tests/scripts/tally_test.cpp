@@ -87,8 +87,11 @@ TEST_F(Tally, CountsAProgramThatTakesTooLongAsAFailure)
 
 TEST_F(Tally, FailsWhereNothingRan)
 {
-    EXPECT_EQ(tally(directory.file("none")),
-              (Completed{1, "0 passed, 0 failed\n", "tally: no test ran\n"}));
+    const Completed nothing{1, "0 passed, 0 failed\n", "tally: no test ran\n"};
+    EXPECT_EQ(tally(directory.file("none")), nothing);
+    EXPECT_EQ(of("test('none', sample, protocol: 'gtest',\n"
+                 "     args: '--gtest_filter=NoSuchTest')\n"),
+              nothing);
 }
 
 } // namespace

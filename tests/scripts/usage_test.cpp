@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-// scripts/test refuses a wrong command line before it installs or builds.
+// Scripts refuse a wrong command line before they install or build.
 
 using namespace test;
 
@@ -38,6 +38,17 @@ TEST(ScriptsTest, RefusesAFilterThatTheShellExpanded)
 {
     EXPECT_EQ(scriptsTest({"tools", "first", "second"}),
               refusal("one folder and one filter at most; quote the filter"));
+}
+
+TEST(ScriptsMutants, RefusesATextThatNoErrorHolds)
+{
+    // A comment of the list of errors holds this one.
+    EXPECT_EQ(
+        run({fromEnvironment("WEXA_SOURCES") + "/scripts/mutants", "Small"}),
+        (Completed{2, "",
+                   "mutants: no line of tests/mutants.txt holds: Small\n"
+                   "usage: scripts/mutants [TEXT]    only the errors whose "
+                   "line holds TEXT\n"}));
 }
 
 } // namespace
