@@ -219,7 +219,7 @@ int usage()
     return 2;
 }
 
-/** @return the number of rounds; 0 where it is none */
+/** @return the number of rounds; 0 if the text is no such number */
 int roundsIn(std::string_view text)
 {
     constexpr auto most = 1000;

@@ -13,7 +13,7 @@ struct Side
 {
     std::function<void()> act;
 
-    /** It takes part in every so-manieth turn only. */
+    /** It takes part only in every turn of that number. */
     int every = 1;
 
     /** What it does afterwards, not timed. */

@@ -8,7 +8,7 @@
 namespace bench
 {
 
-/** A figure, or nothing where there is none to be had. */
+/** A figure; empty if it could not be measured. */
 using Figure = std::optional<double>;
 
 /** What was measured of an operation; durations are ratios to plain sd-bus. */

@@ -18,7 +18,7 @@ enum class Behaviour
     slow,      /**< it answers as it should, late */
 };
 
-/** @throw std::invalid_argument  names what there is to choose from */
+/** @throw std::invalid_argument  names the possible values */
 Behaviour behaviourNamed(const std::string& name);
 
 std::string nameOf(Behaviour behaviour);

@@ -31,7 +31,7 @@ struct FlashSettings
     static FlashSettings read(const PrivateDirectory& directory);
     void write(const PrivateDirectory& directory) const;
 
-    /** @throw std::invalid_argument  names what there is to choose from */
+    /** @throw std::invalid_argument  names the possible values */
     void setBehaviour(const std::string& name);
     void setUnit(const std::string& name);
 };

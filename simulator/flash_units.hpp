@@ -14,7 +14,7 @@ namespace bmcsim
 const std::vector<std::string>& flashTemplates();
 
 /** The unit template that a unit is an instance of, and the instance; both
- *  empty where it is none.
+ *  empty for a unit without a template.
  */
 struct UnitName
 {

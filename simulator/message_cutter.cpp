@@ -11,10 +11,10 @@
 namespace bmcsim
 {
 
-// The header of a D-Bus message: 16 bytes, the last four of which are the
-// length of the fields behind them, filled up to a multiple of eight; then the
-// body, whose length is in bytes four to seven. A client on this machine writes
-// numbers as this machine does.
+// A D-Bus message begins with 16 bytes. The last four are the length of the
+// fields that follow, filled up to a multiple of eight; bytes four to seven are
+// the length of the body after them. A client on this machine writes numbers as
+// this machine does.
 
 constexpr std::size_t fixedPart = 16;
 constexpr std::uint64_t longest = std::uint64_t{128} << 20;

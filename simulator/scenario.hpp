@@ -27,9 +27,9 @@ std::pair<std::string, std::string> assignment(const std::string& text);
 /** All that come with the simulator, by name. */
 std::vector<Scenario> scenarios();
 
-/** @param name  of one of them, or the path, with a "/", of a file of one's own
- *  @throw std::invalid_argument  there is none, or it cannot be read; says what
- *         there is
+/** @param name  of one of them, or the path of a file, with a "/" in it
+ *  @throw std::invalid_argument  the scenario does not exist or cannot be read;
+ *         names those that exist
  */
 Scenario scenarioNamed(const std::string& name);
 

@@ -13,7 +13,7 @@
 class Report
 {
   public:
-    /** @param verb  as the command line calls it; empty where there is none */
+    /** @param verb  as the command line calls it; may be empty */
     Report(std::string verb, bool json);
 
     /** Shows something that has just happened. */

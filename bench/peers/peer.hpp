@@ -42,7 +42,7 @@ class Peer
     /** `ssv` of `s` -> nothing */
     virtual void setText(const RemoteMethod& property, const char* value) = 0;
 
-    /** `ss` -> `o`, which nobody reads, as the library does not. */
+    /** `ss` -> `o`, which is not read: the library does not read it either. */
     virtual void start(const char* unit) = 0;
 
     /** `s` -> `a{sv}` */

@@ -16,8 +16,8 @@ Answer typedAnswer(Input& input, const std::string& types);
 /** What the service that `key` names in `Answers` would say. */
 Answer soundAnswer(Input& input, const std::string& key);
 
-/** An answer that nobody hopes for: values of other types, none, an error,
- *  nothing at all, a connection that is lost.
+/** An answer that is wrong: values of other types, no values, an error, no
+ *  answer at all, a connection that is lost.
  */
 Answer oddAnswer(Input& input);
 

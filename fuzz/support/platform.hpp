@@ -23,9 +23,9 @@ struct Answer
  */
 using Answers = std::map<std::string, Answer>;
 
-/** A connection to a bus that is none: a thread at the other end of a socket
- *  pair does what the bus and all services on it would do. That is a hundred
- *  times as fast, and each execution begins anew.
+/** A connection without a bus: a thread at the other end of a socket pair does
+ *  what the bus and all services on it would do. That is a hundred times as
+ *  fast as a real bus, and each execution begins anew.
  *
  *  A call that is not answered times out at once.
  */

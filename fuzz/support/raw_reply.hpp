@@ -17,8 +17,8 @@ struct RawMessage
     bool isError = false;
 };
 
-/** Answers with it. Where the caller's sd-bus drops it for its header, an
- *  error comes after it, so that nobody waits.
+/** Answers with it. If the caller's sd-bus drops it for its header, an error
+ *  follows, so that the caller does not wait.
  */
 test::Reply rawReply(RawMessage message);
 

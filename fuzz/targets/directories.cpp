@@ -52,8 +52,8 @@ static void makeEntry(fuzz::Input& input, const std::string& path)
     }
 }
 
-/** The path of which the device is asked: of a directory an entry that holds
- *  the signed image, if any does.
+/** Whether the device may be asked about a path: in a directory that is an
+ *  entry that holds the signed image, if there is one.
  */
 static bool mayBeAsked(const std::string& asked, const std::string& given)
 {

@@ -5,14 +5,14 @@ updates by hand"
 LICENSE = "Apache-2.0"
 LIC_FILES_CHKSUM = "file://LICENSE;md5=3b83ef96387f14655fc854ddc3c6bd57"
 
-# Builds the tree that it lies in. In a layer of its own it wants SRC_URI and
-# SRCREV instead.
+# Builds the tree that holds this recipe. In a layer of its own the recipe needs
+# SRC_URI and SRCREV instead.
 inherit externalsrc
 EXTERNALSRC = "${@os.path.abspath(os.path.join(d.getVar('THISDIR'), '../..'))}"
 
 inherit meson pkgconfig bash-completion
 
-# The platform's own libraries only: a missing one is an error that names it.
+# The platform's own libraries; no stand-in replaces a missing one.
 DEPENDS = " \
     fmt \
     libwexacore \
@@ -31,9 +31,9 @@ EXTRA_OEMESON = " \
 PACKAGECONFIG ??= "tools"
 PACKAGECONFIG[tools] = "-Dtools=enabled,-Dtools=disabled,cli11 nlohmann-json libtinyxml2"
 
-# For the build machine: the simulated BMC and the tool, on stand-ins of the
-# platform's libraries. These lie in folders of their own, where no other recipe
-# finds them. openembedded-core has no systemd-native: a layer has to offer
+# For the build machine: the simulated BMC and the tool, with stand-ins of the
+# platform's libraries. These are installed into folders of their own, where no other
+# recipe finds them. openembedded-core has no systemd-native: a layer has to provide
 # libsystemd under that name.
 BBCLASSEXTEND = "native"
 DEPENDS:class-native = "cli11 fmt nlohmann-json openssl systemd"
@@ -47,8 +47,8 @@ EXTRA_OEMESON:class-native = " \
     --libdir=${libdir}/wexa-desk \
 "
 
-# The bus policy is needed on every board. The unit is an example: the recipe of
-# the daemon installs it, with the daemon's program in it.
+# Every board needs the bus policy. The unit is an example: the recipe of the daemon
+# installs it with the daemon's program in it.
 do_install:append:class-target() {
     install -D -m 0644 ${S}/packaging/dbus/com.WEXA.FirmwareManager.conf \
         ${D}${datadir}/dbus-1/system.d/com.WEXA.FirmwareManager.conf
@@ -57,9 +57,8 @@ do_install:append:class-target() {
 }
 FILES:${PN} += "${datadir}/dbus-1/system.d/com.WEXA.FirmwareManager.conf"
 
-# The library, -dev and -doc are split as ever; the tool is a package of its
-# own, for boards that are updated by hand.
-# bash-completion has put a package of its own there already.
+# The tool is a package of its own, for boards that are updated by hand. "+=":
+# bash-completion.bbclass has added a package already.
 PACKAGE_BEFORE_PN += "${PN}-tools"
 FILES:${PN}-tools = " \
     ${bindir}/wexa-fwmgr \

@@ -17,7 +17,7 @@ class OfferedMembers
     OfferedMembers(std::string name, std::vector<std::string> all);
 
     /** @param list  separated by commas; may be empty
-     *  @throw std::invalid_argument  names what there is to choose from
+     *  @throw std::invalid_argument  names the possible values
      */
     void choose(const std::string& list);
 

@@ -9,8 +9,8 @@ namespace wexa::core
 /** Adds "applyTime", when the user wants the image applied, to the result of
  *  an upload: "OnReset", "Immediate" or "OnStartUpdateRequest".
  *
- *  An apply time that is none of these is left out; one that the settings
- *  service does not tell is left out and logged. Neither fails the upload.
+ *  Another apply time is left out. One that the settings service does not
+ *  tell is left out and logged. Neither fails the upload.
  *
  *  @throw sdbusplus::exception::SdBusError  the call cannot be created
  */

@@ -24,7 +24,7 @@ std::string number(std::uint32_t value)
     return {reinterpret_cast<const char*>(&value), sizeof(value)};
 }
 
-/** A message without fields, and a body of which this is the length. */
+/** A message without fields, with a body of this length. */
 std::string messageOf(std::uint32_t bodySize)
 {
     constexpr std::uint16_t one = 1;

@@ -116,8 +116,8 @@ class Run : public testing::TestWithParam<Condition>
         return run(line, environment());
     }
 
-    /** What there is of this test's simulated BMCs: directories, control
-     *  groups and processes.
+    /** What is left of this test's simulated BMCs: directories, control groups
+     *  and processes.
      */
     std::string traces() const
     {

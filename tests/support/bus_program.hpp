@@ -24,7 +24,7 @@ class BusProgram
      */
     virtual void refuse(const std::string& service) = 0;
 
-    /** The error, its name and text, of a call to a name that nobody has. */
+    /** The error, its name and text, of a call to a name without an owner. */
     virtual std::string serviceUnknown(const std::string& service) const = 0;
 
     /** The same of a service that leaves without an answer. */

@@ -11,7 +11,7 @@ namespace test
 /** A library's function, which one of the program's with the same name hides.
  *
  *  @param symbol  its name as the linker knows it
- *  @throw std::runtime_error  there is none
+ *  @throw std::runtime_error  no library has the symbol
  */
 template <typename Function>
 Function* hidden(const char* symbol)

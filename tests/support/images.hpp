@@ -26,7 +26,7 @@ class Images
         return make("bmc", {"--kind", "bmc", "--version", version, "--force"});
     }
 
-    /** The path of a file that nobody made. */
+    /** The path of a file that does not exist. */
     std::string missing() const
     {
         return directory.file("missing");

@@ -21,7 +21,7 @@
 namespace test
 {
 
-/** A library object on a bus of its own, every word of which is heard.
+/** A library object on a bus of its own, which is recorded.
  *
  *  A test offers services, calls an operation, and compares result, `events`
  *  (both streams and the calls that services received, in order) and `sent`

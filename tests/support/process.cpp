@@ -23,8 +23,8 @@
 namespace test
 {
 
-/** As a login shell starts programs: nothing is ignored or blocked. Whoever
- *  runs the tests, such as nohup, may ignore signals.
+/** As a login shell starts programs: nothing is ignored or blocked. What runs
+ *  the tests, such as nohup, may ignore signals.
  */
 static void resetSignals()
 {

@@ -58,7 +58,7 @@ class Process
   private:
     using Time = std::chrono::steady_clock::time_point;
 
-    /** Reads what there is; false at the end of both streams. */
+    /** Reads what has arrived; false at the end of both streams. */
     bool readSome(Time deadline);
 
     pid_t child = -1;

@@ -112,7 +112,7 @@ class Monitor
         }
         catch (const sdbusplus::exception_t&)
         {
-            // Where systemd is absent there are none.
+            // Without systemd there are no jobs.
         }
     }
 

@@ -35,8 +35,8 @@ WEXACORE_EXPORT int get_capsule_version_from_image(char* imagePath,
                                                    int versionSize,
                                                    int capsuleKind);
 
-/** @return a capsule's kind, 1 to 3; 0 an image that is none; -EIO no
- *          readable image
+/** @return a capsule's kind, 1 to 3; 0 for another image; -EIO if the image
+ *          cannot be read
  */
 WEXACORE_EXPORT int check_bios_seamless_capsule(char* imagePath);
 

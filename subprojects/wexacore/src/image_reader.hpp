@@ -20,10 +20,9 @@ struct Header
     std::string date;
 };
 
-/** Reads the header and its texts of a file that nobody has checked.
+/** Reads the header of an untrusted file, and the texts in it.
  *
- *  The digest is not computed: whether an image is authentic is another's
- *  question.
+ *  The digest is not computed: the security manager does that.
  *
  *  @param path  may be null
  *  @return nothing where the file cannot be read, is no regular file, or is

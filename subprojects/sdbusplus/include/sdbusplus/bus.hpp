@@ -105,7 +105,8 @@ struct bus
         wait(timeout ? timeout->count() : UINT64_MAX);
     }
 
-    /** Handles one message; what nobody handled comes back, else none. */
+    /** Handles one message. Returns it if no handler took it, else a null one.
+     */
     message_t process()
     {
         sd_bus_message* m = nullptr;
@@ -175,7 +176,7 @@ struct bus
 
     /** Name on the bus, such as ":1.11".
      *
-     *  Throws std::logic_error where there is none.
+     *  Throws std::logic_error if the connection has no name.
      */
     std::string get_unique_name()
     {

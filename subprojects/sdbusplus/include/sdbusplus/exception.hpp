@@ -17,11 +17,11 @@ namespace exception
 /** Base of everything this library throws; catch this one. */
 struct [[gnu::visibility("default")]] exception : public std::exception
 {
-    /** D-Bus error name; null where there is none. */
+    /** D-Bus error name; may be null. */
     virtual const char* name() const noexcept = 0;
-    /** Text for people; null where there is none. */
+    /** Text for people; may be null. */
     virtual const char* description() const noexcept = 0;
-    /** Positive errno; 0 where there is no error. */
+    /** Positive errno; 0 if there is no error. */
     virtual int get_errno() const noexcept = 0;
 
   private:

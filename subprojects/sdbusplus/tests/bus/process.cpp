@@ -22,7 +22,7 @@ class Processing : public testing::Test
     bus_t bus = daemon.connect();
 };
 
-/** Sends to a call that nobody answers, and waits until it is there. */
+/** Sends a message that no handler takes, and waits until it has arrived. */
 void greet(bus_t& from, bus_t& to)
 {
     support::settle(to);

@@ -25,7 +25,7 @@ class PrivateBus
         return socket;
     }
 
-    /** A new connection that nobody has waited for; the caller's. */
+    /** A new connection, which may not be ready yet; the caller's. */
     sd_bus* open() const;
 
     /** A new connection, closed when the object goes. */

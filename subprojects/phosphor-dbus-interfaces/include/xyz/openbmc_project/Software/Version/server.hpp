@@ -41,8 +41,8 @@ class [[gnu::visibility("default")]] Version
     /** "xyz.openbmc_project.Software.Version.VersionPurpose." and the
      *  enumerator's name.
      *
-     *  Throws std::invalid_argument, whose text is the number, for a value
-     *  that is none of them.
+     *  Throws std::invalid_argument, whose text is the number, for any other
+     *  value.
      */
     static std::string convertVersionPurposeToString(VersionPurpose e);
 };
