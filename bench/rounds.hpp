@@ -13,7 +13,7 @@ struct Side
 {
     std::function<void()> act;
 
-    /** It takes part only in every turn of that number. */
+    /** 1: it takes part in every turn; 3: in every third. */
     int every = 1;
 
     /** What it does afterwards, not timed. */

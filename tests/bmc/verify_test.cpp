@@ -142,7 +142,7 @@ INSTANTIATE_TEST_SUITE_P(
                     RefusedPurpose{VersionPurpose::PSU, "PSU"}),
     [](const auto& row) { return row.param.name; });
 
-TEST_F(VerifyBmc, LetsTheConversionOfAnUnheardOfPurposeFail)
+TEST_F(VerifyBmc, ThrowsForAPurposeThatIsNoEnumerator)
 {
     for (const auto number : {-1, 7, 1000})
     {

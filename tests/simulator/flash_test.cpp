@@ -134,7 +134,7 @@ TEST_P(Flash, ThatIsStartedTwiceEndsOnce)
     expectEnd("done");
 }
 
-TEST_P(Flash, IsRefusedWhereTheUnitNameIsNone)
+TEST_P(Flash, IsRefusedWhereTheUnitNameIsInvalidOrUnknown)
 {
     EXPECT_EQ(client.call("StartUnit",
                           {"obmc-flash-bmc-rot2@a b.service", "replace"}),

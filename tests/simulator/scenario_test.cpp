@@ -63,7 +63,7 @@ TEST(Scenarios, CanBeChangedByFurtherSettings)
     EXPECT_EQ(bmc.state()["services"]["host"]["values"]["board-id"], "9");
 }
 
-TEST(Scenarios, CanBeFilesOfOnesOwn)
+TEST(Scenarios, CanBeFilesOfTheUser)
 {
     const TemporaryDirectory directory;
     const auto file = directory.file("mine.scenario");

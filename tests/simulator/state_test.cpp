@@ -224,7 +224,7 @@ TEST_F(State, IsShownFromAnotherTerminalWhereOneSimulatedBmcRuns)
                     "  .*/wexa-bmcsim\\.......\n"));
 }
 
-TEST_F(State, IsNotSetToWhatThereIsNot)
+TEST_F(State, RefusesUnknownSettingsAndValues)
 {
     EXPECT_EQ(bmc.run({"wexa-bmcsim", "set", "security", "odd"}),
               (Completed{1, "",

@@ -100,7 +100,7 @@ TEST_F(CommandLine, NeedsAnImage)
     EXPECT_EQ(fwmgr({"verify", "bmc"}), refusal("IMAGE is required"));
 }
 
-TEST_F(CommandLine, RefusesATimeoutThatIsNone)
+TEST_F(CommandLine, RefusesAnInvalidTimeout)
 {
     EXPECT_EQ(fwmgr({"update", "bmc", "image", "--timeout", "0"}),
               refusal("--timeout: Value 0 not in range 1 to 86400"));

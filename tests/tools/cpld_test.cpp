@@ -105,7 +105,7 @@ TEST_F(Cpld, ComponentsAreListedWithVersionAndProperties)
                                                           ""}));
 }
 
-TEST_F(Cpld, ComponentsMayBeNone)
+TEST_F(Cpld, ListOfComponentsMayBeEmpty)
 {
     bmc.set("cpld-bound", "");
     EXPECT_EQ(fwmgr({"components"}),

@@ -49,7 +49,7 @@ TEST_F(Bus, AddsAReferenceOfItsOwn)
     EXPECT_TRUE(goes(bus, name));
 }
 
-TEST_F(Bus, ClosesTheConnectionIfToldToWhoeverElseHoldsIt)
+TEST_F(Bus, ClosesTheConnectionOfOthersIfToldTo)
 {
     auto* raw = daemon.open();
     auto closing = std::make_optional<bus_t>(raw);
@@ -102,7 +102,7 @@ TEST_F(Bus, RefusesAConnectionThatWasNeverStarted)
     EXPECT_THROW((bus_t{raw, std::false_type()}), std::logic_error);
 }
 
-TEST_F(Bus, CanBeNone)
+TEST_F(Bus, CanHoldNoConnection)
 {
     bus_t none(nullptr);
     EXPECT_EQ(none.release(), nullptr);

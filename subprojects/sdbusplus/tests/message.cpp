@@ -102,7 +102,7 @@ TEST_F(Message, SurvivesAssignmentToItself)
     EXPECT_FALSE(wire.busIsGone());
 }
 
-TEST_F(Message, GivesItsReferenceToWhoeverReleasesIt)
+TEST_F(Message, GivesItsReferenceUpWhenItIsReleased)
 {
     message_t m(last(), std::false_type());
     auto* raw = m.release();
@@ -112,7 +112,7 @@ TEST_F(Message, GivesItsReferenceToWhoeverReleasesIt)
     EXPECT_TRUE(wire.busIsGone());
 }
 
-TEST_F(Message, CanBeNone)
+TEST_F(Message, CanBeNull)
 {
     message_t none;
     EXPECT_FALSE(none);

@@ -116,14 +116,14 @@ TEST_F(Match, MayKeepTheMessageItIsGiven)
     EXPECT_EQ(number, 5U);
 }
 
-TEST_F(Match, SaysNothingOfARuleThatTheBusRefuses)
+TEST_F(Match, DoesNotThrowForARuleThatTheBusRefuses)
 {
     match_t match(bus, "no rule", note());
     emit("Changed", 1);
     EXPECT_EQ(seen, Numbers{});
 }
 
-TEST_F(Match, SaysNothingOfABusThatIsNone)
+TEST_F(Match, AcceptsABusWithoutAConnection)
 {
     sdbusplus::bus_t none(nullptr);
     EXPECT_NO_THROW(match_t(none, rule, note()));
@@ -132,7 +132,7 @@ TEST_F(Match, SaysNothingOfABusThatIsNone)
 // In a process of its own, because sd-bus does not clean up behind it.
 using MatchDeathTest = Match;
 
-TEST_F(MatchDeathTest, LetsAnExceptionThroughToWhoeverProcesses)
+TEST_F(MatchDeathTest, LetsAnExceptionThroughToTheCallerOfProcess)
 {
     auto processAndReport = [&] {
         match_t match(bus, rule, [](message_t&) {

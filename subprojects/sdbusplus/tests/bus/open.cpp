@@ -70,7 +70,7 @@ TEST_F(OpenedBus, ByDefaultIsSharedWithinAThreadAndNotClosed)
     EXPECT_TRUE(isThere(bus, name));
 }
 
-TEST_F(OpenedBus, IsNoneWhereNobodyListens)
+TEST_F(OpenedBus, HoldsNoConnectionIfNoBusListens)
 {
     setenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent", 1);
     auto none = sdbusplus::bus::new_user();

@@ -34,7 +34,7 @@ void greet(bus_t& from, bus_t& to)
     to.wait(5s);
 }
 
-TEST_F(Processing, HandsOutWhatNobodyHandled)
+TEST_F(Processing, ReturnsAMessageThatNoMatchHandled)
 {
     auto other = daemon.connect();
     greet(other, bus);

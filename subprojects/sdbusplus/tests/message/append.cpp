@@ -146,14 +146,14 @@ TEST_F(Append, PutsNothingForNothing)
     EXPECT_EQ(typesOf(), "");
 }
 
-TEST_F(Append, SaysNothingOfATextThatIsNotUtf8)
+TEST_F(Append, DoesNotThrowForATextThatIsNotUtf8)
 {
     auto m = wire.open();
     EXPECT_NO_THROW(m.append(std::string("\xff"), uint32_t(1)));
     EXPECT_STREQ(m.get_signature(), "s");
 }
 
-TEST_F(Append, SaysNothingOfAPathThatIsNone)
+TEST_F(Append, DoesNotThrowForAnInvalidPath)
 {
     auto m = wire.open();
     EXPECT_NO_THROW(m.append(object_path(std::string("no path"))));
@@ -161,14 +161,14 @@ TEST_F(Append, SaysNothingOfAPathThatIsNone)
     EXPECT_STREQ(m.get_signature(), "o");
 }
 
-TEST_F(Append, SaysNothingOfAMessageThatIsSealed)
+TEST_F(Append, DoesNotThrowForASealedMessage)
 {
     auto m = holding(uint32_t(1));
     EXPECT_NO_THROW(m.append(uint32_t(2)));
     EXPECT_STREQ(m.get_signature(), "u");
 }
 
-TEST_F(Append, SaysNothingOfAMessageThatIsNone)
+TEST_F(Append, DoesNotThrowForANullMessage)
 {
     sdbusplus::message_t none;
     EXPECT_NO_THROW(none.append(std::string("text"), true));
