@@ -60,7 +60,7 @@ class BuiltinEngine
     BuiltinUnit* unitAt(const std::string& path);
     BuiltinJob* jobAt(const std::string& path);
 
-    /** Queues a job, to be run by `runJobs`, or finds the one that there is.
+    /** Queues a job, to be run by `runJobs`, or finds the one that is queued.
      *
      *  @param client  the unique name of the client, or empty
      */

@@ -13,9 +13,7 @@
 namespace bmcsim
 {
 
-/** Runs flash units and answers as systemd's manager does, where systemd cannot
- *  be had.
- */
+/** Runs flash units and answers as systemd's manager does, without systemd. */
 class BuiltinManager : public UnitManager
 {
   public:

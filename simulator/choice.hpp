@@ -7,11 +7,11 @@
 namespace bmcsim
 {
 
-/** Makes sure that a name is one of those that there are.
+/** Makes sure that a name is among the known ones.
  *
  *  @param what  it is the name of, in words
  *  @return the name
- *  @throw std::invalid_argument  it is not; names those that there are
+ *  @throw std::invalid_argument  it is not; names the known ones
  */
 std::string chosenFrom(const std::vector<std::string>& known,
                        const std::string& name, const std::string& what);

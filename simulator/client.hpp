@@ -17,7 +17,7 @@ int setBehaviour(const std::string& directory, const std::string& what,
 /** Prints the state of a running simulated BMC; the exit status. */
 int printState(const std::string& directory, bool json);
 
-/** Prints the scenarios that there are; the exit status. */
+/** Prints all scenarios; returns the exit status. */
 int listScenarios();
 
 } // namespace bmcsim

@@ -20,7 +20,7 @@ void adoptOrphans()
     checked(prctl(PR_SET_CHILD_SUBREAPER, 1), "cannot adopt processes");
 }
 
-/** Those that have not ended, but for `kept`. Reaps those that have. */
+/** Those that have not ended, except `kept`. Reaps those that have ended. */
 static std::set<pid_t> childrenBesides(pid_t kept)
 {
     std::set<pid_t> children;

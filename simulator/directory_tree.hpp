@@ -7,7 +7,7 @@
 namespace bmcsim
 {
 
-/** Removes what a directory holds, but for the entries `kept`.
+/** Removes what a directory holds, except the entries `kept`.
  *
  *  It follows no symbolic link, and enters no other mount: what is
  *  mounted below the directory stays as it is.

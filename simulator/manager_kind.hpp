@@ -10,7 +10,7 @@ namespace bmcsim
 /** Which manager runs the flash units. */
 enum class ManagerKind
 {
-    /** systemd where it can be had, else the built-in one. */
+    /** systemd if it can be started, else the built-in one. */
     automatic,
     systemd,
     builtin,
@@ -25,7 +25,7 @@ struct NoSystemd : std::runtime_error
 /** Goes on without systemd, and says so where it was a wish.
  *
  *  @return the built-in manager
- *  @throw std::runtime_error  `wanted` is systemd and no other; the reason and
+ *  @throw std::runtime_error  `wanted` is `systemd`; says the reason and
  *         the way out
  */
 ManagerKind withoutSystemd(ManagerKind wanted, const NoSystemd& reason);

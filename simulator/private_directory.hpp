@@ -29,7 +29,7 @@ class PrivateDirectory
      */
     static void removeDead(void (*prepare)(const PrivateDirectory&));
 
-    /** Removes it and all it holds, but for what is mounted there. It stays,
+    /** Removes it and all it holds, except what is mounted there. It stays,
      *  almost empty, where its control group does.
      */
     void remove() const noexcept;

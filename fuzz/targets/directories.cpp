@@ -14,7 +14,7 @@
 
 // The signed image of a CPLD in directories of any names and kinds of entries.
 
-/** A name of any bytes that a file can have, but for those that lead out of
+/** A name of any bytes that a file can have, except those that lead out of
  *  their directory; often one that is looked for.
  */
 static std::string nameFrom(fuzz::Input& input)

@@ -12,7 +12,7 @@ class OfferedMembers
 {
   public:
     /** @param name  what the simulator's users call the choice
-     *  @param all   that there are; chosen from the start
+     *  @param all   names; all are chosen at the start
      */
     OfferedMembers(std::string name, std::vector<std::string> all);
 

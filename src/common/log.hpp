@@ -8,7 +8,7 @@
 #include <string_view>
 
 /** The library's log: whole lines, progress on standard output, errors on
- *  standard error. Each is flushed as it is written, but for those of
+ *  standard error. Each is flushed as it is written, except those of
  *  `errorUnflushed`.
  *
  *  Texts are bytes of the interface, newlines included. They are formatted by

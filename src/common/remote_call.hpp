@@ -8,9 +8,9 @@
 /** How every remote call of the library is made, and what becomes of its
  *  failures:
  *
- *  1. Create the method call. Not guarded: a connection that cannot make
- *     messages, or a name that sd-bus refuses, is the daemon's to know, and
- *     leaves the operation as `SdBusError`.
+ *  1. Create the method call. Not guarded: if the connection cannot make
+ *     messages, or sd-bus refuses a name, the operation throws `SdBusError`,
+ *     so that the daemon knows.
  *  2. Append the arguments. sdbusplus does not check this step; a message
  *     that it broke fails when it is called.
  *  3. Guarded, catching `RemoteError`: call, read what is needed of the

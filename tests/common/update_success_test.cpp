@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "../support/library_test.hpp"
 
-// What the daemon says of a finished update is logged, but for CPLDs.
+// What the daemon says of a finished update is logged, except for CPLDs.
 
 using namespace test;
 using testing::ElementsAre;

@@ -57,7 +57,7 @@ std::set<std::string> errors()
     return all;
 }
 
-/** As the document shortens it: after "(" the rest goes without saying. */
+/** As the document shortens it: it leaves out what follows "(". */
 std::string shortened(const std::string& text)
 {
     const auto parenthesis = text.find('(');

@@ -72,8 +72,8 @@ class ImagePath : public Platform, public testing::WithParamInterface<PathRow>
                                image == cpldImage ? "image" : bytesOf(image));
     }
 
-    /** An upload ends as at a call site, but for the image's path; or nothing
-     *  is asked of any service.
+    /** An upload ends as at a call site, except for the image's path; or
+     * nothing is asked of any service.
      */
     void expectUpload(const CallSite& site,
                       const wexa::core::UploadResult& result,

@@ -12,7 +12,7 @@
 namespace test
 {
 
-/** A platform that is healthy but for one method. */
+/** A platform that is healthy except for one method. */
 class Platform : public LibraryTest
 {
   public:

@@ -10,7 +10,7 @@
 
 // A flash unit looks the same under a real systemd and under the built-in
 // manager: what is answered, what is signalled, and each property that a client
-// reads before, during and after the flash, but for identifiers and times.
+// reads before, during and after the flash, except identifiers and times.
 
 using namespace test;
 

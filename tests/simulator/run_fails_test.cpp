@@ -146,7 +146,7 @@ TEST_P(RunFails, WithTheSignalThatComesWhileItStarts)
     }
 }
 
-/** A run of `true` where systemd cannot be had: as root of a container. */
+/** A run of `true` where systemd cannot be started: as root of a container. */
 class RunWithoutSystemd : public testing::Test
 {
   protected:

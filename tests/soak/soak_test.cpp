@@ -57,7 +57,7 @@ void answerStart(sd_bus_message* call)
     healthy(siteNamed(isCpld ? "UpdateCpld" : "UpdateBmc"))(call);
 }
 
-/** Services that stay and are healthy but for one method, which is switched.
+/** Services that stay and are healthy except for one method, which is switched.
  */
 class SwitchedBoard : public Board
 {

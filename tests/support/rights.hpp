@@ -5,8 +5,8 @@
 
 #include <string>
 
-/** What tests need of the machine and of the user who runs them. Where it is
- *  missing they are skipped, and say what it is.
+/** What tests need of the machine and of the user who runs them. Without it
+ * they are skipped, and say what is missing.
  */
 namespace test::rights
 {
@@ -14,7 +14,7 @@ namespace test::rights
 /** Why there can be no real systemd; empty where there can. */
 std::string missingForSystemd();
 
-/** The manager of that name; where it cannot be had, the built-in one, for
+/** The manager of that name, or the built-in one if it cannot be started: for
  *  fixtures of tests that `SKIP_WITHOUT_MANAGER` skips.
  */
 std::string managerOr(const std::string& wanted);

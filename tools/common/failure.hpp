@@ -32,7 +32,7 @@ class Failure : public std::runtime_error
 {
   public:
     /** @param what   what could not be done, on one line
-     *  @param found  what the verb has to show all the same
+     *  @param found  what the verb shows in spite of it
      */
     Failure(ExitStatus status, const std::string& what, Reason reason,
             Result found = {}) :

@@ -21,5 +21,5 @@ struct Kind
 
 const std::vector<Kind>& allKinds();
 
-/** @param name  of one that there is */
+/** @param name  bmc, bios or cpld */
 const Kind& kindNamed(const std::string& name);

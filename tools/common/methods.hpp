@@ -3,7 +3,7 @@
 
 #include <string>
 
-/** D-Bus signatures of what goes in and what comes out. */
+/** The D-Bus signatures of the arguments and of the reply. */
 struct MethodTypes
 {
     std::string in;

@@ -62,9 +62,9 @@ Result listComponents(const Request& request);
 /** Tells of finished flash jobs and CPLD notifications until it is stopped. */
 Result monitor(const Request& request);
 
-/** Looks whether the board has all that the library needs: without calling
- *  anything that changes something, and without the library itself.
+/** Checks that the board has all that the library needs. Makes no call that
+ *  changes anything, and calls no operation of the library.
  *
- *  @throw Failure  it has not; with all that was found
+ *  @throw Failure  something is missing; with all that was found
  */
 Result examineBoard(const Request& request);

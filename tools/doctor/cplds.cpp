@@ -10,7 +10,7 @@
 static const Need registryNeed{Level::failure,
                                "no CPLD can be listed, verified or updated"};
 
-/** Asks for the registry; a finding where it cannot be had. */
+/** Asks for the registry; a failure of the call is a finding. */
 static cpld::Registry registered(Findings& findings, sdbusplus::bus_t& bus)
 {
     try

@@ -172,7 +172,7 @@ void Flash::start()
     }
 }
 
-/** What ended before the start is no word about this flash. */
+/** A job that ended before the start says nothing about this flash. */
 void Flash::forgetEarlierJobs()
 {
     signals.process();

@@ -102,7 +102,7 @@ void requireSignedImage(const std::string& image)
     fs::directory_iterator entry(image, error);
     for (; !error && entry != fs::directory_iterator(); entry.increment(error))
     {
-        // Of the whole path: a directory of that name matches at once.
+        // The whole path counts, so a directory of that name matches, too.
         const auto path = entry->path().string();
         if (path.find("image_cpld_signed") == std::string::npos)
         {

@@ -40,16 +40,15 @@ struct FirmwareKind
 
 /** How the library is called.
  *
- *  What calls it lives in a module that is loaded when a verb needs it, so that
- *  the tool can say what is missing where the library, or something that it is
- *  linked with, is not there. All else is in the tool, where it is once.
+ *  A module calls the library. The tool loads it when a verb needs it, so that
+ *  it can say what is missing if the library, or another one that this needs,
+ *  is not installed. All other code is in the tool.
  */
 struct Library
 {
     using Manager = FirmwareKind::Manager;
 
-    /** All that there are; of a name the first that includes an image counts.
-     */
+    /** All sorts. The first sort of a kind that includes an image counts. */
     std::vector<FirmwareKind> kinds;
     Manager (*bind)(sdbusplus::bus_t& bus);
     decltype(&Manager::compare_boardID) compareBoardId;
@@ -76,7 +75,7 @@ const Library& library();
 
 /** What an image is.
  *
- *  @param kind  of firmware; one that there is
+ *  @param kind  of firmware: bmc, bios or cpld
  */
 const FirmwareKind& firmwareKindOf(const std::string& kind,
                                    const std::string& image);

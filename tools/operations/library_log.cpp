@@ -90,7 +90,7 @@ std::vector<std::string> LibraryLog::progress() const
 std::vector<std::string> LibraryLog::linesOfFailure() const
 {
     auto lines = err->lines();
-    // A no of the service that verifies is logged as progress.
+    // The library logs it as progress if the service refuses an image.
     if (const auto said = progress();
         !said.empty() && explanationOf(said.back()) != nullptr)
     {

@@ -40,7 +40,7 @@ enum class Fault
 };
 
 /** Breaks the bytes of an image. Where its header stays readable the digest
- *  is right for what the file holds, but for `Fault::digest`.
+ *  is right for what the file holds, except for `Fault::digest`.
  */
 std::string broken(std::string image, Fault fault);
 
