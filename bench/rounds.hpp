@@ -40,9 +40,8 @@ struct Duration
     std::optional<double> ratioOf99th;
 };
 
-/** Times all sides in turns, each turn in another order, so that whatever
- *  else the machine does, and what a side leaves in the caches, meets all of
- *  them.
+/** Times all sides in turns, each turn in another order, so that other load on
+ *  the machine, and what a side leaves in the caches, affects all sides.
  */
 std::vector<Duration> takeTurns(const std::vector<Side>& sides,
                                 const Rounds& rounds);

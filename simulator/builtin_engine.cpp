@@ -290,7 +290,8 @@ void BuiltinEngine::run(BuiltinJob& job)
     }
 }
 
-/** Ends the job of a unit where the unit has come to where the job wants it.
+/** Ends the job of a unit if the unit has reached the state that the job is
+ * for.
  */
 void BuiltinEngine::settle(BuiltinUnit& unit)
 {
@@ -316,7 +317,7 @@ void BuiltinEngine::finish(std::uint32_t id, const std::string& result)
     failWaiting(id, result);
 }
 
-/** As `finish`, where another job follows and the unit is told of then. */
+/** As `finish`, but signals no change of the unit: another job follows. */
 void BuiltinEngine::remove(std::uint32_t id, const std::string& result)
 {
     const auto job = std::move(allJobs.extract(id).mapped());
@@ -328,7 +329,7 @@ void BuiltinEngine::remove(std::uint32_t id, const std::string& result)
     }
 }
 
-/** Fails the jobs that wait for one that is not done. */
+/** Fails the jobs that wait for this one, unless it is done. */
 void BuiltinEngine::failWaiting(std::uint32_t id, const std::string& result)
 {
     std::vector<std::uint32_t> failed;

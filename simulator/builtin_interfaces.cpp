@@ -199,7 +199,7 @@ class Properties
         members.property(name, Changes::never, get);
     }
 
-    /** One that a flash unit never has otherwise. */
+    /** One that is the same for every flash unit. */
     template <typename Value>
     void always(const char* name, Value value)
     {
@@ -302,7 +302,7 @@ bool isRead(const Unit& unit)
            unit.file().loadState == "bad-setting";
 }
 
-/** What an output that is set so is: "append", "null", "journal". */
+/** The kind of an output setting: "append", "null", "journal". */
 std::string kindOf(const std::string& output, const char* usual)
 {
     return output.empty() ? usual : output.substr(0, output.find(':'));

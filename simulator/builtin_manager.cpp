@@ -76,7 +76,7 @@ void BuiltinManager::behave(Behaviour behaviour)
         unseen.clear();
         return;
     }
-    // A slow one answers late by the relay's doing.
+    // The relay delays the answers of a slow manager.
     life->bus.keep(isSilent() ? dbus::Pace::never : dbus::Pace::atOnce);
     life->engine.reload();
     if (!isSilent())

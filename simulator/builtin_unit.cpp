@@ -242,7 +242,7 @@ void BuiltinUnit::run(Command& command)
     std::vector<std::string> environment{"PATH=/usr/bin:/bin"};
     for (const auto& variable : unitFile.environment)
     {
-        // It speaks of mounts that only a real systemd has.
+        // Only a real systemd has the mounts that it describes.
         if (!variable.starts_with("WEXA_BMCSIM_MOUNTS="))
         {
             environment.push_back(variable);

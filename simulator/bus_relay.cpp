@@ -112,7 +112,7 @@ void BusRelay::accept()
     }
     catch (const std::system_error&)
     {
-        // As where there is no bus: the manager sees its connection end.
+        // The manager sees its connection end, as without a bus.
     }
     close(manager);
 }

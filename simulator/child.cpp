@@ -78,7 +78,7 @@ static void writeToLog(const Program& program)
         std::fprintf(stderr, "%s\n", error.what());
         _exit(126);
     }
-    // What this program was given by its own parent is not for others.
+    // The descriptors that this program got from its parent are not for others.
     close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC);
     auto command = pointersTo(program.command);
     auto environment = pointersTo(program.environment);

@@ -32,7 +32,7 @@ int watchChildren()
                    "signalfd");
 }
 
-/** All orphans of the simulated BMC are the container's to reap. */
+/** The container reaps all orphans of the simulated BMC. */
 void reapChildren(int children, Board& board)
 {
     signalfd_siginfo ignored{};

@@ -137,7 +137,7 @@ class Partition
         }
     }
 
-    /** What was there beyond goes. */
+    /** Cuts off what an earlier, larger image left. */
     void finish() const
     {
         checked(ftruncate(file.get(), static_cast<off_t>(written)), path);

@@ -27,8 +27,8 @@ std::optional<Image> examine(const std::string& path);
  */
 std::optional<Image> authenticate(const std::string& path);
 
-/** The file that is meant by a path: of a directory the first file, by name,
- *  that is called an image_cpld_signed; else the path.
+/** The image file that a path names: in a directory the first file, by name,
+ *  that is called an image_cpld_signed; else the path itself.
  */
 std::string imageFileOf(const std::string& path);
 

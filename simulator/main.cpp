@@ -135,7 +135,7 @@ void declareSet(CLI::App& app, std::function<int()>& action)
         ->required()
         ->option_text(" ");
     set->callback([&action] {
-        // D-Bus cannot carry what is no setting.
+        // D-Bus cannot carry every text.
         requireSetting(what + '=' + value);
         action = [] { return bmcsim::setBehaviour(directory, what, value); };
     });

@@ -22,7 +22,7 @@ struct NoSystemd : std::runtime_error
     using std::runtime_error::runtime_error;
 };
 
-/** Goes on without systemd, and says so where it was a wish.
+/** Goes on without systemd, and says so if `wanted` is `automatic`.
  *
  *  @return the built-in manager
  *  @throw std::runtime_error  `wanted` is `systemd`; says the reason and

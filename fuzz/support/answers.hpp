@@ -21,7 +21,7 @@ Answer soundAnswer(Input& input, const std::string& key);
  */
 Answer oddAnswer(Input& input);
 
-/** The one or the other. */
+/** A sound answer or an odd one. */
 Answer anyAnswer(Input& input, const std::string& key);
 
 /** Any answers of all services; some are absent. */

@@ -10,8 +10,8 @@
 namespace fuzz
 {
 
-/** The bytes of one execution, turned into decisions front to back. Used up
- *  it yields zeros for ever, which end whatever is made of it.
+/** The bytes of one execution, turned into decisions front to back. After the
+ *  last byte it yields zeros, which end what is built from it.
  */
 class Input
 {

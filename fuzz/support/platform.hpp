@@ -19,7 +19,7 @@ struct Answer
 };
 
 /** The answers of all services. The key is the method's name, for "Get" that
- *  of the service; what has no key is no service's.
+ *  of the service; a call without a key has no service.
  */
 using Answers = std::map<std::string, Answer>;
 

@@ -15,7 +15,7 @@ namespace fuzz
 class Target
 {
   public:
-    /** Makes it known by its name, from before `main` on. */
+    /** Registers it by its name, before `main` begins. */
     Target(std::string name, void (*run)(Input input));
 
     Target(const Target&) = delete;
@@ -36,10 +36,10 @@ class Target
     void (*execute)(Input input);
 };
 
-/** Says why, past the library's streams, and aborts. */
+/** Says why, not through the library's streams, and aborts. */
 [[noreturn]] void fail(const std::string& why);
 
-/** Where they differ shows both and fails. */
+/** Shows both and fails if they differ. */
 void requireSame(const std::string& what, const std::string& expected,
                  const std::string& actual);
 

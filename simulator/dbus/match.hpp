@@ -13,7 +13,7 @@ class Match
 {
   public:
     /** @param rule  as the bus takes it
-     *  @param hear  may throw; that is not told to anyone
+     *  @param hear  may throw; the exception is dropped
      */
     Match(const Connection& connection, const std::string& rule,
           std::function<void(Message&)> hear);

@@ -9,7 +9,7 @@
 namespace test
 {
 
-/** Sees the method calls on a bus from its making on, so that a test can act
+/** Sees the method calls on a bus while it exists, so that a test can act
  *  when one is made, or answered.
  */
 class CallGate

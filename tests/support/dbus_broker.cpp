@@ -45,7 +45,7 @@ int listenAt(const std::string& path)
     return listener;
 }
 
-/** The rules for everybody: connecting and owning are allowed, sending except
+/** The rules for all users: connecting and owning are allowed, sending except
  *  to `refused`, receiving.
  */
 void appendRules(sd_bus_message* message, const std::string& refused)

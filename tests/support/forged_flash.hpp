@@ -41,7 +41,7 @@ class ForgedFlash : public testing::TestWithParam<std::tuple<std::string, Lie>>
                                 testing::ValuesIn(lies));
     }
 
-    /** All that a flash can be said to have done and has not. */
+    /** Every false end of a flash that a forged signal can claim. */
     static auto withEveryLie()
     {
         return with({{"OfAFailedFlash", "fail", "done"},
