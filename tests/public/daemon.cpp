@@ -30,7 +30,16 @@ class Daemon
     /** The exit status: 0 flashed, 1 not flashed, 3 not known. */
     int update(const std::string& image)
     {
-        bus.request_name("com.WEXA.FirmwareManager"); // one daemon at a time
+        // One daemon at a time; request_name() may take the name from another.
+        constexpr std::uint32_t doNotQueue = 4;
+        std::uint32_t reply = 0;
+        call(bus, dbus, "/", dbus, "RequestName",
+             std::string("com.WEXA.FirmwareManager"), doNotQueue)
+            .read(reply);
+        if (reply != 1)
+        {
+            throw std::runtime_error("another daemon runs already");
+        }
         call(bus, dbus, "/", dbus, "GetNameOwner", systemd).read(owner);
         call(bus, systemd, "/org/freedesktop/systemd1", systemd + ".Manager",
              "Subscribe");

@@ -227,9 +227,7 @@ TEST_F(Daemon, IsTheOnlyOne)
                         bmc.environment());
     bmc.awaitFlash("bmc");
     EXPECT_EQ(handle(images.missing()),
-              (Completed{1, "",
-                         "daemon: sd_bus_request_name: org.freedesktop.DBus."
-                         "Error.FileExists: File exists\n"}));
+              (Completed{1, "", "daemon: another daemon runs already\n"}));
 }
 
 } // namespace
