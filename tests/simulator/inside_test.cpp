@@ -116,9 +116,11 @@ class OtherUsers : public testing::Test
 
 TEST_F(OtherUsers, AreKeptOut)
 {
-    EXPECT_EQ(
-        call(),
-        (Completed{1, "", "Failed to connect to bus: Permission denied\n"}));
+    const auto refused = call();
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_EQ(refused.out, "");
+    // How busctl goes on depends on its release.
+    EXPECT_THAT(refused.err, testing::StartsWith("Failed to connect to "));
 }
 
 TEST_F(OtherUsers, ReachTheBusWhereItsOwnerOpensTheDirectory)
