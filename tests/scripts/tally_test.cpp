@@ -47,9 +47,9 @@ class Tally : public testing::Test
 TEST_F(Tally, CountsTestsThatPassAndFail)
 {
     EXPECT_EQ(of("test('mixed', sample, protocol: 'gtest',\n"
-                 "     args: '--gtest_filter=*.Passes:*.Fails')\n"
+                 "     args: '--gtest_filter=*.Passes:*.Fails', suite: 's')\n"
                  "test('good', sh, args: ['-c', 'exit 0'])\n"
-                 "test('bad', sh, args: ['-c', 'exit 1'])\n"),
+                 "test('bad', sh, args: ['-c', 'exit 1'], suite: 's')\n"),
               (Completed{0, "2 passed, 2 failed\n", ""}));
 }
 
