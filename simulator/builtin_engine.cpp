@@ -10,21 +10,12 @@
 namespace bmcsim
 {
 
-constexpr auto managerPath = "/org/freedesktop/systemd1";
-constexpr auto managerInterface = "org.freedesktop.systemd1.Manager";
 constexpr auto invalidArgs = "org.freedesktop.DBus.Error.InvalidArgs";
 constexpr auto noSuchUnit = "org.freedesktop.systemd1.NoSuchUnit";
 
-static const std::string jobFolder = "/org/freedesktop/systemd1/job/";
-
-dbus::ObjectPath BuiltinJob::pathOf(std::uint32_t id)
-{
-    return {id == 0 ? "/" : jobFolder + std::to_string(id)};
-}
-
 BuiltinEngine::BuiltinEngine(PrivateDirectory directory,
                              const dbus::Connection& bus) :
-    directory(std::move(directory)), bus(bus),
+    directory(std::move(directory)), audience(bus),
     leavingClients(
         bus,
         "type='signal',sender='org.freedesktop.DBus',"
@@ -57,9 +48,9 @@ BuiltinUnit& BuiltinEngine::load(const std::string& name)
                               " units can be loaded.");
     }
     const auto [unit, isNew] = allUnits.try_emplace(name, directory, name);
-    if (isNew && !subscribers.empty())
+    if (isNew)
     {
-        announce("UnitNew", name, dbus::ObjectPath(unitText::objectPath(name)));
+        audience.tellOfUnit("UnitNew", name);
     }
     return unit->second;
 }
@@ -96,7 +87,7 @@ BuiltinJob* BuiltinEngine::jobAt(const std::string& path)
     std::uint32_t id = 0;
     const auto* const last = path.data() + path.size();
     const auto* const first =
-        path.data() + std::min(path.size(), jobFolder.size());
+        path.data() + std::min(path.size(), BuiltinJob::folder.size());
     const auto [read, error] = std::from_chars(first, last, id);
     const auto found =
         error == std::errc() && read == last ? allJobs.find(id) : allJobs.end();
@@ -210,10 +201,7 @@ BuiltinJob& BuiltinEngine::queue(BuiltinUnit& unit, bool isStop,
     }
     addClient(job, client);
     tell(unit);
-    if (isHeard(job))
-    {
-        announce("JobNew", job.id, BuiltinJob::pathOf(job.id), job.unit);
-    }
+    audience.tellNew(job);
     return job;
 }
 
@@ -259,7 +247,7 @@ void BuiltinEngine::run(BuiltinJob& job)
         {
             unit.stop();
             tell(unit);
-            tellState(job);
+            audience.tellState(job);
         }
         settle(unit);
         return;
@@ -269,7 +257,7 @@ void BuiltinEngine::run(BuiltinJob& job)
         case BuiltinUnit::Start::begun:
         case BuiltinUnit::Start::later:
             tell(unit);
-            tellState(job);
+            audience.tellState(job);
             settle(unit);
             break;
         case BuiltinUnit::Start::failed:
@@ -322,11 +310,7 @@ void BuiltinEngine::remove(std::uint32_t id, const std::string& result)
 {
     const auto job = std::move(allJobs.extract(id).mapped());
     allUnits.at(job.unit).job = 0;
-    if (isHeard(job))
-    {
-        announce("JobRemoved", job.id, BuiltinJob::pathOf(job.id), job.unit,
-                 result);
-    }
+    audience.tellEnd(job, result);
 }
 
 /** Fails the jobs that wait for this one, unless it is done. */
@@ -366,52 +350,15 @@ void BuiltinEngine::cancel(std::uint32_t id)
     runJobs();
 }
 
-void BuiltinEngine::subscribe(const std::string& client)
-{
-    if (!subscribers.insert(client).second)
-    {
-        throw dbus::Error("org.freedesktop.systemd1.AlreadySubscribed",
-                          "Client is already subscribed.");
-    }
-}
-
-void BuiltinEngine::unsubscribe(const std::string& client)
-{
-    if (subscribers.erase(client) == 0)
-    {
-        throw dbus::Error("org.freedesktop.systemd1.NotSubscribed",
-                          "Client is not subscribed.");
-    }
-}
-
 void BuiltinEngine::refer(const BuiltinUnit& unit, const std::string& client)
 {
     requireUsable(unit);
-    ++references[unit.name()][client];
-}
-
-void BuiltinEngine::release(const BuiltinUnit& unit, const std::string& client)
-{
-    auto& clients = references[unit.name()];
-    const auto found = clients.find(client);
-    if (found == clients.end())
-    {
-        throw dbus::Error("org.freedesktop.systemd1.NotReferenced",
-                          "Unit has not been referenced yet.");
-    }
-    if (--found->second == 0)
-    {
-        clients.erase(found);
-    }
+    audience.refer(unit.name(), client);
 }
 
 void BuiltinEngine::forget(const std::string& client)
 {
-    subscribers.erase(client);
-    for (auto& [unit, clients] : references)
-    {
-        clients.erase(client);
-    }
+    audience.forget(client);
     for (auto& [id, job] : allJobs)
     {
         job.clients.erase(client);
@@ -487,54 +434,21 @@ void BuiltinEngine::wake()
 /** Forgets the units that nothing needs, as systemd does. */
 void BuiltinEngine::collect()
 {
-    std::erase_if(references,
-                  [](const auto& entry) { return entry.second.empty(); });
     std::erase_if(allUnits, [this](const auto& entry) {
         const auto& [name, unit] = entry;
         const auto isDead = unit.job == 0 && unit.state().active == "inactive";
-        if (!isDead || references.contains(name))
+        if (!isDead || audience.isReferredTo(name))
         {
             return false;
         }
-        if (!subscribers.empty())
-        {
-            announce("UnitRemoved", name,
-                     dbus::ObjectPath(unitText::objectPath(name)));
-        }
+        audience.tellOfUnit("UnitRemoved", name);
         return true;
     });
 }
 
 void BuiltinEngine::tell(const BuiltinUnit& unit) const
 {
-    if (!subscribers.empty() || references.contains(unit.name()))
-    {
-        const auto path = unitText::objectPath(unit.name());
-        bus.tellChanges(path, "org.freedesktop.systemd1.Service");
-        bus.tellChanges(path, "org.freedesktop.systemd1.Unit");
-    }
-}
-
-void BuiltinEngine::tellState(const BuiltinJob& job) const
-{
-    if (isHeard(job))
-    {
-        bus.tellChanges(BuiltinJob::pathOf(job.id).text,
-                        "org.freedesktop.systemd1.Job", {"State"});
-    }
-}
-
-bool BuiltinEngine::isHeard(const BuiltinJob& job) const
-{
-    return !subscribers.empty() || !job.clients.empty();
-}
-
-template <typename... Values>
-void BuiltinEngine::announce(const char* signal, const Values&... values) const
-{
-    auto message = bus.newSignal(managerPath, managerInterface, signal);
-    message.append(values...);
-    message.send();
+    audience.tellChanges(unit.name());
 }
 
 } // namespace bmcsim

@@ -1,41 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "builtin_audience.hpp"
 #include "builtin_unit.hpp"
 #include "dbus/match.hpp"
 
 #include <map>
-#include <memory>
-#include <set>
 
 namespace bmcsim
 {
-
-/** A job of the built-in manager. */
-struct BuiltinJob
-{
-    std::uint32_t id;
-    std::string unit;
-    bool isStop;
-    bool isRunning = false;
-    /** The jobs that must be done before. */
-    std::set<std::uint32_t> after;
-    /** Clients that queued it: they hear of its end. */
-    std::set<std::string> clients;
-
-    std::string type() const
-    {
-        return isStop ? "stop" : "start";
-    }
-
-    std::string state() const
-    {
-        return isRunning ? "running" : "waiting";
-    }
-
-    /** The object of a job, or "/" for 0. */
-    static dbus::ObjectPath pathOf(std::uint32_t id);
-};
 
 /** Why a unit cannot be started, as systemd says it; empty where it can. */
 std::optional<dbus::Error> loadErrorOf(const BuiltinUnit& unit);
@@ -71,10 +44,8 @@ class BuiltinEngine
     BuiltinJob& job(std::uint32_t id);
     void cancel(std::uint32_t id);
 
-    void subscribe(const std::string& client);
-    void unsubscribe(const std::string& client);
+    /** @throw dbus::Error  the unit cannot be started */
     void refer(const BuiltinUnit& unit, const std::string& client);
-    void release(const BuiltinUnit& unit, const std::string& client);
     void reset(BuiltinUnit& unit);
     void resetAll();
 
@@ -84,6 +55,11 @@ class BuiltinEngine
     void childEnded(pid_t child, int status);
     std::optional<std::chrono::steady_clock::time_point> deadline() const;
     void wake();
+
+    BuiltinAudience& clients()
+    {
+        return audience;
+    }
 
     const std::map<std::string, BuiltinUnit>& units() const
     {
@@ -106,19 +82,12 @@ class BuiltinEngine
     void collect();
     void forget(const std::string& client);
     void tell(const BuiltinUnit& unit) const;
-    void tellState(const BuiltinJob& job) const;
-    bool isHeard(const BuiltinJob& job) const;
-    template <typename... Values>
-    void announce(const char* signal, const Values&... values) const;
 
     PrivateDirectory directory;
-    const dbus::Connection& bus;
+    BuiltinAudience audience;
     std::map<std::string, BuiltinUnit> allUnits;
     std::map<std::uint32_t, BuiltinJob> allJobs;
     std::uint32_t lastJob = 0;
-    std::set<std::string> subscribers;
-    /** How often a client refers to a unit, by the unit's name. */
-    std::map<std::string, std::map<std::string, int>> references;
     dbus::Match leavingClients;
 };
 

@@ -173,7 +173,8 @@ void addUnits(dbus::Interface<Engine>& members)
         call.reply();
     });
     members.method("UnrefUnit", "s", "", [](Engine& engine, Call& call) {
-        engine.release(engine.loaded(call.read<std::string>()), call.sender());
+        engine.clients().release(engine.loaded(call.read<std::string>()).name(),
+                                 call.sender());
         call.reply();
     });
     members.method("ResetFailedUnit", "s", "", [](Engine& engine, Call& call) {
@@ -349,11 +350,11 @@ dbus::Interface<BuiltinEngine> manager(bool answersNumber)
     addUnits(members);
     addLists(members);
     members.method("Subscribe", "", "", [](Engine& engine, const Call& call) {
-        engine.subscribe(call.sender());
+        engine.clients().subscribe(call.sender());
         call.reply();
     });
     members.method("Unsubscribe", "", "", [](Engine& engine, const Call& call) {
-        engine.unsubscribe(call.sender());
+        engine.clients().unsubscribe(call.sender());
         call.reply();
     });
     members.method("Reload", "", "", [](Engine& engine, const Call& call) {

@@ -1,8 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "../support/rights.hpp"
+#include "../support/temporary_directory.hpp"
 #include "managed_flash.hpp"
 #include "manager_signals.hpp"
 
+#include <signal.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <fstream>
 #include <regex>
 #include <set>
 #include <sstream>
@@ -401,6 +407,16 @@ class Manager : public ManagedFlash
     {
         return client.call("GetUnit", {unit}).empty();
     }
+
+    /** A named pipe that a program of a unit waits for. */
+    std::string newGate()
+    {
+        const auto gate = temporary.file("gate");
+        EXPECT_EQ(mkfifo(gate.c_str(), 0600), 0);
+        return gate;
+    }
+
+    TemporaryDirectory temporary;
 };
 
 INSTANTIATE_TEST_SUITE_P(Managers, Manager,
@@ -487,6 +503,26 @@ TEST_P(Manager, EndsAFlashThatRunsWhereItLeavesTheBus)
     EXPECT_FALSE(isLoaded());
     client.call("Subscribe", {});
     expectEnd("done");
+}
+
+TEST_P(Manager, GoesOnWithAUnitWhenTheBusIsGone)
+{
+    const auto gate = newGate();
+    bmc.replaceFlashUnit(
+        oneshot("ExecStart=/bin/sh -c \"read line <" + gate +
+                "\"\nExecStart=/bin/touch " + temporary.file("first") +
+                "\nExecStart=/bin/touch " + temporary.file("second") + '\n'));
+    EXPECT_EQ(client.call("StartUnit", {unit, "replace"}), "");
+
+    bmc.set("bus", "gone");
+    awaitTrue("that the bus is gone",
+              [&] { return bmc.run({"wexa-bmcsim", "state"}).status == 1; });
+    std::ofstream(gate) << "go on\n";
+
+    awaitTrue("the last program of the unit", [&] {
+        return std::filesystem::exists(temporary.file("second"));
+    });
+    EXPECT_EQ(bmc.end().status, 128 + SIGTERM);
 }
 
 TEST(BuiltinManager, KeepsAThousandUnitsAtMost)
