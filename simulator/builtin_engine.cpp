@@ -389,18 +389,10 @@ void BuiltinEngine::reload()
 
 void BuiltinEngine::childEnded(pid_t child, int status)
 {
-    const auto found =
-        std::ranges::find_if(allUnits, [child](const auto& entry) {
-            return entry.second.isProcess(child);
-        });
-    if (found == allUnits.end())
+    for (auto& [name, unit] : allUnits)
     {
-        return;
+        unit.reaped(child, status);
     }
-    found->second.ended(status);
-    tell(found->second);
-    settle(found->second);
-    runJobs();
 }
 
 std::optional<std::chrono::steady_clock::time_point>
@@ -421,7 +413,7 @@ void BuiltinEngine::wake()
 {
     for (auto& [name, unit] : allUnits)
     {
-        if (unit.stopIfLate())
+        if (unit.takeEnd() || unit.stopIfLate())
         {
             tell(unit);
             settle(unit);

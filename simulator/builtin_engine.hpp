@@ -52,6 +52,7 @@ class BuiltinEngine
     /** Reads all unit files anew. */
     void reload();
 
+    /** A child was reaped. What follows from it waits for `wake`. */
     void childEnded(pid_t child, int status);
     std::optional<std::chrono::steady_clock::time_point> deadline() const;
     void wake();

@@ -73,19 +73,13 @@ void BuiltinManager::behave(Behaviour behaviour)
     }
     if (!life)
     {
-        unseen.clear();
         return;
     }
     // The relay delays the answers of a slow manager.
     life->bus.keep(isSilent() ? dbus::Pace::never : dbus::Pace::atOnce);
+    // What ended while it was silent.
+    wake();
     life->engine.reload();
-    if (!isSilent())
-    {
-        for (const auto& [child, status] : std::exchange(unseen, {}))
-        {
-            life->engine.childEnded(child, status);
-        }
-    }
 }
 
 void BuiltinManager::reload()
@@ -98,11 +92,7 @@ void BuiltinManager::reload()
 
 void BuiltinManager::childEnded(pid_t child, int status)
 {
-    if (isSilent())
-    {
-        unseen.emplace_back(child, status);
-    }
-    else if (life)
+    if (life)
     {
         life->engine.childEnded(child, status);
     }

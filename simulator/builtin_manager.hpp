@@ -7,8 +7,6 @@
 #include "unit_manager.hpp"
 
 #include <memory>
-#include <utility>
-#include <vector>
 
 namespace bmcsim
 {
@@ -65,8 +63,6 @@ class BuiltinManager : public UnitManager
     PrivateDirectory directory;
     std::unique_ptr<Life> life;
     Behaviour behaving = Behaviour::normal;
-    /** Ends of processes that it has not seen: it is silent. */
-    std::vector<std::pair<pid_t, int>> unseen;
 };
 
 } // namespace bmcsim

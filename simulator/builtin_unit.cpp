@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 
 namespace bmcsim
 {
@@ -42,7 +43,7 @@ BuiltinUnit::BuiltinUnit(PrivateDirectory directory, std::string name) :
 
 BuiltinUnit::~BuiltinUnit()
 {
-    signalAll(SIGKILL);
+    endGroup();
     bmcsim::end(process);
 }
 
@@ -52,7 +53,7 @@ void BuiltinUnit::reload()
     now.conditions = freshOf<Check>(unitFile.conditions);
     now.asserts = freshOf<Check>(unitFile.asserts);
     // What runs is what was read before.
-    if (process < 0)
+    if (process < 0 && !endStatus)
     {
         now.execCondition = freshOf<Command>(unitFile.execCondition);
         now.execStartPre = freshOf<Command>(unitFile.execStartPre);
@@ -131,6 +132,11 @@ BuiltinUnit::Start BuiltinUnit::start()
     if (now.active == "active")
     {
         return Start::already;
+    }
+    if (now.active == "activating")
+    {
+        // Its job was canceled; the new one waits for the same start.
+        return Start::begun;
     }
     if (isTooOften())
     {
@@ -248,14 +254,21 @@ void BuiltinUnit::run(Command& command)
             environment.push_back(variable);
         }
     }
+    const auto enterGroup = [this](pid_t entering) {
+        if (group < 0 || setpgid(entering, group) < 0)
+        {
+            setpgid(entering, 0);
+        }
+    };
     Program program{words, environment, logFrom(unitFile.standardOutput),
-                    [] { setpgid(0, 0); }};
+                    [enterGroup] { enterGroup(0); }};
     // The statuses that systemd gives.
     program.notExecutable = 203;
     program.notLogged = 209;
     process = bmcsim::start(program);
     // Whichever of the two is first.
-    setpgid(process, process);
+    enterGroup(process);
+    group = getpgid(process);
     command.process = static_cast<std::uint32_t>(process);
     command.start = Moment::now();
     if (isMain())
@@ -276,10 +289,16 @@ std::uint32_t BuiltinUnit::controlProcess() const
 
 void BuiltinUnit::signalAll(int number) const
 {
-    if (process > 0)
+    if (group > 0)
     {
-        kill(-process, number);
+        kill(-group, number);
     }
+}
+
+void BuiltinUnit::endGroup()
+{
+    signalAll(SIGKILL);
+    group = -1;
 }
 
 void BuiltinUnit::limitTo(const UnitFile::Limit& time)
@@ -353,6 +372,30 @@ std::string BuiltinUnit::failureOf(int status) const
     return WCOREDUMP(status) ? "core-dump" : "signal";
 }
 
+void BuiltinUnit::reaped(pid_t child, int status)
+{
+    if (process > 0 && child == process)
+    {
+        process = -1;
+        endStatus = status;
+    }
+    // The numbers of a process and of a group are free for others now.
+    if (group > 0 && kill(-group, 0) < 0 && errno == ESRCH)
+    {
+        group = -1;
+    }
+}
+
+bool BuiltinUnit::takeEnd()
+{
+    const auto status = std::exchange(endStatus, std::nullopt);
+    if (status)
+    {
+        ended(*status);
+    }
+    return status.has_value();
+}
+
 void BuiltinUnit::ended(int status)
 {
     auto& command = current();
@@ -365,9 +408,11 @@ void BuiltinUnit::ended(int status)
     {
         now.main = command;
     }
-    // As systemd ends what the program has left.
-    signalAll(SIGKILL);
-    process = -1;
+    else
+    {
+        // As systemd: only the programs of ExecStart may leave something.
+        endGroup();
+    }
     auto failure =
         command.command.ignoresFailure ? "success" : failureOf(status);
     constexpr auto worst = 255;
@@ -394,6 +439,7 @@ void BuiltinUnit::ended(int status)
 void BuiltinUnit::end()
 {
     limit.reset();
+    endGroup();
     const auto isGood =
         now.result == "success" || now.result == "exec-condition";
     enter(isGood ? "inactive" : "failed", isGood ? "dead" : "failed");

@@ -103,16 +103,16 @@ class BuiltinUnit
         return limit;
     }
 
-    /** One of its processes has ended. */
-    void ended(int status);
+    /** A child of the simulated BMC was reaped. If it was a process of this
+     *  unit, the unit changes at the next `takeEnd` only.
+     */
+    void reaped(pid_t child, int status);
+
+    /** Goes on after the end of its process; whether that has ended. */
+    bool takeEnd();
 
     /** Forgets that it failed. */
     void reset();
-
-    bool isProcess(pid_t candidate) const
-    {
-        return process > 0 && process == candidate;
-    }
 
     bool isIdle() const
     {
@@ -164,7 +164,9 @@ class BuiltinUnit
     bool areMet(std::vector<Check>& checks);
     bool isTooOften();
     void enter(const std::string& active, const std::string& sub);
+    void ended(int status);
     void end();
+    void endGroup();
     void runNext();
     void run(Command& command);
     void afterSuccess();
@@ -179,6 +181,12 @@ class BuiltinUnit
     State now;
 
     pid_t process = -1;
+    /** How the process ended that was reaped. */
+    std::optional<int> endStatus;
+    /** The process group of its programs and of what they leave; -1 if it is
+     *  empty.
+     */
+    pid_t group = -1;
     Step step = Step::condition;
     std::size_t index = 0;
     std::optional<std::chrono::steady_clock::time_point> limit;

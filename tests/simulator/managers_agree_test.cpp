@@ -4,8 +4,10 @@
 #include "managed_flash.hpp"
 #include "manager_signals.hpp"
 
+#include <fcntl.h>
 #include <signal.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
@@ -19,6 +21,7 @@
 // reads before, during and after the flash, except identifiers and times.
 
 using namespace test;
+using testing::ElementsAre;
 
 namespace
 {
@@ -408,12 +411,34 @@ class Manager : public ManagedFlash
         return client.call("GetUnit", {unit}).empty();
     }
 
-    /** A named pipe that a program of a unit waits for. */
+    /** A unit of whose jobs the client hears. */
+    std::string named(const std::string& name, const std::string& sections)
+    {
+        const auto unit = "obmc-flash-" + name + ".service";
+        bmc.replaceUnit(unit, sections);
+        EXPECT_EQ(client.call("RefUnit", {unit}), "");
+        return unit;
+    }
+
+    std::string unitState(const std::string& unit)
+    {
+        return ManagerClient::property(bmc, unit, "Unit", "ActiveState");
+    }
+
+    /** A named pipe for a program of a unit. */
     std::string newGate()
     {
         const auto gate = temporary.file("gate");
         EXPECT_EQ(mkfifo(gate.c_str(), 0600), 0);
         return gate;
+    }
+
+    /** Whether a program has the gate open. */
+    static bool isOpen(const std::string& gate)
+    {
+        const auto file = open(gate.c_str(), O_WRONLY | O_NONBLOCK);
+        close(file);
+        return file >= 0;
     }
 
     TemporaryDirectory temporary;
@@ -523,6 +548,46 @@ TEST_P(Manager, GoesOnWithAUnitWhenTheBusIsGone)
         return std::filesystem::exists(temporary.file("second"));
     });
     EXPECT_EQ(bmc.end().status, 128 + SIGTERM);
+}
+
+TEST_P(Manager, RunsAFlashOnceThatIsStartedAgainAfterItsJobWasCanceled)
+{
+    bmc.set("flash", "hang");
+    EXPECT_EQ(client.call("StartUnit", {unit, "replace"}), "");
+    bmc.awaitFlash("bmc");
+    const auto process =
+        ManagerClient::property(bmc, unit, "Service", "MainPID");
+    const auto job = ManagerClient::property(bmc, unit, "Unit", "Job");
+    EXPECT_EQ(bmc.call({"org.freedesktop.systemd1", "/org/freedesktop/systemd1",
+                        managerInterface, "CancelJob", "u",
+                        job.substr(7, job.find(' ', 7) - 7)})
+                  .err,
+              "");
+    EXPECT_EQ(client.call("StartUnit", {unit, "replace"}), "");
+    EXPECT_EQ(ManagerClient::property(bmc, unit, "Service", "MainPID"),
+              process);
+
+    EXPECT_EQ(client.call("StopUnit", {unit, "replace"}), "");
+    EXPECT_THAT(
+        client.ends(3),
+        ElementsAre(unit + ": canceled", unit + ": canceled", unit + ": done"));
+}
+
+TEST_P(Manager, KeepsWhatAProgramLeavesUntilTheUnitEnds)
+{
+    const auto gate = newGate();
+    const auto left =
+        named("left", oneshot("RemainAfterExit=yes\n"
+                              "ExecStart=/bin/sh -c \"sleep infinity <>" +
+                              gate +
+                              " &\"\n"
+                              "ExecStart=/bin/true\n"));
+    EXPECT_EQ(client.call("StartUnit", {left, "replace"}), "");
+    EXPECT_THAT(client.ends(1), ElementsAre(left + ": done"));
+    awaitTrue("what is left", [&] { return isOpen(gate); });
+
+    EXPECT_EQ(client.call("StopUnit", {left, "replace"}), "");
+    awaitTrue("the end of what is left", [&] { return !isOpen(gate); });
 }
 
 TEST(BuiltinManager, KeepsAThousandUnitsAtMost)
