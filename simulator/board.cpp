@@ -202,6 +202,11 @@ static nlohmann::json partitions(const std::filesystem::path& flash)
     auto list = nlohmann::json::object();
     for (const auto& file : std::filesystem::directory_iterator(flash))
     {
+        // A command can put there what it likes.
+        if (!file.is_regular_file())
+        {
+            continue;
+        }
         const auto image = authenticate(file.path());
         list[file.path().filename()] = {
             {"bytes", file.file_size()},

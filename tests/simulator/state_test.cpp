@@ -6,6 +6,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 // `wexa-bmcsim state` and `wexa-bmcsim set`.
 
 using namespace test;
@@ -75,6 +77,12 @@ TEST_F(State, TellsHowServicesAreToBehaveFromTheStart)
                        "flash                normal, units honest, 300 ms, "
                        "given up after 90000 ms\n",
                    ""}));
+}
+
+TEST_F(State, LeavesOutWhatIsNoFileAmongThePartitions)
+{
+    std::filesystem::create_directory(bmc.directory() + "/flash/folder");
+    EXPECT_EQ(bmc.state()["flash"]["partitions"], nlohmann::json::object());
 }
 
 TEST_F(State, TellsWhatServicesWereAsked)
