@@ -39,7 +39,8 @@ static void requireName(const std::string& name)
 
 BuiltinUnit& BuiltinEngine::load(const std::string& name)
 {
-    constexpr std::size_t most = 1000;
+    // As many as systemd's.
+    constexpr std::size_t most = 131072;
     requireName(name);
     if (allUnits.size() >= most && !allUnits.contains(name))
     {
@@ -116,102 +117,12 @@ std::optional<dbus::Error> loadErrorOf(const BuiltinUnit& unit)
     return {};
 }
 
-/** @throw dbus::Error  it cannot be started */
-static void requireUsable(const BuiltinUnit& unit)
+void requireUsable(const BuiltinUnit& unit)
 {
     if (const auto error = loadErrorOf(unit))
     {
         throw *error;
     }
-}
-
-static void requireMode(const std::string& mode)
-{
-    static const std::set<std::string> modes{"fail",
-                                             "replace",
-                                             "replace-irreversibly",
-                                             "isolate",
-                                             "flush",
-                                             "ignore-dependencies",
-                                             "triggering",
-                                             "ignore-requirements",
-                                             "restart-dependencies"};
-    if (!modes.contains(mode))
-    {
-        throw dbus::Error(invalidArgs, "Job mode " + mode + " invalid");
-    }
-}
-
-static void addClient(BuiltinJob& job, const std::string& client)
-{
-    if (!client.empty())
-    {
-        job.clients.insert(client);
-    }
-}
-
-BuiltinJob& BuiltinEngine::queue(BuiltinUnit& unit, bool isStop,
-                                 const std::string& mode,
-                                 const std::string& client)
-{
-    requireMode(mode);
-    if (!isStop)
-    {
-        requireUsable(unit);
-        for (const auto& name : unit.file().requirements)
-        {
-            requireUsable(load(name));
-        }
-    }
-    else if (unit.file().path.empty() && unit.isIdle())
-    {
-        throw dbus::Error(noSuchUnit, "Unit " + unit.name() + " not loaded.");
-    }
-    if (unit.job != 0)
-    {
-        auto& present = allJobs.at(unit.job);
-        if (present.isStop == isStop)
-        {
-            addClient(present, client);
-            return present;
-        }
-        if (mode == "fail")
-        {
-            const std::string type = isStop ? "stop" : "start";
-            throw dbus::Error(
-                "org.freedesktop.systemd1.TransactionIsDestructive",
-                "Transaction for " + unit.name() + '/' + type +
-                    " is destructive (" + unit.name() + " has '" +
-                    present.type() + "' job queued, but '" + type +
-                    "' is included in transaction).");
-        }
-        const auto replaced = present.id;
-        remove(replaced, "canceled");
-        failWaiting(replaced, "canceled");
-    }
-    auto& job = install(unit, isStop);
-    for (const auto& name :
-         isStop ? std::vector<std::string>() : unit.file().requirements)
-    {
-        auto& required = load(name);
-        if (required.state().active != "active")
-        {
-            job.after.insert(queue(required, false, mode, "").id);
-        }
-    }
-    addClient(job, client);
-    tell(unit);
-    audience.tellNew(job);
-    return job;
-}
-
-BuiltinJob& BuiltinEngine::install(BuiltinUnit& unit, bool isStop)
-{
-    unit.job = ++lastJob;
-    return allJobs
-        .try_emplace(unit.job,
-                     BuiltinJob{unit.job, unit.name(), isStop, false, {}, {}})
-        .first->second;
 }
 
 void BuiltinEngine::runJobs()
@@ -226,7 +137,7 @@ bool BuiltinEngine::runNext()
 {
     const auto ready = std::ranges::find_if(allJobs, [this](const auto& entry) {
         const auto& job = entry.second;
-        return !job.isRunning && job.after.empty() &&
+        return !job.isRunning && !mustWait(job) &&
                (job.isStop || !allUnits.at(job.unit).isStopping());
     });
     if (ready == allJobs.end())
@@ -297,40 +208,34 @@ void BuiltinEngine::settle(BuiltinUnit& unit)
     }
 }
 
+/** As systemd, a start that fails also fails the starts of the units that
+ *  require the unit.
+ */
 void BuiltinEngine::finish(std::uint32_t id, const std::string& result)
 {
-    const auto unit = job(id).unit;
-    remove(id, result);
-    tell(allUnits.at(unit));
-    failWaiting(id, result);
+    const auto job = remove(id, result);
+    const auto& unit = allUnits.at(job.unit);
+    tell(unit);
+    if (job.isStop || result == "done")
+    {
+        return;
+    }
+    for (const auto* const dependent : dependentsOf(unit))
+    {
+        if (hasJob(*dependent, false))
+        {
+            finish(dependent->job, "dependency");
+        }
+    }
 }
 
-/** As `finish`, but signals no change of the unit: another job follows. */
-void BuiltinEngine::remove(std::uint32_t id, const std::string& result)
+/** As `finish`, but only of this job: another one follows. */
+BuiltinJob BuiltinEngine::remove(std::uint32_t id, const std::string& result)
 {
-    const auto job = std::move(allJobs.extract(id).mapped());
+    auto job = std::move(allJobs.extract(id).mapped());
     allUnits.at(job.unit).job = 0;
     audience.tellEnd(job, result);
-}
-
-/** Fails the jobs that wait for this one, unless it is done. */
-void BuiltinEngine::failWaiting(std::uint32_t id, const std::string& result)
-{
-    std::vector<std::uint32_t> failed;
-    for (auto& [other, waiting] : allJobs)
-    {
-        if (waiting.after.erase(id) > 0 && result != "done")
-        {
-            failed.push_back(other);
-        }
-    }
-    for (const auto other : failed)
-    {
-        if (allJobs.contains(other))
-        {
-            finish(other, "dependency");
-        }
-    }
+    return job;
 }
 
 BuiltinJob& BuiltinEngine::job(std::uint32_t id)

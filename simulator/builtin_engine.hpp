@@ -13,6 +13,9 @@ namespace bmcsim
 /** Why a unit cannot be started, as systemd says it; empty where it can. */
 std::optional<dbus::Error> loadErrorOf(const BuiltinUnit& unit);
 
+/** @throw dbus::Error  it cannot be started */
+void requireUsable(const BuiltinUnit& unit);
+
 /** The units and jobs of one life of the built-in manager, and what it signals
  *  of them. Errors that it throws are those that systemd answers.
  */
@@ -35,7 +38,8 @@ class BuiltinEngine
 
     /** Queues a job, to be run by `runJobs`, or finds the one that is queued.
      *
-     *  @param client  the unique name of the client, or empty
+     *  @param client  the unique name of the client
+     *  @throw dbus::Error  as systemd; then it has queued no job
      */
     BuiltinJob& queue(BuiltinUnit& unit, bool isStop, const std::string& mode,
                       const std::string& client);
@@ -73,13 +77,23 @@ class BuiltinEngine
     }
 
   private:
-    BuiltinJob& install(BuiltinUnit& unit, bool isStop);
+    using Units = std::vector<BuiltinUnit*>;
+
+    Units dependentsOf(const BuiltinUnit& unit);
+    Units requirementsOf(const BuiltinUnit& unit);
+    Units closureOf(BuiltinUnit& unit, bool isStop);
+    bool hasJob(const BuiltinUnit& unit, bool isStop) const;
+    bool isRedundant(const BuiltinUnit& unit, bool isStop) const;
+    void requireNoOtherJob(const Units& units, bool isStop) const;
+    void requireOrder(const Units& units) const;
+    void install(BuiltinUnit& unit, bool isStop, bool ignoresOrder,
+                 const std::string& client);
+    bool mustWait(const BuiltinJob& job) const;
     bool runNext();
     void run(BuiltinJob& job);
     void settle(BuiltinUnit& unit);
     void finish(std::uint32_t id, const std::string& result);
-    void remove(std::uint32_t id, const std::string& result);
-    void failWaiting(std::uint32_t id, const std::string& result);
+    BuiltinJob remove(std::uint32_t id, const std::string& result);
     void collect();
     void forget(const std::string& client);
     void tell(const BuiltinUnit& unit) const;

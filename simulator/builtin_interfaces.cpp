@@ -149,15 +149,18 @@ void addLists(dbus::Interface<Engine>& members)
                        const auto states = call.read<Texts>();
                        answerList(engine, call, states, call.read<Texts>());
                    });
-    members.method("ListUnitsByNames", "as", entries,
-                   [](Engine& engine, Call& call) {
-                       std::vector<Entry> list;
-                       for (const auto& name : call.read<Texts>())
-                       {
-                           list.push_back(entryOf(engine, engine.load(name)));
-                       }
-                       call.reply(list);
-                   });
+    members.method(
+        "ListUnitsByNames", "as", entries, [](Engine& engine, Call& call) {
+            std::vector<Entry> list;
+            for (const auto& name : call.read<Texts>())
+            {
+                if (unitText::isValidName(name))
+                {
+                    list.push_back(entryOf(engine, engine.load(name)));
+                }
+            }
+            call.reply(list);
+        });
 }
 
 void addUnits(dbus::Interface<Engine>& members)

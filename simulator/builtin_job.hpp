@@ -13,18 +13,23 @@ namespace bmcsim
 /** A job of the built-in manager. */
 struct BuiltinJob
 {
-    std::uint32_t id;
+    std::uint32_t id = 0;
     std::string unit;
-    bool isStop;
+    bool isStop = false;
+    /** Whether it neither waits for other jobs nor they for it. */
+    bool ignoresOrder = false;
     bool isRunning = false;
-    /** The jobs that must be done before. */
-    std::set<std::uint32_t> after;
     /** Clients that queued it: they hear of its end. */
     std::set<std::string> clients;
 
-    std::string type() const
+    static std::string typeOf(bool isStop)
     {
         return isStop ? "stop" : "start";
+    }
+
+    std::string type() const
+    {
+        return typeOf(isStop);
     }
 
     std::string state() const

@@ -2,6 +2,7 @@
 #include "unit_file.hpp"
 
 #include "flash_units.hpp"
+#include "unit_text.hpp"
 
 #include <unit_instance.hpp>
 
@@ -267,6 +268,18 @@ class Reader
         return made;
     }
 
+    /** As systemd: what is no unit's name, or its own, counts for nothing. */
+    void addUnits(std::vector<std::string>& names, const std::string& value)
+    {
+        for (const auto& name : specifiedWords(value))
+        {
+            if (unitText::isValidName(name) && name != unit)
+            {
+                names.push_back(name);
+            }
+        }
+    }
+
     using Set = std::function<void(Reader&, const std::string&)>;
     static const std::map<std::string, Set> settings;
 
@@ -280,13 +293,13 @@ const std::map<std::string, Reader::Set> Reader::settings{
      [](Reader& r, const std::string& v) {
          r.file.description = r.specified(v);
      }},
-    // Units of the simulated BMC have nothing to come before or after.
+    // Units of the simulated BMC have none.
     {"[Unit]DefaultDependencies", [](Reader&, const std::string&) {}},
-    {"[Unit]After", [](Reader&, const std::string&) {}},
+    {"[Unit]After",
+     [](Reader& r, const std::string& v) { r.addUnits(r.file.after, v); }},
     {"[Unit]Requires",
      [](Reader& r, const std::string& v) {
-         std::ranges::move(r.specifiedWords(v),
-                           std::back_inserter(r.file.requirements));
+         r.addUnits(r.file.requirements, v);
      }},
     {"[Unit]ConditionPathExists",
      [](Reader& r, const std::string& v) {

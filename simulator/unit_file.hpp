@@ -49,7 +49,9 @@ struct UnitFile
     /** As systemd, the last of the file first. */
     std::vector<Condition> conditions;
     std::vector<Condition> asserts;
+    /** Of Requires=, then of After=. */
     std::vector<std::string> requirements;
+    std::vector<std::string> after;
     std::string type;
     std::vector<Command> execCondition;
     std::vector<Command> execStartPre;

@@ -21,14 +21,16 @@ bool isValidName(const std::string& name)
 {
     constexpr std::size_t longest = 255;
     constexpr std::string_view others = ":-_.\\@";
-    constexpr std::array kinds{".service", ".socket",    ".target", ".device",
-                               ".mount",   ".automount", ".swap",   ".timer",
-                               ".path",    ".slice",     ".scope"};
+    constexpr std::array<std::string_view, 11> kinds{
+        ".service", ".socket", ".target", ".device", ".mount", ".automount",
+        ".swap",    ".timer",  ".path",   ".slice",  ".scope"};
     return name.size() <= longest &&
-           std::ranges::any_of(
-               kinds, [&](const auto* kind) { return name.ends_with(kind); }) &&
-           !name.starts_with('@') && !name.starts_with('.') &&
-           std::ranges::all_of(name, [&](char c) {
+           std::ranges::any_of(kinds,
+                               [&](const auto& kind) {
+                                   return name.ends_with(kind) &&
+                                          name.size() > kind.size();
+                               }) &&
+           !name.starts_with('@') && std::ranges::all_of(name, [&](char c) {
                return isAlphanumeric(c) ||
                       others.find(c) != std::string_view::npos;
            });

@@ -303,6 +303,9 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"RequiresAUnitThatIsMissing",
              {},
              oneshot("ExecStart=/bin/true\n", "Requires=missing.service\n")},
+        Case{"RequiresWhatIsNoUnitName",
+             {},
+             oneshot("ExecStart=/bin/true\n", "Requires=nosuffix\n")},
         Case{"HasAnExecConditionThatDoesNotHold",
              {},
              oneshot("ExecCondition=/bin/false\nExecStart=/bin/true\n")},
@@ -335,6 +338,14 @@ TEST(Managers, AgreeOnOddRequests)
         {"StartUnit", "a@.service", "replace"},
         {"StartUnit", "a.odd", "replace"},
         {"StartUnit", "failing.service", "odd"},
+        {"StartUnit", "failing.service", "isolate"},
+        {"StartUnit", "failing.service", "triggering"},
+        {"StopUnit", "failing.service", "isolate"},
+        {"StopUnit", "failing.service", "triggering"},
+        {"StartUnit", "needy.service", "replace"},
+        {"StartUnit", "needy.service", "ignore-requirements"},
+        {"StartUnit", "needy.service", "ignore-dependencies"},
+        {"StartUnit", "before.service", "replace"},
         {"StopUnit", "missing.service", "replace"},
         {"LoadUnit", "a@.service"},
         {"LoadUnit", "missing.service"},
@@ -350,6 +361,17 @@ TEST(Managers, AgreeOnOddRequests)
     const auto answers = [&](const char* manager) {
         const Simulation bmc({"--manager", manager});
         bmc.replaceUnit("failing.service", oneshot("ExecStart=/bin/false\n"));
+        bmc.replaceUnit("needy.service", oneshot("ExecStart=/bin/true\n",
+                                                 "Requires=missing.service\n"));
+        for (const auto& [name, other] :
+             {std::pair("before", "behind"), std::pair("behind", "before")})
+        {
+            bmc.replaceUnit(std::string(name) + ".service",
+                            oneshot("ExecStart=/bin/true\n",
+                                    std::string("Requires=") + other +
+                                        ".service\nAfter=" + other +
+                                        ".service\n"));
+        }
         ManagerClient client(bmc);
         std::vector<std::string> list;
         for (const auto& request : requests)
@@ -573,6 +595,94 @@ TEST_P(Manager, RunsAFlashOnceThatIsStartedAgainAfterItsJobWasCanceled)
         ElementsAre(unit + ": canceled", unit + ": canceled", unit + ": done"));
 }
 
+TEST_P(Manager, RunsNothingOfAStartThatItRefuses)
+{
+    const auto first =
+        named("first", oneshot("ExecStart=/bin/true\n",
+                               "Requires=obmc-flash-second.service\n"));
+    bmc.replaceUnit(
+        "obmc-flash-second.service",
+        oneshot("ExecStart=/bin/true\n", "Requires=missing.service\n"));
+
+    EXPECT_EQ(client.call("StartUnit", {first, "replace"}),
+              "org.freedesktop.systemd1.NoSuchUnit: Unit missing.service not "
+              "found.");
+
+    expectEnd("done");
+    EXPECT_EQ(
+        ManagerClient::property(bmc, first, "Unit", "InactiveExitTimestamp"),
+        "v t 0\n");
+}
+
+TEST_P(Manager, RefusesAStopWhoseDependentIsBeingStarted)
+{
+    const auto needed = named("needed", oneshot("RemainAfterExit=yes\n"
+                                                "ExecStart=/bin/true\n"));
+    const auto needy = named("needy", oneshot("ExecStart=/bin/sleep infinity\n",
+                                              "Requires=" + needed + '\n'));
+    EXPECT_EQ(client.call("StartUnit", {needy, "replace"}), "");
+    EXPECT_THAT(client.ends(1), ElementsAre(needed + ": done"));
+
+    EXPECT_EQ(client.call("StopUnit", {needed, "fail"}),
+              "org.freedesktop.systemd1.TransactionIsDestructive: Transaction "
+              "for " +
+                  needed + "/stop is destructive (" + needy +
+                  " has 'start' job queued, but 'stop' is included in "
+                  "transaction).");
+    EXPECT_EQ(unitState(needed), "v s \"active\"\n");
+}
+
+TEST_P(Manager, StartsUnitsThatRequireEachOtherAndThemselves)
+{
+    const auto first =
+        named("first",
+              oneshot("ExecStart=/bin/true\n",
+                      "Requires=obmc-flash-second.service "
+                      "obmc-flash-first.service\nAfter=obmc-flash-first.service"
+                      "\n"));
+    const auto second = named(
+        "second", oneshot("ExecStart=/bin/true\n", "Requires=" + first + '\n'));
+    EXPECT_EQ(client.call("StartUnit", {first, "replace"}), "");
+    EXPECT_THAT(client.ends(2), testing::UnorderedElementsAre(
+                                    first + ": done", second + ": done"));
+}
+
+TEST_P(Manager, WaitsForARequirementOnlyWithAfter)
+{
+    const auto gate = newGate();
+    const auto needed =
+        named("needed", oneshot("ExecStart=/bin/cat " + gate + '\n'));
+    const auto beside = named("beside", oneshot("ExecStart=/bin/true\n",
+                                                "Requires=" + needed + '\n'));
+    const auto after = named(
+        "after", oneshot("ExecStart=/bin/true\n",
+                         "Requires=" + needed + "\nAfter=" + needed + '\n'));
+    EXPECT_EQ(client.call("StartUnit", {after, "replace"}), "");
+    EXPECT_EQ(client.call("StartUnit", {beside, "replace"}), "");
+    EXPECT_THAT(client.ends(1), ElementsAre(beside + ": done"));
+
+    std::ofstream(gate) << "go on\n";
+    EXPECT_THAT(client.ends(2),
+                ElementsAre(needed + ": done", after + ": done"));
+}
+
+TEST_P(Manager, StopsWhatRequiresAUnitBeforeIt)
+{
+    const std::string active = "RemainAfterExit=yes\nExecStart=/bin/true\n";
+    const auto needed = named("needed", oneshot(active));
+    const auto needy =
+        named("needy", oneshot(active, "Requires=" + needed +
+                                           "\nAfter=" + needed + '\n'));
+    EXPECT_EQ(client.call("StartUnit", {needy, "replace"}), "");
+    EXPECT_THAT(client.ends(2),
+                ElementsAre(needed + ": done", needy + ": done"));
+
+    EXPECT_EQ(client.call("StopUnit", {needed, "replace"}), "");
+    EXPECT_THAT(client.ends(2),
+                ElementsAre(needy + ": done", needed + ": done"));
+    EXPECT_EQ(unitState(needy), "v s \"inactive\"\n");
+}
+
 TEST_P(Manager, KeepsWhatAProgramLeavesUntilTheUnitEnds)
 {
     const auto gate = newGate();
@@ -590,7 +700,22 @@ TEST_P(Manager, KeepsWhatAProgramLeavesUntilTheUnitEnds)
     awaitTrue("the end of what is left", [&] { return !isOpen(gate); });
 }
 
-TEST(BuiltinManager, KeepsAThousandUnitsAtMost)
+TEST_P(Manager, LeavesWhatIsNoUnitNameOutOfAList)
+{
+    const auto listed =
+        bmc.call({"org.freedesktop.systemd1", "/org/freedesktop/systemd1",
+                  managerInterface, "ListUnitsByNames", "as", "3", "bad name",
+                  ".missing.service", "bad"});
+    EXPECT_EQ(listed,
+              (Completed{0,
+                         "a(ssssssouso) 1 \".missing.service\" "
+                         "\".missing.service\" \"not-found\" \"inactive\" "
+                         "\"dead\" \"\" \"/org/freedesktop/systemd1/unit/"
+                         "_2emissing_2eservice\" 0 \"\" \"/\"\n",
+                         ""}));
+}
+
+TEST(BuiltinManager, FlashesBesideAThousandUnitsThatAreLoaded)
 {
     const Simulation bmc({"--manager", "builtin"});
     ManagerClient client(bmc);
@@ -600,13 +725,27 @@ TEST(BuiltinManager, KeepsAThousandUnitsAtMost)
                               {ManagedFlash::unitOf('/' + std::to_string(i))}),
                   "");
     }
-    const auto another = ManagedFlash::unitOf("/another");
-    EXPECT_EQ(client.call("RefUnit", {another}),
-              "org.freedesktop.DBus.Error.LimitsExceeded: No more than 1000 "
-              "units can be loaded.");
-    EXPECT_EQ(client.call("UnrefUnit", {ManagedFlash::unitOf("/7")}), "");
-    awaitTrue("room for another unit",
-              [&] { return client.call("RefUnit", {another}).empty(); });
+    Images images;
+    const auto unit = ManagedFlash::unitOf(images.bmc("2.14.0"));
+    EXPECT_EQ(client.call("StartUnit", {unit, "replace"}), "");
+    EXPECT_THAT(client.ends(1), ElementsAre(unit + ": done"));
+}
+
+TEST(BuiltinManager, RefusesJobModesThatItDoesNotKnow)
+{
+    const Simulation bmc({"--manager", "builtin"});
+    ManagerClient client(bmc);
+    const auto unit = ManagedFlash::unitOf("/image");
+    for (const std::string mode : {"flush", "replace-irreversibly"})
+    {
+        EXPECT_EQ(client.call("StartUnit", {unit, mode}),
+                  "org.freedesktop.DBus.Error.NotSupported: The built-in "
+                  "manager does not know job mode " +
+                      mode + ".");
+    }
+    EXPECT_EQ(client.call("StartUnit", {unit, "restart-dependencies"}),
+              "org.freedesktop.DBus.Error.InvalidArgs: Job mode "
+              "restart-dependencies invalid");
 }
 
 } // namespace

@@ -71,6 +71,18 @@ TEST_F(UnitFileTest, ReadsTimes)
     EXPECT_EQ(time("0"), UnitFile::Limit());
 }
 
+TEST_F(UnitFileTest, LeavesOutUnitsThatAreNoOthers)
+{
+    const auto file =
+        loaded("[Unit]\nRequires=b.service nosuffix a@c.service\n"
+               "After=a@c.service b.service\nAfter=%p.target\n"
+               "[Service]\nExecStart=/bin/true\n",
+               "a@c.service");
+    EXPECT_EQ(file.loadState, "loaded");
+    EXPECT_THAT(file.requirements, ElementsAre("b.service"));
+    EXPECT_THAT(file.after, ElementsAre("b.service", "a.target"));
+}
+
 TEST_F(UnitFileTest, TellsMaskedAndMissingUnits)
 {
     EXPECT_EQ(UnitFile::load(folder.path(), "a@b.service").loadState,

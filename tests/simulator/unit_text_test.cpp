@@ -45,6 +45,7 @@ TEST(UnitText, KnowsValidNames)
     EXPECT_FALSE(isValidName("a@\xc3\xa4.service"));
     EXPECT_FALSE(isValidName("@a.service"));
     EXPECT_TRUE(isValidName("default.target"));
+    EXPECT_TRUE(isValidName(".a.service"));
     EXPECT_FALSE(isValidName(".service"));
     EXPECT_FALSE(isValidName("a.odd"));
     EXPECT_FALSE(isValidName("a"));
