@@ -73,11 +73,10 @@ TEST_F(UnitFileTest, ReadsTimes)
 
 TEST_F(UnitFileTest, LeavesOutUnitsThatAreNoOthers)
 {
-    const auto file =
-        loaded("[Unit]\nRequires=b.service nosuffix a@c.service\n"
-               "After=a@c.service b.service\nAfter=%p.target\n"
-               "[Service]\nExecStart=/bin/true\n",
-               "a@c.service");
+    const auto file = loaded("[Unit]\nRequires=b.service nosuffix a@c.service\n"
+                             "After=a@c.service b.service\nAfter=%p.target\n"
+                             "[Service]\nExecStart=/bin/true\n",
+                             "a@c.service");
     EXPECT_EQ(file.loadState, "loaded");
     EXPECT_THAT(file.requirements, ElementsAre("b.service"));
     EXPECT_THAT(file.after, ElementsAre("b.service", "a.target"));
