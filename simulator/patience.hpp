@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <limits>
 #include <optional>
 #include <thread>
 
@@ -12,7 +13,9 @@ namespace bmcsim
 /** How long anything of the simulated BMC may take to come up. */
 constexpr std::chrono::seconds startPatience{10};
 
-/** The time-out for poll: until `deadline`; unlimited if it is not set. */
+/** The time-out for poll: until `deadline`, or as near as poll can wait;
+ *  unlimited if it is not set.
+ */
 inline int
 millisecondsUntil(std::optional<std::chrono::steady_clock::time_point> deadline)
 {
@@ -23,7 +26,8 @@ millisecondsUntil(std::optional<std::chrono::steady_clock::time_point> deadline)
     }
     const auto left =
         ceil<milliseconds>(*deadline - std::chrono::steady_clock::now());
-    return std::max(0, static_cast<int>(left.count()));
+    return static_cast<int>(std::clamp<milliseconds::rep>(
+        left.count(), 0, std::numeric_limits<int>::max()));
 }
 
 /** Waits until `condition` holds; false if it does not in time. */

@@ -138,9 +138,11 @@ UnitFile::Limit limitFrom(const std::string& value)
     {
         throw std::invalid_argument("'" + value + "' is no time");
     }
-    // As systemd: no time is no limit.
-    return number == 0 ? UnitFile::Limit()
-                       : UnitFile::Limit(number * unit->second);
+    // As systemd: no time is no limit. A clock cannot add much longer ones.
+    constexpr microseconds longest = std::chrono::years(100);
+    return number == 0 || number > longest.count() / unit->second
+               ? UnitFile::Limit()
+               : UnitFile::Limit(number * unit->second);
 }
 
 std::int32_t exitStatusFrom(const std::string& word)

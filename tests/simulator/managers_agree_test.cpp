@@ -327,6 +327,9 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"RemainsAfterExit",
              {},
              oneshot("RemainAfterExit=yes\nExecStart=/bin/true\n")},
+        Case{"MayTakeAMonth",
+             {},
+             oneshot("TimeoutStartSec=2592000\nExecStart=/bin/true\n")},
         Case{"IsEmpty", {}, "[Service]\nType=oneshot\n"}),
     [](const auto& row) { return row.param.name; });
 

@@ -67,6 +67,8 @@ TEST_F(UnitFileTest, ReadsTimes)
     EXPECT_EQ(time("2s"), microseconds(2000000));
     EXPECT_EQ(time("300ms"), microseconds(300000));
     EXPECT_EQ(time("1min"), microseconds(60000000));
+    EXPECT_EQ(time("2592000"), microseconds(2592000000000));
+    EXPECT_EQ(time("9223372036854775807"), UnitFile::Limit());
     EXPECT_EQ(time("infinity"), UnitFile::Limit());
     EXPECT_EQ(time("0"), UnitFile::Limit());
 }
