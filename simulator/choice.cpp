@@ -38,6 +38,11 @@ std::vector<std::string> allChosenFrom(const std::vector<std::string>& known,
     std::istringstream text(list);
     for (std::string name; std::getline(text, name, ',');)
     {
+        if (std::ranges::find(names, name) != names.end())
+        {
+            throw std::invalid_argument("the " + what + " '" + name +
+                                        "' comes twice");
+        }
         names.push_back(chosenFrom(known, name, what));
     }
     return names;

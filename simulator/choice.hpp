@@ -16,7 +16,9 @@ namespace bmcsim
 std::string chosenFrom(const std::vector<std::string>& known,
                        const std::string& name, const std::string& what);
 
-/** The same for a list of names with commas between them; may be empty. */
+/** The same for a list of names with commas between them, each once; may be
+ *  empty.
+ */
 std::vector<std::string> allChosenFrom(const std::vector<std::string>& known,
                                        const std::string& list,
                                        const std::string& what);

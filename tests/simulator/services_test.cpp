@@ -175,4 +175,16 @@ TEST_F(SimulatedService, OffersOnlyTheMembersThatItIsTold)
                          "stagingBMC, stagingBIOS and stagingCapsuleMCU\n"}));
 }
 
+TEST_F(SimulatedService, RemainsAsItIsWhereAMemberComesTwice)
+{
+    const auto image = images.bmc("1");
+    EXPECT_EQ(bmc->run({"wexa-bmcsim", "set", "security-offers",
+                        "verifyBmc,verifyBmc"}),
+              (Completed{1, "",
+                         "wexa-bmcsim: the member 'verifyBmc' comes twice\n"}));
+    EXPECT_EQ(security("verifyBmc", image), yes);
+    EXPECT_EQ(bmc->state()["services"]["security"]["values"]["security-offers"],
+              "verifyBmc,verifyBios,verifyCapsule");
+}
+
 } // namespace
