@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "directory_tree.hpp"
 
-#include "descriptor.hpp"
-
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -39,15 +37,26 @@ struct Place
 /** A directory in `parent`; none where something is mounted on it. */
 static Descriptor openWithinMount(int parent, const char* name)
 {
-    Descriptor directory(
-        openat(parent, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    const Descriptor directory(
+        openat(parent, name, O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     if (!directory)
     {
-        return directory;
+        return {};
     }
     const Place place(directory.get());
-    return place.isKnown && place == Place(parent) ? std::move(directory)
+    return place.isKnown && place == Place(parent) ? openToEmpty(directory)
                                                    : Descriptor();
+}
+
+Descriptor openToEmpty(const Descriptor& directory)
+{
+    // Where this fails the mode may do as it is.
+    chmod(std::string("/proc/self/fd/")
+              .append(std::to_string(directory.get()))
+              .c_str(),
+          S_IRWXU);
+    return Descriptor(
+        openat(directory.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
 }
 
 static bool removeEntry(int parent, const char* name)

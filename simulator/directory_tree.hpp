@@ -1,11 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "descriptor.hpp"
+
 #include <string>
 #include <vector>
 
 namespace bmcsim
 {
+
+/** Opens a directory to empty it, whatever its mode was.
+ *
+ *  @param directory  opened by O_PATH
+ */
+Descriptor openToEmpty(const Descriptor& directory);
 
 /** Removes what a directory holds, except the entries `kept`.
  *

@@ -274,7 +274,8 @@ void PrivateDirectory::removeDead(void (*prepare)(const PrivateDirectory&))
 
 void PrivateDirectory::remove() const noexcept
 {
-    const auto folder = openFolder(root);
+    const auto folder = openToEmpty(Descriptor(
+        open(root.c_str(), O_PATH | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC)));
     const auto record = groupRecord();
     // The lock goes last: without it what is left would belong to nothing.
     if (folder &&

@@ -188,6 +188,25 @@ TEST_P(RunLeaves, ForeignDirectoriesAndLinksUntouched)
     EXPECT_THAT(state().err, HasSubstr("no simulated BMC runs"));
 }
 
+TEST_P(RunLeaves, NothingOfDirectoriesThatCannotBeWritten)
+{
+    const TemporaryDirectory target;
+    std::filesystem::permissions(target.path(),
+                                 std::filesystem::perms::owner_all);
+    EXPECT_EQ(
+        bmcsim({"sh", "-c",
+                "cd $WEXA_BMCSIM_DIR && mkdir -p read/closed search/in && "
+                "touch read/closed/file search/in/file && "
+                "ln -s " +
+                    target.path().string() +
+                    " read/link && chmod 000 read/closed search/in && "
+                    "chmod 555 read && chmod 111 search && chmod 000 ."}),
+        (Completed{0, "", ""}));
+    expectNoTraces();
+    EXPECT_EQ(std::filesystem::status(target.path()).permissions(),
+              std::filesystem::perms::owner_all);
+}
+
 TEST_P(RunLeaves, WhatIsMountedInItsDirectory)
 {
     SKIP_WITHOUT_MOUNTS();
