@@ -20,47 +20,46 @@ void adoptOrphans()
     checked(prctl(PR_SET_CHILD_SUBREAPER, 1), "cannot adopt processes");
 }
 
-/** Those that have not ended, except `kept`. Reaps those that have ended. */
-static std::set<pid_t> childrenBesides(pid_t kept)
+/** Signals the children that have not ended, and reaps those that have. Leaves
+ *  `kept` alone.
+ *
+ *  @return whether the list had no other child. One that is reaped counts: its
+ *          own children may have become ours after the list was read.
+ */
+template <typename Tell>
+static bool isAlone(pid_t kept, const Tell& tell)
 {
-    std::set<pid_t> children;
+    auto isEmpty = true;
     std::ifstream list("/proc/thread-self/children");
     for (pid_t child = 0; list >> child;)
     {
-        if (child != kept && waitpid(child, nullptr, WNOHANG) == 0)
+        if (child == kept)
         {
-            children.insert(child);
+            continue;
+        }
+        isEmpty = false;
+        if (waitpid(child, nullptr, WNOHANG) == 0)
+        {
+            tell(child);
         }
     }
-    return children;
+    return isEmpty;
 }
 
 void endDescendants(pid_t kept, std::chrono::milliseconds grace)
 {
     // Those of a child that ends become children, and are asked in their turn.
     std::set<pid_t> asked;
-    const auto allEnd = [&] {
-        const auto children = childrenBesides(kept);
-        for (const auto child : children)
+    const auto ask = [&asked](pid_t child) {
+        if (asked.insert(child).second)
         {
-            if (asked.insert(child).second)
-            {
-                kill(child, SIGTERM);
-            }
+            kill(child, SIGTERM);
         }
-        return children.empty();
     };
-    const auto allAreKilled = [&] {
-        const auto children = childrenBesides(kept);
-        for (const auto child : children)
-        {
-            kill(child, SIGKILL);
-        }
-        return children.empty();
-    };
-    if (!within(grace, allEnd))
+    const auto end = [](pid_t child) { kill(child, SIGKILL); };
+    if (!within(grace, [&] { return isAlone(kept, ask); }))
     {
-        within(startPatience, allAreKilled);
+        within(startPatience, [&] { return isAlone(kept, end); });
     }
 }
 
