@@ -21,8 +21,10 @@ using std::chrono::steady_clock;
 /** As many as one message carries. */
 constexpr std::size_t mostFiles = 253;
 
-/** So that a reader that has stopped does not fill the memory. */
-constexpr std::size_t mostPieces = 64;
+/** So that a reader that has stopped does not fill the memory: no more is
+ *  received then. A message may be that long by itself.
+ */
+constexpr std::size_t mostBytes = std::size_t{16} << 20;
 
 using FilesBuffer = std::array<char, CMSG_SPACE(sizeof(int) * mostFiles)>;
 
@@ -73,7 +75,7 @@ static bool isForLater(int error)
 
 void RelayedStream::receive()
 {
-    while (!isAtEnd && pieces.size() < mostPieces)
+    while (!isAtEnd && held < mostBytes)
     {
         std::array<char, 16384> bytes;
         alignas(cmsghdr) FilesBuffer control;
@@ -120,6 +122,7 @@ void RelayedStream::keep(std::string_view bytes)
         {
             --place;
         }
+        held += piece.bytes.size();
         pieces.insert(place, std::move(piece));
     }
     // One message is not whole at most; more files belong to none.
@@ -141,12 +144,14 @@ bool RelayedStream::sendSome(Piece& piece)
         {
             // There is no reader any more.
             pieces.clear();
+            held = 0;
         }
         return false;
     }
     piece.files.clear();
     piece.isBegun = true;
     piece.bytes.erase(0, static_cast<std::size_t>(size));
+    held -= static_cast<std::size_t>(size);
     return true;
 }
 
@@ -176,7 +181,7 @@ std::optional<RelayedStream::Time> RelayedStream::due(milliseconds late) const
 
 short RelayedStream::eventsOfSource() const
 {
-    return !isAtEnd && pieces.size() < mostPieces ? POLLIN : 0;
+    return !isAtEnd && held < mostBytes ? POLLIN : 0;
 }
 
 short RelayedStream::eventsOfTarget(milliseconds late) const

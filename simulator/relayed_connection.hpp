@@ -7,6 +7,7 @@
 #include <poll.h>
 
 #include <chrono>
+#include <cstddef>
 #include <deque>
 #include <optional>
 #include <string>
@@ -76,6 +77,8 @@ class RelayedStream
     int to;
     MessageCutter cutter;
     std::deque<Piece> pieces;
+    /** How many bytes the pieces have. */
+    std::size_t held = 0;
     /** What came with a message that is not whole yet. */
     std::vector<Descriptor> files;
     bool isAtEnd = false;

@@ -19,6 +19,7 @@ Connection::Connection(const std::string& address)
     require(sd_bus_set_bus_client(made, 1), what);
     // The bus says who may call; sd-bus is not to ask for capabilities too.
     require(sd_bus_set_trusted(made, 1), what);
+    require(sd_bus_add_filter(made, nullptr, heard, this), what);
     require(sd_bus_start(made), what);
 }
 
@@ -94,35 +95,37 @@ void Connection::tellChanges(const std::string& path,
             "cannot signal changed properties");
 }
 
-bool Connection::hasMessage() const
+int Connection::heard(sd_bus_message* message, void* connection, sd_bus_error*)
 {
-    std::uint64_t queued = 0;
-    sd_bus_get_n_queued_read(bus.get(), &queued);
-    pollfd waiting{sd_bus_get_fd(bus.get()), POLLIN, 0};
-    return queued > 0 || poll(&waiting, 1, 0) > 0;
+    std::uint8_t type = 0;
+    sd_bus_message_get_type(message, &type);
+    auto& self = *static_cast<Connection*>(connection);
+    if (type != SD_BUS_MESSAGE_METHOD_CALL || self.pace != Pace::late ||
+        message == self.due.get())
+    {
+        return 0;
+    }
+    self.waiting.push_back(
+        {Message(sd_bus_message_ref(message)), steady_clock::now() + slowness});
+    return 1;
 }
 
-bool Connection::isTime()
+/** Has a call that has waited for long enough handled next; whether one has. */
+bool Connection::releaseCall()
 {
-    if (pace != Pace::late)
+    if (waiting.empty() ||
+        (pace == Pace::late && steady_clock::now() < waiting.front().until))
     {
-        return pace == Pace::atOnce;
-    }
-    if (!hasMessage())
-    {
-        waitingSince.reset();
         return false;
     }
-    if (!waitingSince)
-    {
-        waitingSince = steady_clock::now();
-    }
-    return steady_clock::now() >= *waitingSince + slowness;
+    due = waiting.front().call;
+    waiting.pop_front();
+    return sd_bus_enqueue_for_read(bus.get(), due.get()) >= 0;
 }
 
 bool Connection::serve()
 {
-    if (isLost || !isTime())
+    if (isLost || pace == Pace::never || (!releaseCall() && isFull()))
     {
         return false;
     }
@@ -134,7 +137,7 @@ bool Connection::serve()
 
 pollfd Connection::watched() const
 {
-    if (isLost || pace == Pace::never || waitingSince)
+    if (isLost || pace == Pace::never || isFull())
     {
         return {-1, 0, 0};
     }
@@ -145,8 +148,9 @@ pollfd Connection::watched() const
 
 std::optional<steady_clock::time_point> Connection::deadline() const
 {
-    return isLost || !waitingSince ? std::nullopt
-                                   : std::optional(*waitingSince + slowness);
+    return isLost || pace == Pace::never || waiting.empty()
+               ? std::nullopt
+               : std::optional(waiting.front().until);
 }
 
 void failAsTaken(const std::string& name)

@@ -6,6 +6,8 @@
 #include <poll.h>
 
 #include <chrono>
+#include <cstddef>
+#include <deque>
 #include <memory>
 #include <optional>
 
@@ -16,7 +18,7 @@ namespace bmcsim::dbus
 enum class Pace
 {
     atOnce,
-    late,  /**< after `slowness` */
+    late,  /**< each call after `slowness` */
     never, /**< as a program that hangs: it waits */
 };
 
@@ -29,6 +31,9 @@ class Connection
   public:
     /** @throw Error  there is no bus at the address */
     explicit Connection(const std::string& address);
+
+    Connection(const Connection&) = delete;
+    Connection& operator=(const Connection&) = delete;
 
     /** Has the bus give it a name.
      *
@@ -61,7 +66,6 @@ class Connection
     void keep(Pace wanted)
     {
         pace = wanted;
-        waitingSince.reset();
     }
 
     /** Handles one message, where it is time; false if it is not, or where
@@ -90,13 +94,28 @@ class Connection
         }
     };
 
-    bool isTime();
-    bool hasMessage() const;
+    /** A call that came while the connection was late. */
+    struct Waiting
+    {
+        Message call;
+        std::chrono::steady_clock::time_point until;
+    };
 
-    std::unique_ptr<sd_bus, Close> bus;
+    static int heard(sd_bus_message* message, void* connection, sd_bus_error*);
+    bool releaseCall();
+
+    /** So that a client that calls without a pause does not fill the memory. */
+    bool isFull() const
+    {
+        constexpr std::size_t most = 1024;
+        return waiting.size() >= most;
+    }
+
+    std::deque<Waiting> waiting;
+    /** The call that has waited and is handled now. */
+    Message due{nullptr};
     Pace pace = Pace::atOnce;
-    /** When the first of those that wait was seen, while it is late. */
-    std::optional<std::chrono::steady_clock::time_point> waitingSince;
+    std::unique_ptr<sd_bus, Close> bus;
     bool isLost = false;
 };
 

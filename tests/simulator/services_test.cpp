@@ -149,6 +149,24 @@ TEST_F(SimulatedService, AnswersAsItShouldAfterTwoSecondsWhereItIsSlow)
               std::chrono::seconds(2));
 }
 
+TEST_F(SimulatedService, IsSlowWithACallThatComesWhileAnotherWaits)
+{
+    const auto image = images.bmc("1");
+    bmc->set("security", "slow");
+    bmc->set("fwinfo", "silent");
+    Process first({"busctl", "--address=" + bmc->busAddress(), "call",
+                   "xyz.openbmc_project.SecurityManager",
+                   "/xyz/openbmc_project/security",
+                   "xyz.openbmc_project.security.SecurityManager", "verifyBmc",
+                   "s", image});
+    EXPECT_EQ(get("stagingBMC"), failed("Connection timed out"));
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(security("verifyBmc", image), yes);
+    EXPECT_GE(std::chrono::steady_clock::now() - start,
+              std::chrono::seconds(2));
+    EXPECT_EQ(first.wait(), yes);
+}
+
 TEST_F(SimulatedService, OffersOnlyTheMembersThatItIsTold)
 {
     const auto image = images.bmc("1");

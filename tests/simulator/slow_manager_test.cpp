@@ -58,6 +58,27 @@ TEST_P(SlowManager, SignalsLateAndInOrder)
     EXPECT_GE(steady_clock::now() - begin, lateness);
 }
 
+TEST_P(SlowManager, KeepsAnswersBackAllForTheSameTime)
+{
+    constexpr std::size_t calls = 100;
+    std::vector<steady_clock::time_point> answers;
+    const auto answered = [](sd_bus_message*, void* list, sd_bus_error*) {
+        static_cast<decltype(answers)*>(list)->push_back(steady_clock::now());
+        return 0;
+    };
+    const auto connection = connectTo(bmc.busAddress());
+    for (std::size_t call = 0; call < calls; ++call)
+    {
+        check(sd_bus_call_method_async(
+                  connection.get(), nullptr, "org.freedesktop.systemd1",
+                  "/org/freedesktop/systemd1", managerInterface, "GetUnit",
+                  answered, &answers, "s", "odd"),
+              "call");
+    }
+    processUntil(connection.get(), [&] { return answers.size() == calls; });
+    EXPECT_LT(answers.back() - answers.front(), lateness);
+}
+
 TEST_P(SlowManager, SaysWhatWaitsWhenItIsSlowNoMore)
 {
     Process call({"busctl", "--timeout=1h", "--address=" + bmc.busAddress(),
