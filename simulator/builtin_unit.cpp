@@ -226,12 +226,11 @@ void BuiltinUnit::afterSuccess()
     end();
 }
 
-/** The file that "append:/path" names, or one that keeps nothing. */
-static std::string logFrom(const std::string& output)
+/** The file that "append:/path" names. */
+static std::string logFrom(const std::string& output,
+                           const std::string& otherwise)
 {
-    const std::string append = "append:";
-    return output.starts_with(append) ? output.substr(append.size())
-                                      : "/dev/null";
+    return output.empty() ? otherwise : output.substr(output.find('/'));
 }
 
 void BuiltinUnit::run(Command& command)
@@ -251,7 +250,7 @@ void BuiltinUnit::run(Command& command)
         // Only a real systemd has the mounts that it describes.
         if (!variable.starts_with("WEXA_BMCSIM_MOUNTS="))
         {
-            environment.push_back(variable);
+            setVariable(environment, variable);
         }
     }
     const auto enterGroup = [this](pid_t entering) {
@@ -260,11 +259,13 @@ void BuiltinUnit::run(Command& command)
             setpgid(entering, 0);
         }
     };
-    Program program{words, environment, logFrom(unitFile.standardOutput),
-                    [enterGroup] { enterGroup(0); }};
+    Program program{
+        words, environment, logFrom(unitFile.standardOutput, "/dev/null"),
+        [enterGroup] { enterGroup(0); }, logFrom(unitFile.standardError, "")};
     // The statuses that systemd gives.
     program.notExecutable = 203;
     program.notLogged = 209;
+    program.errorsNotLogged = 222;
     process = bmcsim::start(program);
     // Whichever of the two is first.
     enterGroup(process);

@@ -8,6 +8,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -44,19 +45,43 @@ std::vector<char*> pointersTo(const std::vector<std::string>& strings)
     return list;
 }
 
+void setVariable(std::vector<std::string>& environment,
+                 const std::string& variable)
+{
+    const auto name = variable.substr(0, variable.find('=') + 1);
+    const auto set = std::ranges::find_if(
+        environment, [&](const auto& each) { return each.starts_with(name); });
+    if (set == environment.end())
+    {
+        environment.push_back(variable);
+        return;
+    }
+    *set = variable;
+}
+
+/** Opens a file as a stream; ends the process where it cannot. */
+static void openAs(int stream, const std::string& path, int flags, int status)
+{
+    const auto file = open(path.c_str(), flags | O_CLOEXEC, 0600);
+    if (file < 0)
+    {
+        std::perror(path.c_str());
+        _exit(status);
+    }
+    dup2(file, stream);
+}
+
 static void writeToLog(const Program& program)
 {
-    const auto file = open(program.log.c_str(),
-                           O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600);
-    const auto null = file < 0 ? -1 : open("/dev/null", O_RDONLY | O_CLOEXEC);
-    if (null < 0)
+    constexpr auto append = O_WRONLY | O_CREAT | O_APPEND;
+    openAs(STDIN_FILENO, "/dev/null", O_RDONLY, program.notLogged);
+    openAs(STDOUT_FILENO, program.log, append, program.notLogged);
+    if (program.errorLog.empty())
     {
-        std::perror(program.log.c_str());
-        _exit(program.notLogged);
+        dup2(STDOUT_FILENO, STDERR_FILENO);
+        return;
     }
-    dup2(null, STDIN_FILENO);
-    dup2(file, STDOUT_FILENO);
-    dup2(file, STDERR_FILENO);
+    openAs(STDERR_FILENO, program.errorLog, append, program.errorsNotLogged);
 }
 
 [[noreturn]] static void become(const Program& program, pid_t parent)
@@ -82,7 +107,9 @@ static void writeToLog(const Program& program)
     close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC);
     auto command = pointersTo(program.command);
     auto environment = pointersTo(program.environment);
-    execvpe(command[0], command.data(), environment.data());
+    // Only execvpe looks for it, and hands what is no program to a shell.
+    const auto isPath = program.command.front().find('/') != std::string::npos;
+    (isPath ? execve : execvpe)(command[0], command.data(), environment.data());
     std::perror(command[0]);
     _exit(program.notExecutable);
 }

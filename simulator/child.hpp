@@ -19,18 +19,28 @@ struct Program
     /** Its whole environment, as NAME=VALUE. */
     std::vector<std::string> environment;
 
-    /** The file to which it writes both streams. */
+    /** The file to which it writes both streams, or the output only. */
     std::string log;
 
     /** Runs in the new process first; what it throws goes to the log. */
     std::function<void()> prepare = [] {};
+
+    /** The file to which it writes errors, where it is another one. */
+    std::string errorLog = {};
 
     /** Its exit status where the program cannot be executed. */
     int notExecutable = 127;
 
     /** Its exit status where the log cannot be written; stderr says why. */
     int notLogged = 126;
+
+    /** The same of the file for errors. */
+    int errorsNotLogged = 126;
 };
+
+/** Sets a variable, NAME=VALUE, in an environment. */
+void setVariable(std::vector<std::string>& environment,
+                 const std::string& variable);
 
 /** The path of this program's file, as it was at the first call. */
 const std::string& ownProgram();

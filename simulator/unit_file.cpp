@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "unit_file.hpp"
 
+#include "child.hpp"
 #include "flash_units.hpp"
 #include "unit_text.hpp"
 
@@ -28,6 +29,11 @@ namespace
 
 using std::chrono::microseconds;
 
+[[noreturn]] void failAsUnknown(const std::string& what)
+{
+    throw std::invalid_argument("the built-in manager does not know " + what);
+}
+
 /** Replaces the specifiers of a unit: %i, %I, %n, %N, %p and %%. */
 std::string specified(const std::string& text, const std::string& unit)
 {
@@ -40,18 +46,28 @@ std::string specified(const std::string& text, const std::string& unit)
     std::string result;
     for (std::size_t i = 0; i < text.size(); ++i)
     {
-        const auto value = text[i] == '%' && i + 1 < text.size()
-                               ? values.find(text[i + 1])
-                               : values.end();
-        if (value == values.end())
+        if (text[i] != '%')
         {
             result += text[i];
             continue;
         }
+        const auto value = values.find(text[++i]);
+        if (value == values.end())
+        {
+            failAsUnknown(text.substr(i - 1, 2));
+        }
         result += value->second;
-        ++i;
     }
     return result;
+}
+
+std::string withoutBlanksAround(const std::string& text)
+{
+    constexpr auto blanks = " \t";
+    const auto first = text.find_first_not_of(blanks);
+    return first == std::string::npos
+               ? ""
+               : text.substr(first, text.find_last_not_of(blanks) + 1 - first);
 }
 
 /** The words of a value: with blanks between them, some in quotation marks. */
@@ -64,9 +80,14 @@ std::vector<std::string> wordsOf(const std::string& text)
     for (std::size_t i = 0; i < text.size(); ++i)
     {
         const auto c = text[i];
-        if (c == '\\' && i + 1 < text.size())
+        if (c == '\\')
         {
-            word += text[++i];
+            const auto escaped = text[++i];
+            if (escaped != '\\' && escaped != '"' && escaped != '\'')
+            {
+                failAsUnknown(text.substr(i - 1, 2));
+            }
+            word += escaped;
             isWord = true;
         }
         else if (mark == '\0' && (c == '"' || c == '\''))
@@ -159,6 +180,22 @@ std::int32_t exitStatusFrom(const std::string& word)
     return number;
 }
 
+/** Whether systemd would look for a variable in a word of a command. */
+bool holdsVariable(const std::string& word)
+{
+    for (auto at = word.find('$'); at != std::string::npos;
+         at = word.find('$', at))
+    {
+        const auto next = word[at + 1];
+        if (next == '{' || (at == 0 && next != '$'))
+        {
+            return true;
+        }
+        at += next == '$' ? 2 : 1;
+    }
+    return false;
+}
+
 /** Puts one setting after the other into a unit file. */
 class Reader
 {
@@ -170,9 +207,14 @@ class Reader
         std::string section;
         for (std::string line; std::getline(text, line);)
         {
+            line = withoutBlanksAround(line);
             if (line.empty() || line.front() == '#' || line.front() == ';')
             {
                 continue;
+            }
+            if (line.ends_with('\\'))
+            {
+                failAsUnknown("lines that go on");
             }
             const auto equals = line.find('=');
             if (line.front() == '[')
@@ -185,7 +227,8 @@ class Reader
             }
             else
             {
-                set(section, line.substr(0, equals), line.substr(equals + 1));
+                set(section, withoutBlanksAround(line.substr(0, equals)),
+                    withoutBlanksAround(line.substr(equals + 1)));
             }
         }
         complete();
@@ -198,8 +241,11 @@ class Reader
         const auto known = settings.find(section + name);
         if (known == settings.end())
         {
-            throw std::invalid_argument("the built-in manager does not know " +
-                                        name + "=");
+            failAsUnknown(name + '=');
+        }
+        if (value.empty())
+        {
+            failAsUnknown("an empty " + name + '=');
         }
         known->second(*this, value);
     }
@@ -214,8 +260,7 @@ class Reader
         const auto isOneshot = file.type == "oneshot";
         if (!isOneshot && file.type != "simple")
         {
-            throw std::invalid_argument(
-                "the built-in manager does not know Type=" + file.type);
+            failAsUnknown("Type=" + file.type);
         }
         if (isOneshot && !hasTimeoutStart)
         {
@@ -252,6 +297,7 @@ class Reader
         value.erase(0, made.triggers ? 1 : 0);
         made.isNegated = value.starts_with('!');
         value.erase(0, made.isNegated ? 1 : 0);
+        checkPath(value, value);
         made.parameter = specified(value);
         return made;
     }
@@ -262,12 +308,48 @@ class Reader
         made.ignoresFailure = value.starts_with('-');
         value.erase(0, made.ignoresFailure ? 1 : 0);
         made.words = specifiedWords(value);
-        if (made.words.empty() || !made.words.front().starts_with('/'))
+        checkPath(made.words.empty() ? "" : made.words.front(), value);
+        if (std::ranges::find(made.words, ";") != made.words.end())
+        {
+            failAsUnknown("';' between commands");
+        }
+        if (std::ranges::any_of(made.words, holdsVariable))
+        {
+            failAsUnknown("variables in commands");
+        }
+        return made;
+    }
+
+    static void checkPath(const std::string& path, const std::string& value)
+    {
+        if (!path.starts_with('/'))
         {
             throw std::invalid_argument("'" + value +
                                         "' does not begin with a path");
         }
-        return made;
+    }
+
+    std::string output(const std::string& value) const
+    {
+        if (!value.starts_with("append:/"))
+        {
+            failAsUnknown("'" + value + "'");
+        }
+        return specified(value);
+    }
+
+    void addVariables(const std::string& value)
+    {
+        for (const auto& variable : specifiedWords(value))
+        {
+            const auto name = variable.find('=');
+            if (name == 0 || name == std::string::npos)
+            {
+                throw std::invalid_argument("'" + variable +
+                                            "' is no variable");
+            }
+            setVariable(file.environment, variable);
+        }
     }
 
     /** As systemd: what is no unit's name, or its own, counts for nothing. */
@@ -347,19 +429,64 @@ const std::map<std::string, Reader::Set> Reader::settings{
          }
      }},
     {"[Service]Environment",
-     [](Reader& r, const std::string& v) {
-         std::ranges::move(r.specifiedWords(v),
-                           std::back_inserter(r.file.environment));
-     }},
+     [](Reader& r, const std::string& v) { r.addVariables(v); }},
     {"[Service]StandardOutput",
      [](Reader& r, const std::string& v) {
-         r.file.standardOutput = r.specified(v);
+         r.file.standardOutput = r.output(v);
      }},
     {"[Service]StandardError",
      [](Reader& r, const std::string& v) {
-         r.file.standardError = r.specified(v);
+         r.file.standardError = r.output(v);
      }},
 };
+
+/** Names whose folders add to a unit: "a-b@c.service" of itself and of
+ *  "a-@c.service".
+ */
+std::vector<std::string> prefixesOf(const std::string& unit)
+{
+    std::vector<std::string> names{unit};
+    const auto end = std::min(unit.find('@'), unit.rfind('.'));
+    for (auto dash = unit.find('-'); dash < end;
+         dash = unit.find('-', dash + 1))
+    {
+        names.push_back(unit.substr(0, dash + 1) + unit.substr(end));
+    }
+    return names;
+}
+
+/** Refuses a unit that has such a folder: it would not do what that says. */
+void checkFolders(const std::filesystem::path& folder, const std::string& unit)
+{
+    auto names = prefixesOf(unit);
+    std::ranges::move(prefixesOf(UnitName(unit).unitTemplate),
+                      std::back_inserter(names));
+    names.emplace_back("service");
+    for (const auto& name : names)
+    {
+        for (const auto* kind : {".d", ".wants", ".requires"})
+        {
+            std::error_code ignored;
+            if (std::filesystem::is_directory(folder / (name + kind), ignored))
+            {
+                failAsUnknown("the folder " + name + kind);
+            }
+        }
+    }
+}
+
+/** As systemd, that of the instance before the template. */
+std::filesystem::path pathOf(const std::filesystem::path& folder,
+                             const std::string& unit)
+{
+    const auto ofTemplate = UnitName(unit).unitTemplate;
+    const auto own = folder / unit;
+    std::error_code ignored;
+    return ofTemplate.empty() ||
+                   exists(std::filesystem::symlink_status(own, ignored))
+               ? own
+               : folder / ofTemplate;
+}
 
 } // namespace
 
@@ -368,8 +495,7 @@ UnitFile UnitFile::load(const std::filesystem::path& folder,
 {
     UnitFile file;
     file.description = unit;
-    const auto ofTemplate = UnitName(unit).unitTemplate;
-    const auto path = folder / (ofTemplate.empty() ? unit : ofTemplate);
+    const auto path = pathOf(folder, unit);
     std::error_code ignored;
     const auto type = std::filesystem::symlink_status(path, ignored).type();
     if (!unit.ends_with(".service") ||
@@ -389,6 +515,7 @@ UnitFile UnitFile::load(const std::filesystem::path& folder,
     std::ifstream text(path);
     try
     {
+        checkFolders(folder, unit);
         Reader(file, unit).read(text);
     }
     catch (const std::logic_error& error)

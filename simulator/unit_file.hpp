@@ -11,8 +11,8 @@ namespace bmcsim
 {
 
 /** A unit file as the built-in manager reads it: of a service, or the template
- *  of one. It knows the settings of flash units; a file with others is
- *  refused, for it would not do what it says.
+ *  of one. It knows the settings of flash units; a file with others, or with a
+ *  folder that adds to it, is refused, for it would not do what it says.
  */
 struct UnitFile
 {
@@ -60,6 +60,7 @@ struct UnitFile
     Limit timeoutStart = std::chrono::seconds(90);
     Limit timeoutStop = std::chrono::seconds(90);
     std::vector<std::int32_t> successStatuses;
+    /** NAME=VALUE, each name once. */
     std::vector<std::string> environment;
 
     /** As in the file: "append:/path"; or empty. */

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "../support/bytes.hpp"
 #include "../support/rights.hpp"
 #include "../support/temporary_directory.hpp"
 #include "managed_flash.hpp"
@@ -327,6 +328,14 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"RemainsAfterExit",
              {},
              oneshot("RemainAfterExit=yes\nExecStart=/bin/true\n")},
+        Case{"CannotWriteItsErrors",
+             {},
+             oneshot("StandardError=append:/nonexistent/log\n"
+                     "ExecStart=/bin/true\n")},
+        Case{"SetsAVariableTwice",
+             {},
+             oneshot("Environment=A=1 B=2\nEnvironment=A=2 PATH=/opt\n"
+                     "ExecStart=/bin/sh -c 'test \"$$A$$PATH\" = 2/opt'\n")},
         Case{"MayTakeAMonth",
              {},
              oneshot("TimeoutStartSec=2592000\nExecStart=/bin/true\n")},
@@ -514,6 +523,30 @@ TEST_P(Manager, TellsTheEndOfAJobToTheClientThatQueuedIt)
     // This client was the only subscriber.
     EXPECT_EQ(client.call("Unsubscribe", {}), "");
     expectEnd("done");
+}
+
+TEST_P(Manager, WritesErrorsToAFileOfTheirOwn)
+{
+    const auto output = bmc.directory() + "/output";
+    const auto errors = bmc.directory() + "/errors";
+    bmc.replaceFlashUnit(oneshot(
+        "StandardOutput=append:" + output + "\nStandardError=append:" + errors +
+        "\nExecStart=/bin/sh -c 'echo said; echo bad >&2'\n"));
+    expectEnd("done");
+    EXPECT_EQ(bytesOf(output), "said\n");
+    EXPECT_EQ(bytesOf(errors), "bad\n");
+}
+
+TEST_P(Manager, RunsNoFileThatIsNoProgram)
+{
+    const auto file = bmc.directory() + "/text";
+    writeBytes(file, "exit 0\n");
+    std::filesystem::permissions(file, std::filesystem::perms::owner_all);
+    bmc.replaceFlashUnit(oneshot("ExecStart=" + file + '\n'));
+    client.call("RefUnit", {unit});
+    expectEnd("failed");
+    EXPECT_EQ(ManagerClient::property(bmc, unit, "Service", "ExecMainStatus"),
+              "v i 203\n");
 }
 
 /** Sends calls to a service, without a pause, until it is told to end. */

@@ -97,6 +97,59 @@ TEST_F(UnitFileTest, TellsMaskedAndMissingUnits)
     EXPECT_EQ(masked.description, "a@b.service");
 }
 
+TEST_F(UnitFileTest, IsThatOfTheInstanceWhereItHasOne)
+{
+    loaded("[Service]\nExecStart=/bin/true\n");
+    test::writeBytes(folder.file("a@own.service"),
+                     "[Service]\nExecStart=/bin/echo %i\n");
+    std::filesystem::create_symlink("/dev/null",
+                                    folder.file("a@masked.service"));
+    const auto own = UnitFile::load(folder.path(), "a@own.service");
+    EXPECT_EQ(own.path, folder.file("a@own.service"));
+    EXPECT_THAT(own.execStart.front().words, ElementsAre("/bin/echo", "own"));
+    EXPECT_EQ(UnitFile::load(folder.path(), "a@masked.service").loadState,
+              "masked");
+    EXPECT_EQ(UnitFile::load(folder.path(), "a@b.service").path,
+              folder.file("a@.service"));
+}
+
+TEST_F(UnitFileTest, IsRefusedWhereAFolderAddsToIt)
+{
+    const auto text = "[Service]\nExecStart=/bin/true\n";
+    test::writeBytes(folder.file("a-b@.service"), text);
+    for (const auto* name : {"a-b@c.service.d", "a-b@.service.d",
+                             "a-@.service.d", "a-@c.service.d", "service.d",
+                             "a-b@c.service.wants", "a-b@.service.requires"})
+    {
+        EXPECT_EQ(UnitFile::load(folder.path(), "a-b@c.service").loadState,
+                  "loaded");
+        std::filesystem::create_directory(folder.file(name));
+        const auto file = UnitFile::load(folder.path(), "a-b@c.service");
+        EXPECT_EQ(file.loadState, "bad-setting");
+        EXPECT_EQ(file.error, "the built-in manager does not know the folder " +
+                                  std::string(name));
+        std::filesystem::remove(folder.file(name));
+    }
+}
+
+TEST_F(UnitFileTest, IsReadWithoutTheBlanksAroundNamesAndValues)
+{
+    const auto file = loaded(" # A comment\n [Service] \n"
+                             " ExecStart = /bin/true \nType= oneshot \n");
+    EXPECT_EQ(file.loadState, "loaded");
+    EXPECT_THAT(file.execStart.front().words, ElementsAre("/bin/true"));
+    EXPECT_EQ(file.type, "oneshot");
+}
+
+TEST_F(UnitFileTest, KeepsTheLastValueOfAVariable)
+{
+    EXPECT_THAT(loaded("[Service]\nExecStart=/bin/true\n"
+                       "Environment=A=1 B=2\nEnvironment=\"A=3 %i\"\n",
+                       "a@x.service")
+                    .environment,
+                ElementsAre("A=3 x", "B=2"));
+}
+
 TEST_F(UnitFileTest, RefusesWhatItWouldNotDo)
 {
     EXPECT_EQ(wrong("ExecStopPost=/bin/true"),
@@ -111,6 +164,32 @@ TEST_F(UnitFileTest, RefusesWhatItWouldNotDo)
     EXPECT_EQ(wrong("SuccessExitStatus=TEMPFAIL"),
               "'TEMPFAIL' is no exit status from 0 to 255");
     EXPECT_EQ(wrong("no setting"), "'no setting' is no setting");
+    EXPECT_EQ(wrong("[Unit]\nConditionPathExists="),
+              "the built-in manager does not know an empty "
+              "ConditionPathExists=");
+    EXPECT_EQ(wrong("Environment="),
+              "the built-in manager does not know an empty Environment=");
+    EXPECT_EQ(wrong("Environment=A"), "'A' is no variable");
+    EXPECT_EQ(wrong("Environment=A=%t"),
+              "the built-in manager does not know %t");
+    EXPECT_EQ(wrong("Environment=A=%"), "the built-in manager does not know %");
+    EXPECT_EQ(wrong("[Unit]\nConditionPathExists=!path"),
+              "'path' does not begin with a path");
+    EXPECT_EQ(wrong(R"(ExecStartPre=/bin/echo a\x20b)"),
+              R"(the built-in manager does not know \x)");
+    EXPECT_EQ(wrong("ExecStartPre=/bin/echo \\\n/bin/echo"),
+              "the built-in manager does not know lines that go on");
+    EXPECT_EQ(wrong("ExecStartPre=/bin/echo a ; /bin/echo b"),
+              "the built-in manager does not know ';' between commands");
+    for (const auto* word : {"$A", "${A}", "a${A}", "$$${A}"})
+    {
+        EXPECT_EQ(wrong("ExecStartPre=/bin/echo " + std::string(word)),
+                  "the built-in manager does not know variables in commands");
+    }
+    EXPECT_EQ(wrong("StandardOutput=truncate:/log"),
+              "the built-in manager does not know 'truncate:/log'");
+    EXPECT_EQ(wrong("StandardError=append:log"),
+              "the built-in manager does not know 'append:log'");
 }
 
 } // namespace
