@@ -172,10 +172,17 @@ void BuiltinEngine::requireNoOtherJob(const Units& units, bool isStop) const
             const auto type = BuiltinJob::typeOf(isStop);
             throw dbus::Error(
                 "org.freedesktop.systemd1.TransactionIsDestructive",
-                "Transaction for " + units.front()->name() + '/' + type +
-                    " is destructive (" + unit->name() + " has '" +
-                    BuiltinJob::typeOf(!isStop) + "' job queued, but '" + type +
-                    "' is included in transaction).");
+                std::string("Transaction for ")
+                    .append(units.front()->name())
+                    .append("/")
+                    .append(type)
+                    .append(" is destructive (")
+                    .append(unit->name())
+                    .append(" has '")
+                    .append(BuiltinJob::typeOf(!isStop))
+                    .append("' job queued, but '")
+                    .append(type)
+                    .append("' is included in transaction)."));
         }
     }
 }
