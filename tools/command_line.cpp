@@ -4,197 +4,309 @@
 #include "common/failure.hpp"
 #include "common/kind.hpp"
 
-#include <CLI/CLI.hpp>
-#include <between.hpp>
+#include <getopt.h>
 #include <plain.hpp>
 
 #include <algorithm>
-#include <iterator>
+#include <cctype>
+#include <charconv>
+#include <iostream>
+#include <set>
+#include <span>
+#include <string>
 #include <vector>
 
 namespace
 {
 
-constexpr auto globalOptions =
-    "With every verb: --bus ADDRESS, --json, --trace, --verbose\n"
-    "See wexa-fwmgr --help for what they do, man wexa-fwmgr for all else";
-
-std::vector<std::string> kinds()
+void require(bool holds, const std::string& otherwise,
+             const std::string& hint = "see wexa-fwmgr --help")
 {
-    std::vector<std::string> names;
-    std::ranges::transform(allKinds(), std::back_inserter(names), &Kind::name);
-    return names;
+    if (!holds)
+    {
+        throw Failure(ExitStatus::wrongUsage, otherwise, hint);
+    }
 }
 
-/** Builds the command line's grammar around a `Command`. */
-class Grammar
+constexpr auto unexpected = "The following argument was not expected: ";
+
+std::string kinds(const char* between)
+{
+    std::string text;
+    for (const auto& kind : allKinds())
+    {
+        text += (text.empty() ? "" : between) + kind.name;
+    }
+    return text;
+}
+
+struct Task
+{
+    const char* verb;
+    const char* help;
+    const char* example;
+    Verb carryOut;
+};
+
+constexpr Task tasks[] = {
+    {"upload", "Have an image read, verified and recorded as staged",
+     "bmc /tmp/image", upload},
+    {"verify", "Have the security manager or the CPLD judge an image",
+     "bios /tmp/image", verify},
+    {"update", "Have an image verified, flash it and wait for the end",
+     "cpld /tmp/image --component MB_CPLD", update},
+    {"components",
+     "List the CPLD components, what they run and their properties", "--json",
+     listComponents},
+    {"monitor", "Show finished flashes and CPLD notifications until stopped",
+     "--verbose", monitor},
+    {"doctor", "Look whether the board has all that updates need",
+     "bmc --images /run/images", examineBoard},
+};
+
+constexpr std::span<const Verb> all;
+constexpr Verb withImage[] = {upload, verify, update};
+constexpr Verb toUpdate[] = {update};
+constexpr Verb toDoctor[] = {examineBoard};
+
+template <auto member>
+void set(Request& request, const std::string& value)
+{
+    request.*member = value;
+}
+
+template <auto member, bool value>
+void set(Request& request, const std::string& /*none*/)
+{
+    request.*member = value;
+}
+
+void setKind(Request& request, const std::string& kind)
+{
+    require(std::ranges::count(allKinds(), kind, &Kind::name),
+            "KIND: " + kind + " not in {" + kinds(",") + "}");
+    request.kind = kind;
+}
+
+void setTimeout(Request& request, const std::string& text)
+{
+    auto seconds = 0U;
+    const auto* const end = text.data() + text.size();
+    require(std::from_chars(text.data(), end, seconds).ptr == end &&
+                seconds >= 1 && seconds <= 86400,
+            "--timeout: Value " + text + " not in range 1 to 86400");
+    request.timeout = std::chrono::seconds(seconds);
+}
+
+/** An option, or a word at its place. */
+struct Argument
+{
+    /** A word that may be left out has it in brackets. */
+    const char* name;
+    /** Names what has to follow an option; empty for a flag. */
+    const char* value;
+    const char* help;
+    /** Empty where all take it. */
+    std::span<const Verb> verbs;
+    /** Nothing for what is shown instead of a verb's work. */
+    void (*set)(Request&, const std::string& value);
+    /** Whether it excludes the others that exclude. */
+    bool excludes = false;
+
+    bool isOf(const Task* task) const
+    {
+        return task ? std::ranges::count(verbs, task->carryOut) != 0
+                    : verbs.empty();
+    }
+};
+
+constexpr Argument arguments[] = {
+    {"KIND", "", "Kind of firmware: ", withImage, setKind},
+    {"[KIND]", "", "Only what this kind of firmware needs: ", toDoctor,
+     setKind},
+    {"IMAGE", "", "Path of the image file", withImage, set<&Request::image>},
+    {"--help",
+     "",
+     "Print the help, of the verb where one is named; so does -h",
+     all,
+     {}},
+    {"--version", "", "Print the version", all, {}},
+    {"--bus", "ADDRESS", "Address of the bus, or system, which is the default",
+     all, set<&Request::bus>},
+    {"--json", "", "Print one JSON value on standard output, also on failure",
+     all, set<&Request::json, true>},
+    {"--trace", "", "Show each D-Bus call and its time on standard error", all,
+     set<&Request::trace, true>},
+    {"--verbose", "", "Show the library's own log lines on standard error", all,
+     set<&Request::verbose, true>},
+    {"--component", "NAME", "Component of the board that a CPLD image is for",
+     withImage, set<&Request::component>},
+    {"--dry-run", "", "Show the unit that would be started; do nothing",
+     toUpdate, set<&Request::dryRun, true>, true},
+    {"--no-verify", "", "Flash without verification, even if not authentic",
+     toUpdate, set<&Request::verify, false>},
+    {"--no-wait", "", "End when the flash is started", toUpdate,
+     set<&Request::wait, false>, true},
+    {"--timeout", "SECONDS",
+     "Wait so long for the end, 1 to 86400; 600 unless given", toUpdate,
+     setTimeout, true},
+    {"--daemon", "PROGRAM", "Look whether this daemon fits the library, too",
+     toDoctor, set<&Request::daemon>},
+    {"--images", "DIRECTORY", "Look at this directory of images, too", toDoctor,
+     set<&Request::imageDirectory>},
+};
+
+/** Of a verb; without a task, of the whole. */
+std::string helpOf(const Task* task)
+{
+    std::string words;
+    std::string excluding;
+    std::vector<plain::Row> rows;
+    for (const auto& each : arguments)
+    {
+        if (each.isOf(task))
+        {
+            const std::string name = each.name;
+            words += *each.name == '-' ? "" : " " + name;
+            excluding +=
+                each.excludes ? (excluding.empty() ? "" : ", ") + name : "";
+            rows.emplace_back(
+                "  " + name + (*each.value ? " " : "") + each.value,
+                each.help + (each.set == setKind ? kinds(", ") : ""));
+        }
+    }
+    if (task)
+    {
+        const auto command = std::string("wexa-fwmgr ") + task->verb + ' ';
+        return task->help + ("\nUsage: " + command) + "[OPTIONS]" + words +
+               '\n' + plain::table(rows) +
+               (excluding.empty() ? "" : "Only one of " + excluding + '\n') +
+               "\nExample: " + command + task->example +
+               "\nWith every verb: --bus ADDRESS, --json, --trace, --verbose\n"
+               "See wexa-fwmgr --help for what they do, man wexa-fwmgr for all else\n";
+    }
+    rows.insert(rows.end(), {{"", ""}, {"Subcommands:", ""}});
+    for (const auto& each : tasks)
+    {
+        rows.emplace_back(std::string("  ") + each.verb, each.help);
+    }
+    return "Firmware updates by hand, on the bus of a BMC.\n"
+           "Usage: wexa-fwmgr [OPTIONS] [SUBCOMMAND]\n\nOptions:\n" +
+           plain::table(rows) +
+           "\nExit status: 0 done, 1 unexpected, 2 wrong usage, 3 image refused,\n"
+           "4 call failed, 5 flash failed, 6 flash not run, 7 may still run,\n"
+           "8 board not ready, 9 outcome unknown, 129, 130, 143 interrupted\n";
+}
+
+class Reader
 {
   public:
-    Grammar(CLI::App& app, Command& command) : app(app), command(command) {}
-
-    void declare()
+    std::optional<Command> read(int argc, char** argv)
     {
-        declareGlobalOptions();
-        declareUpload();
-        declareVerify();
-        declareUpdate();
-        declareComponents();
-        declareMonitor();
-        declareDoctor();
+        std::vector<option> known;
+        for (const auto& each : arguments)
+        {
+            known.push_back({each.name + 2, *each.value ? 1 : 0, nullptr, 0});
+        }
+        known.push_back({});
+        while (true)
+        {
+            const std::string given = optind < argc ? argv[optind] : "";
+            // "-" returns words in their place; ":", a missing value.
+            const auto code =
+                getopt_long(argc, argv, "-:h", known.data(), nullptr);
+            if (code == -1)
+            {
+                std::for_each(argv + optind, argv + argc,
+                              [this](const auto* text) { takeWord(text); });
+                return complete();
+            }
+            if (code == 1)
+            {
+                takeWord(given);
+                continue;
+            }
+            // getopt_long accepts abbreviations, which may become ambiguous.
+            const auto name =
+                given == "-h" ? "--help" : given.substr(0, given.find('='));
+            const auto* const option =
+                std::ranges::find(arguments, name, &Argument::name);
+            require(code != '?' && option != std::end(arguments) &&
+                        (option->isOf(nullptr) || option->isOf(task)),
+                    unexpected + given);
+            if (!option->set)
+            {
+                std::cout << (name == "--help" ? helpOf(task)
+                                               : "wexa-fwmgr " WEXA_VERSION
+                                                 "\n");
+                return {};
+            }
+            take(*option, optarg ? optarg : "");
+        }
     }
 
   private:
-    void declareGlobalOptions()
+    void takeWord(const std::string& text)
     {
-        auto& request = command.request;
-        app.add_option("--bus", request.bus,
-                       "Address of the bus, or system, which is the default")
-            ->check([](const std::string& address) {
-                return address.empty() ? std::string("is no address") : "";
-            })
-            ->option_text("ADDRESS");
-        app.add_flag("--json", request.json,
-                     "Print one JSON value on standard output, also on "
-                     "failure");
-        app.add_flag("--trace", command.trace,
-                     "Show each D-Bus call and its time on standard error");
-        app.add_flag("--verbose", request.verbose,
-                     "Show the library's own log lines on standard error");
-        app.set_version_flag("--version", "wexa-fwmgr " WEXA_VERSION,
-                             "Print the version");
-        app.footer("Exit status: 0 done, 1 unexpected, 2 wrong usage, 3 image "
-                   "refused,\n4 call failed, 5 flash failed, 6 flash not run, "
-                   "7 may still run,\n8 board not ready, 9 outcome unknown, "
-                   "129, 130, 143 interrupted");
-    }
-
-    CLI::App* verb(const std::string& name, const std::string& description,
-                   const std::string& example, Verb carryOut)
-    {
-        auto* const sub = app.add_subcommand(name, description);
-        sub->footer("Example: " + example + "\n" + globalOptions);
-        sub->callback([this, name, carryOut] {
-            command.verb = name;
-            command.carryOut = carryOut;
-        });
-        return sub;
-    }
-
-    void declareUpload()
-    {
-        takeImage(verb("upload",
-                       "Have an image read, verified and recorded as staged",
-                       "wexa-fwmgr upload bmc /tmp/image", ::upload));
-    }
-
-    void declareVerify()
-    {
-        takeImage(verb("verify",
-                       "Have the security manager or the CPLD judge an image",
-                       "wexa-fwmgr verify bios /tmp/image", ::verify));
-    }
-
-    void declareUpdate()
-    {
-        auto& request = command.request;
-        auto* const update = verb(
-            "update", "Have an image verified, flash it and wait for the end",
-            "wexa-fwmgr update cpld /tmp/image --component MB_CPLD", ::update);
-        takeImage(update);
-        auto* const dryRun =
-            update->add_flag("--dry-run", request.dryRun,
-                             "Show the unit that would be started; do nothing");
-        update->add_flag_callback(
-            "--no-verify", [&request] { request.verify = false; },
-            "Flash without verification, even if not authentic");
-        auto* const noWait = update->add_flag_callback(
-            "--no-wait", [&request] { request.wait = false; },
-            "End when the flash is started");
-        auto* const timeout =
-            update
-                ->add_option_function<unsigned int>(
-                    "--timeout",
-                    [&request](unsigned int seconds) {
-                        request.timeout = std::chrono::seconds(seconds);
-                    },
-                    "Wait so long for the end, 1 to 86400; 600 unless given")
-                ->check(between(1, 86400))
-                ->option_text("SECONDS");
-        timeout->excludes(noWait)->excludes(dryRun);
-        noWait->excludes(dryRun);
-    }
-
-    void declareComponents()
-    {
-        verb("components",
-             "List the CPLD components, what they run and their properties",
-             "wexa-fwmgr components --json", ::listComponents);
-    }
-
-    void declareMonitor()
-    {
-        verb("monitor",
-             "Show finished flashes and CPLD notifications until stopped",
-             "wexa-fwmgr monitor", ::monitor);
-    }
-
-    void declareDoctor()
-    {
-        auto* const doctor =
-            verb("doctor", "Look whether the board has all that updates need",
-                 "wexa-fwmgr doctor bmc --images /run/images", examineBoard);
-        doctor
-            ->add_option("KIND", command.request.kind,
-                         "Only what this kind of firmware needs: " +
-                             CLI::detail::join(kinds(), ", "))
-            ->check(CLI::IsMember(kinds()))
-            ->option_text(" ");
-        doctor
-            ->add_option("--daemon", command.request.daemon,
-                         "Look whether this daemon fits the library, too")
-            ->option_text("PROGRAM");
-        doctor
-            ->add_option("--images", command.request.imageDirectory,
-                         "Look at this directory of images, too")
-            ->option_text("DIRECTORY");
-    }
-
-    void takeImage(CLI::App* verb)
-    {
-        auto& request = command.request;
-        verb->add_option("KIND", request.kind,
-                         "Kind of firmware: " +
-                             CLI::detail::join(kinds(), " or "))
-            ->required()
-            ->check(CLI::IsMember(kinds()))
-            ->option_text(" ");
-        verb->add_option("IMAGE", request.image, "Path of the image file")
-            ->required()
-            ->option_text(" ");
-        verb->add_option("--component", request.component,
-                         "Component of the board that a CPLD image is for")
-            ->option_text("NAME");
-        verb->parse_complete_callback([this] { requireComponentOfCplds(); });
-    }
-
-    void requireComponentOfCplds() const
-    {
-        const auto& request = command.request;
-        const auto needed = kindNamed(request.kind).hasComponents;
-        if (needed && request.component.empty())
+        if (!task)
         {
-            throw CLI::RequiredError(
-                "--component, which tells what the image is for,");
+            task = std::ranges::find(tasks, text, &Task::verb);
+            require(task != std::end(tasks), unexpected + text);
+            return;
         }
-        if (!needed && !request.component.empty())
-        {
-            throw CLI::ValidationError("--component",
-                                       "is for cpld only; leave it out");
-        }
+        const auto* const word =
+            std::ranges::find_if(arguments, [this](const auto& each) {
+                return *each.name != '-' && each.isOf(task) &&
+                       !taken.contains(&each);
+            });
+        require(word != std::end(arguments), unexpected + text);
+        take(*word, text);
     }
 
-    CLI::App& app;
-    Command& command;
+    void take(const Argument& argument, const std::string& value)
+    {
+        const std::string name = argument.name;
+        const auto isNew = taken.insert(&argument).second;
+        require(!*argument.value || !value.empty(),
+                name + " needs " + argument.value);
+        require(!*argument.value || isNew, name + " is given twice");
+        argument.set(command.request, value);
+    }
+
+    Command complete()
+    {
+        require(task, "a verb is required");
+        std::string excluding;
+        for (const auto& each : arguments)
+        {
+            const std::string name = each.name;
+            const auto isTaken = taken.contains(&each);
+            const auto isNeeded = each.isOf(task) && std::isalpha(*each.name);
+            require(isTaken || !isNeeded, name + " is required");
+            if (each.excludes && isTaken)
+            {
+                require(excluding.empty(), excluding + name);
+                excluding = name + " excludes ";
+            }
+        }
+        if (std::ranges::count(withImage, task->carryOut))
+        {
+            const auto& component = command.request.component;
+            const auto needed = kindNamed(command.request.kind).hasComponents;
+            require(!needed || !component.empty(),
+                    "--component, which tells what the image is for, is "
+                    "required");
+            require(needed || component.empty(),
+                    "--component: is for cpld only; leave it out");
+        }
+        command.verb = task->verb;
+        command.carryOut = task->carryOut;
+        return command;
+    }
+
+    const Task* task = nullptr;
+    Command command;
+    std::set<const Argument*> taken;
 };
 
 } // namespace
@@ -204,53 +316,13 @@ bool asksForJson(int argc, char** argv)
     return std::find(argv, argv + argc, std::string("--json")) != argv + argc;
 }
 
-/** D-Bus carries UTF-8 only, and the bus closes a connection that sends
- *  anything else.
- */
-static void requireUtf8(int argc, char** argv)
-{
-    const auto* const odd =
-        std::find_if_not(argv, argv + argc,
-                         [](const auto* text) { return plain::isUtf8(text); });
-    if (odd != argv + argc)
-    {
-        throw Failure(ExitStatus::wrongUsage,
-                      "the argument '" + std::string(*odd) + "' is not UTF-8",
-                      "D-Bus carries UTF-8 only: rename what it names");
-    }
-}
-
 std::optional<Command> parse(int argc, char** argv)
 {
-    requireUtf8(argc, argv);
-    CLI::App app("Firmware updates by hand, on the bus of a BMC.",
-                 "wexa-fwmgr");
-    app.require_subcommand(0, 1);
-    // Narrow enough for descriptions to fit a terminal of 80 columns.
-    app.get_formatter()->column_width(20);
-    app.fallthrough();
-    Command command;
-    // Whose functions are called while the command line is parsed.
-    Grammar grammar(app, command);
-    grammar.declare();
-    try
-    {
-        app.parse(argc, argv);
-        if (command.verb.empty())
-        {
-            throw CLI::RequiredError("a verb: upload, verify, update, "
-                                     "components, monitor or doctor");
-        }
-        return command;
-    }
-    catch (const CLI::Success& help)
-    {
-        app.exit(help);
-        return {};
-    }
-    catch (const CLI::ParseError& error)
-    {
-        throw Failure(ExitStatus::wrongUsage, error.what(),
-                      "see wexa-fwmgr --help");
-    }
+    // The bus closes a connection that sends anything but UTF-8.
+    std::for_each(argv, argv + argc, [](const std::string& argument) {
+        require(plain::isUtf8(argument),
+                "the argument '" + argument + "' is not UTF-8",
+                "D-Bus carries UTF-8 only: rename what it names");
+    });
+    return Reader().read(argc, argv);
 }

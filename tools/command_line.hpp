@@ -11,7 +11,6 @@ struct Command
 {
     std::string verb;
     Request request;
-    bool trace = false;
     Verb carryOut = nullptr;
 };
 

@@ -82,7 +82,7 @@ int main(int argc, char** argv)
             }
         };
         command->request.interruption = Interruption::signal;
-        if (command->trace)
+        if (command->request.trace)
         {
             trace::begin(!command->request.json);
         }

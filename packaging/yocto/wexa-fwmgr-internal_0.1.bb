@@ -29,7 +29,7 @@ EXTRA_OEMESON = " \
 "
 
 PACKAGECONFIG ??= "tools"
-PACKAGECONFIG[tools] = "-Dtools=enabled,-Dtools=disabled,cli11 nlohmann-json libtinyxml2"
+PACKAGECONFIG[tools] = "-Dtools=enabled,-Dtools=disabled,nlohmann-json libtinyxml2"
 
 # For the build machine: the simulated BMC and the tool, with stand-ins of the
 # platform's libraries. These are installed into folders of their own, where no other

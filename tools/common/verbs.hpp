@@ -22,6 +22,7 @@ struct Request
     std::string daemon;
     bool verbose = false;
     bool json = false;
+    bool trace = false;
     bool dryRun = false;
     /** Whether `update` has the image verified before it flashes it. */
     bool verify = true;

@@ -3,9 +3,9 @@
 #include "whole_file.hpp"
 
 #include <CLI/CLI.hpp>
-#include <between.hpp>
 #include <plain.hpp>
 
+#include <cstdint>
 #include <cstdio>
 #include <iostream>
 #include <map>
@@ -89,6 +89,27 @@ CLI::Validator textUpTo(std::size_t limit, std::size_t least)
                                  " printable ASCII characters";
             },
             "TEXT"};
+}
+
+/** A check of a command line's option: a whole number within these bounds. Its
+ *  text is the same with every release of CLI11. */
+CLI::Validator between(std::uint64_t least, std::uint64_t most)
+{
+    return {[=](const std::string& text) {
+                std::uint64_t value{};
+                if (CLI::detail::lexical_cast(text, value) && value >= least &&
+                    value <= most)
+                {
+                    return std::string();
+                }
+                return std::string("Value ")
+                    .append(text)
+                    .append(" not in range ")
+                    .append(std::to_string(least))
+                    .append(" to ")
+                    .append(std::to_string(most));
+            },
+            ""};
 }
 
 void declare(CLI::App& app, Options& options)
