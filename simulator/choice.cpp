@@ -40,8 +40,11 @@ std::vector<std::string> allChosenFrom(const std::vector<std::string>& known,
     {
         if (std::ranges::find(names, name) != names.end())
         {
-            throw std::invalid_argument("the " + what + " '" + name +
-                                        "' comes twice");
+            throw std::invalid_argument(std::string("the ")
+                                            .append(what)
+                                            .append(" '")
+                                            .append(name)
+                                            .append("' comes twice"));
         }
         names.push_back(chosenFrom(known, name, what));
     }
