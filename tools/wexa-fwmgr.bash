@@ -44,10 +44,16 @@ _wexa_fwmgr() {
                 [ -n "$verb" ] || verb=$given
                 ;;
             bmc | bios | cpld) [ -n "$kind" ] || kind=$given ;;
-            --bus) bus=${COMP_WORDS[i + 1]} ;;
-            --bus=*) bus=${given#--bus=} ;;
         esac
     done
+    # Bash takes words apart at "=" and ":", which every address of a bus has.
+    given="[[:blank:]]--bus[=[:blank:]][[:blank:]]*([^[:blank:]]+)"
+    [[ ! $COMP_LINE =~ $given ]] || bus=${BASH_REMATCH[1]}
+    if [ "$word" = = ]; then
+        word=""
+    elif [ "$before" = = ]; then
+        before=${COMP_WORDS[COMP_CWORD - 2]}
+    fi
     case "$verb" in
         upload | verify) options+=(--component) ;;
         update) options+=(--component --dry-run --no-verify --no-wait --timeout) ;;

@@ -69,6 +69,11 @@ TEST(Completion, OffersKindsFilesDirectoriesAndComponents)
     EXPECT_EQ(completions({"--bus=" + bmc.busAddress(), "verify", "cpld", "x",
                            "--component", "M"}),
               (Words{"MB_CPLD"}));
+    EXPECT_EQ(completions({"verify", "cpld", "x", "--component=M"},
+                          bmc.environment()),
+              (Words{"MB_CPLD"}));
+    EXPECT_EQ(completions({"doctor", "--images=/etc/default"}),
+              (Words{"/etc/default"}));
 }
 
 class CompletionOnAScriptedBoard : public ScriptedBoard
