@@ -198,6 +198,13 @@ std::string helpOf(const Task* task)
            "8 board not ready, 9 outcome unknown, 129, 130, 143 interrupted\n";
 }
 
+/** None where no verb has that name. */
+const Task* taskNamed(const std::string& verb)
+{
+    const auto* const found = std::ranges::find(tasks, verb, &Task::verb);
+    return found == std::end(tasks) ? nullptr : found;
+}
+
 class Reader
 {
   public:
@@ -236,6 +243,10 @@ class Reader
                     unexpected + given);
             if (!option->set)
             {
+                while (!task && optind < argc)
+                {
+                    task = taskNamed(argv[optind++]);
+                }
                 std::cout << (name == "--help" ? helpOf(task)
                                                : "wexa-fwmgr " WEXA_VERSION
                                                  "\n");
@@ -250,8 +261,8 @@ class Reader
     {
         if (!task)
         {
-            task = std::ranges::find(tasks, text, &Task::verb);
-            require(task != std::end(tasks), unexpected + text);
+            task = taskNamed(text);
+            require(task, unexpected + text);
             return;
         }
         const auto* const word =

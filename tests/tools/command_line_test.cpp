@@ -301,6 +301,8 @@ TEST_F(CommandLine, HelpsWithWhatAVerbTakes)
     EXPECT_EQ(fwmgr({"update", "--help"}), help);
     EXPECT_EQ(fwmgr({"update", "-h"}), help);
     EXPECT_EQ(fwmgr({"update", "bmc", "image", "--help"}), help);
+    EXPECT_EQ(fwmgr({"--help", "update"}), help);
+    EXPECT_EQ(fwmgr({"-h", "--json", "update", "bmc"}), help);
 }
 
 TEST_F(CommandLine, HelpsOnAScreenWithAnExampleForEachVerb)
