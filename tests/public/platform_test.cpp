@@ -146,8 +146,17 @@ class BusWithPolicy
                 "--scope=system --config-file=\"$2\"",
                 log, directory.file("bus"), configuration},
             std::vector<std::string>{"DBUS_SYSTEM_BUS_ADDRESS=" + address()});
-        awaitTrue("the socket of the bus", [this] {
-            return std::filesystem::exists(directory.file("bus"));
+        // The socket is there a moment before it listens.
+        awaitTrue("a bus that lets connect", [this] {
+            try
+            {
+                connectTo(address());
+                return true;
+            }
+            catch (const std::runtime_error&)
+            {
+                return false;
+            }
         });
     }
 
