@@ -100,8 +100,12 @@ int Connection::heard(sd_bus_message* message, void* connection, sd_bus_error*)
     std::uint8_t type = 0;
     sd_bus_message_get_type(message, &type);
     auto& self = *static_cast<Connection*>(connection);
-    if (type != SD_BUS_MESSAGE_METHOD_CALL || self.pace != Pace::late ||
-        message == self.due.get())
+    if (message == self.due.get())
+    {
+        self.due = Message(nullptr);
+        return 0;
+    }
+    if (type != SD_BUS_MESSAGE_METHOD_CALL || self.pace != Pace::late)
     {
         return 0;
     }
@@ -113,6 +117,11 @@ int Connection::heard(sd_bus_message* message, void* connection, sd_bus_error*)
 /** Has a call that has waited for long enough handled next; whether one has. */
 bool Connection::releaseCall()
 {
+    // One after another: the next would take the place of the one to come.
+    if (due.get() != nullptr)
+    {
+        return true;
+    }
     if (waiting.empty() ||
         (pace == Pace::late && steady_clock::now() < waiting.front().until))
     {
