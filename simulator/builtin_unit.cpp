@@ -138,6 +138,11 @@ BuiltinUnit::Start BuiltinUnit::start()
         // Its job was canceled; the new one waits for the same start.
         return Start::begun;
     }
+    // The job may have waited while the file changed.
+    if (unitFile.loadState != "loaded")
+    {
+        return Start::failed;
+    }
     if (isTooOften())
     {
         note("start-limit-hit");
@@ -293,6 +298,11 @@ void BuiltinUnit::signalAll(int number) const
     if (group > 0)
     {
         kill(-group, number);
+    }
+    // A command that joined the group of an earlier one may leave it.
+    if (process > 0 && getpgid(process) != group)
+    {
+        kill(getpgid(process) == process ? -process : process, number);
     }
 }
 

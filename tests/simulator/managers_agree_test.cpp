@@ -736,6 +736,43 @@ TEST_P(Manager, KeepsWhatAProgramLeavesUntilTheUnitEnds)
     awaitTrue("the end of what is left", [&] { return !isOpen(gate); });
 }
 
+TEST_P(Manager, StopsAProgramThatLeftTheGroupOfAnEarlierOne)
+{
+    const auto gate = newGate();
+    const auto two = named(
+        "two",
+        oneshot("ExecStart=/bin/sh -c \"sleep infinity &\"\n"
+                "ExecStart=/bin/sh -c \"exec setsid --wait sleep infinity <>" +
+                gate + "\"\n"));
+    EXPECT_EQ(client.call("StartUnit", {two, "replace"}), "");
+    awaitTrue("the second program", [&] { return isOpen(gate); });
+
+    EXPECT_EQ(client.call("StopUnit", {two, "replace"}), "");
+    EXPECT_THAT(client.ends(2),
+                ElementsAre(two + ": canceled", two + ": done"));
+    EXPECT_EQ(isOpen(gate), false);
+}
+
+TEST_P(Manager, FailsAStartThatWaitedUntilItsUnitWasSpoilt)
+{
+    const auto gate = newGate();
+    const auto slow =
+        named("slow", oneshot("TimeoutStopSec=1\n"
+                              "ExecStart=/bin/sh -c \"trap '' TERM; exec sleep "
+                              "infinity <>" +
+                              gate + "\"\n"));
+    EXPECT_EQ(client.call("StartUnit", {slow, "replace"}), "");
+    awaitTrue("the program", [&] { return isOpen(gate); });
+    EXPECT_EQ(client.call("StopUnit", {slow, "replace"}), "");
+    EXPECT_EQ(client.call("StartUnit", {slow, "replace"}), "");
+
+    bmc.replaceUnit(slow, oneshot("ExecStart=true-without-a-path!/\n"));
+
+    EXPECT_THAT(client.ends(3),
+                ElementsAre(slow + ": canceled", slow + ": canceled",
+                            slow + ": failed"));
+}
+
 TEST_P(Manager, LeavesWhatIsNoUnitNameOutOfAList)
 {
     const auto listed =

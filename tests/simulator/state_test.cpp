@@ -81,7 +81,9 @@ TEST_F(State, TellsHowServicesAreToBehaveFromTheStart)
 
 TEST_F(State, LeavesOutWhatIsNoFileAmongThePartitions)
 {
-    std::filesystem::create_directory(bmc.directory() + "/flash/folder");
+    const auto flash = bmc.directory() + "/flash/";
+    std::filesystem::create_directory(flash + "folder");
+    std::filesystem::create_symlink("loop", flash + "loop");
     EXPECT_EQ(bmc.state()["flash"]["partitions"], nlohmann::json::object());
 }
 
